@@ -1,0 +1,329 @@
+/*
+ * SARN keeps the list of client devices of a home router: one row per device, found by its MAC address.
+ *
+ * Conventions, for every call unless its own comment says otherwise:
+ *
+ *  1. The rows live in the router's shared store, never in the library. The process that loads the library provides
+ *     the store operations kora_* and the logger log_printf (platform/kora.h); they resolve at run time.
+ *  2. A call returns an int32_t: 0, a row (0 to 255) or a count when done, a code of `sarn_result` when not. A refused
+ *     call changes no device.
+ *  3. Calls are thread-safe: any thread may make any call at any time, and each call gets its own result. Calls of
+ *     one process never see half a rebuild; one that meets another thread's rebuild waits for it and then answers.
+ *  4. Calls block until they are done. Those marked "worker" do their work on one thread that they create and join.
+ *  5. Most calls pass the entry gate first: when the store's sync timestamp says so, the library's picture of the
+ *     rows is built again from the store. While the store is not open a gate does nothing.
+ *  6. Records are copied before they are looked at and never kept. Texts are NUL-terminated within their width; no
+ *     byte past a width is ever read. A MAC text is six two-digit hexadecimal pairs joined by colons, either case;
+ *     what follows the 17th character is ignored. IP text is a dotted quad.
+ *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
+ *
+ * Caveats:
+ *
+ *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
+ *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first.
+ *  - A process that ends in the middle of a call may leave that call's row half written where the store offers no
+ *    groups of operations.
+ *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
+ *    hold whichever status was written last: use what the call returned.
+ *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
+ */
+#ifndef SARN_H
+#define SARN_H
+
+#include <pthread.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define SARN_API __attribute__((visibility("default")))
+#define SARN_PACKED __attribute__((packed))
+#define SARN_NORETURN __attribute__((noreturn))
+#else
+#define SARN_API
+#define SARN_PACKED
+#define SARN_NORETURN
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Rows of the device table, and 32-bit words of a bitmap with one bit for each row: row r is bit r % 32 of word r / 32.
+ */
+enum { SARN_ROWS = 256, SARN_BITMAP_WORDS = 8 };
+
+/* Producers whose id means more than who is speaking. */
+enum {
+    SARN_PRODUCER_QUIET = 10,      /* changes access and display data without a notification */
+    SARN_PRODUCER_LOOKUP_ONLY = 30 /* finds devices and never creates a row */
+};
+
+/* Result codes. Where one number has several names, each call names the ones it means. */
+enum sarn_result {
+    SARN_OK = 0,
+
+    SARN_ERR_ALREADY_INITIALISED = -1,
+    SARN_ERR_UNREADABLE = -1, /* a row's MAC could not be read from the store */
+    SARN_ERR_NOT_READY = -1,  /* the library is not initialised: sarn_table_enquiry */
+    SARN_ERR_STALE = -1,      /* inside the free-row search: the store's timestamp is older than the local copy */
+
+    SARN_ERR_NOT_INITIALISED = -2,
+    SARN_ERR_NOT_READABLE = -2, /* queries: a MAC field of the row could not be read */
+    SARN_ERR_UNTERMINATED = -2, /* a text field of a record has no NUL within its width */
+
+    SARN_ERR_PRODUCER = -3,
+
+    SARN_ERR_CLEANUP = -4,
+    SARN_ERR_TABLE_FULL = -4, /* no free row */
+
+    SARN_ERR_NONE_OFFLINE = -5, /* clean-up: no row is offline */
+    SARN_ERR_NOT_CROWDED = -6,  /* clean-up: fewer than 180 rows in use */
+    SARN_ERR_ROW_RANGE = -7,    /* row above 255 */
+
+    SARN_ERR_MAC = -8,
+    SARN_ERR_LOOKUP_ONLY = -8, /* producer 30 and a MAC without a row */
+
+    SARN_ERR_NULL_BUFFER = -9,
+    SARN_ERR_WORD_COUNT = -10,
+    SARN_ERR_NULL_RECORD = -11,
+
+    SARN_ERR_NO_ROW = -12,     /* the MAC has no row */
+    SARN_ERR_UNUSED_ROW = -12, /* query by row: no device there */
+
+    SARN_ERR_IP = -13,
+
+    SARN_ERR_REBUILD = -16, /* the entry gate's rebuild failed */
+    SARN_ERR_THREAD = -16,  /* the worker thread could not be created */
+
+    SARN_ERR_BUILD_RUNNING = -23,
+    SARN_ERR_STORE_OPEN = -24
+};
+
+/*
+ * Start and stop.
+ */
+
+/*
+ * Opens the store and builds the library's picture of it. The first process after the store came up also removes rows
+ * that hold a MAC twice: the row with the newest "Timestamp" stays. Frees rows of offline devices when more than 179
+ * rows are in use. May be called again after sarn_uninit, and then counts from 0.
+ *   0                             done; so also when a row could not be read: the rows before it are known
+ *   SARN_ERR_ALREADY_INITIALISED  nothing done
+ *   SARN_ERR_STORE_OPEN           the store cannot be opened
+ *   SARN_ERR_CLEANUP              the clean-up failed
+ */
+SARN_API int32_t sarn_init(void);
+
+/*
+ * Closes the store after waiting for calls that are using it. Later calls answer as not initialised.
+ *   0  done        SARN_ERR_NOT_INITIALISED  nothing to close
+ */
+SARN_API int32_t sarn_uninit(void);
+
+/*
+ * The mapping table: which MAC holds which row, as this process sees it.
+ */
+
+/* Marks all 256 rows as not yet read ("ff:ff:ff:ff:ff:ff"). The start and every rebuild do this themselves. Returns 0.
+ */
+SARN_API int32_t init_mapping_table(void);
+
+/* Logs row number and MAC text of all 256 rows at level 1. Returns 0. */
+SARN_API int32_t print_mapping_table(void);
+
+/*
+ * Reads the MAC of every row from the store, and state and time of offline devices. Adds to bitmaps and count as they
+ * are; the start and every rebuild clear them first.
+ *   0 to 256                the count of rows in use
+ *   SARN_ERR_UNREADABLE     a row could not be read (so also while the store is not open): the rows before it are known
+ *   SARN_ERR_BUILD_RUNNING  another build runs in this process; answered at once, without waiting for it
+ */
+SARN_API int32_t create_mapping_table(void);
+
+/*
+ * Copies the bitmap of rows in use to `words`, which holds SARN_BITMAP_WORDS words; `word_count` says so. Gate.
+ *   0                     copied
+ *   SARN_ERR_NOT_READY    not initialised
+ *   SARN_ERR_REBUILD      the gate failed
+ *   SARN_ERR_NULL_BUFFER  `words` is null
+ *   SARN_ERR_WORD_COUNT   `word_count` is not SARN_BITMAP_WORDS
+ */
+SARN_API int32_t sarn_table_enquiry(uint32_t *words, int32_t word_count);
+
+/*
+ * The number of rows in use. Gate.
+ *   0 to 256, SARN_ERR_REBUILD, SARN_ERR_NOT_INITIALISED
+ */
+SARN_API int32_t get_total_sarn_entries_used(void);
+
+/*
+ * Finds the row of a MAC, or gives it the lowest free row. Gate.
+ * `mac` is a writable buffer of at least 18 bytes; the letters among its first 18 bytes become upper case in place.
+ *   0 to 255                  the row
+ *   SARN_ERR_REBUILD          the gate failed
+ *   SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_MAC              `mac` is null
+ *   SARN_ERR_LOOKUP_ONLY      producer 30, and no row holds the MAC
+ *   SARN_ERR_TABLE_FULL       no free row
+ */
+SARN_API int32_t check_update_mapping_table(char *mac, int32_t producer_id);
+
+/*
+ * Address texts. These touch no state: thread-safe, and usable without sarn_init.
+ */
+
+/* 1 for a text of exactly 17 characters that scans as six hexadecimal numbers joined by colons, else 0; 0 for null. */
+SARN_API int checkMacAddr(const char *text);
+
+/* 1 when every character is a decimal digit (the empty text too), else 0; 0 for null. */
+SARN_API int valid_digit(const char *text);
+
+/*
+ * 1 for four decimal numbers of 0 to 255 between dots, else 0; 0 for null. Empty parts are skipped; a number of any
+ * length counts by its value. `text` is changed: each dot that ends a number becomes NUL.
+ */
+SARN_API int is_valid_ip(char *text);
+
+/*
+ * Reporting a device's signature.
+ */
+
+/* What a producer learned of a device from its DHCP exchange and traffic. 560 bytes, no gaps. */
+typedef struct {
+    char hua[257];                 /* empty: keeps what the row holds */
+    char dhcp_hostname[65];        /* empty: keeps; else also the host name and the recognised display name */
+    char dhcp_vendor[65];          /* written only when not empty and dhcp_options is not empty either */
+    char dhcp_options[65];         /* empty: keeps */
+    char connection_interface[33]; /* always written: empty clears */
+    char category[33];             /* always written: empty clears */
+    char mac[18];
+    char ip[16];
+    char state[8]; /* "UP", "DOWN", "unknown", ...; always written. "DOWN" and "unknown" mark the row offline */
+} signature_record;
+
+/* What update_device_signature_handler takes. */
+typedef struct {
+    signature_record record;
+    int32_t producer_id;
+} signature_request;
+
+/*
+ * Stores a report; a MAC without a row gets the lowest free one. Gate; worker.
+ * `producer_id` is 0 or a multiple of ten up to 100 (negative ones too); 30 creates no row.
+ *   0
+ *   SARN_ERR_NULL_RECORD      `record` is null; nothing else is done
+ *   SARN_ERR_REBUILD, SARN_ERR_THREAD
+ *   SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_PRODUCER         refused id
+ *   SARN_ERR_MAC              refused text, the all-zero address too
+ *   SARN_ERR_IP               refused text
+ *   SARN_ERR_UNTERMINATED     another text has no NUL within its width (of mac, 17 characters count)
+ *   SARN_ERR_NO_ROW           the MAC has no row and got none
+ * When the table is crowded, rows of offline devices are freed afterwards, whether or not a row was found.
+ */
+SARN_API int32_t update_device_signature(const signature_record *record, int32_t producer_id);
+
+/*
+ * Reading a device.
+ */
+
+/*
+ * All that is known of one device. Packed: 1,407 bytes, no gaps; Producerid is not aligned.
+ * Bound every text by its width: it has its NUL within it, unless its read failed, in which case the field is full of
+ * '0' characters. Texts are as the store holds them, cut to width - 1; what follows the NUL means nothing.
+ */
+typedef struct SARN_PACKED {
+    char DeviceHua[256];
+    char DeviceDHCPOptions[64];
+    char DeviceDHCPHostname[64];
+    char DeviceDHCPVendor[64];
+    char DeviceHostname[64];
+    char DeviceMacVendor[64];
+    char DisplayNameCustom[64];
+    char DisplayNameDPI[64];
+    char DisplayNameQuorvex[64];
+    char DeviceUUID[64];
+    char DeviceBrand[32];
+    char DeviceCategory[32];
+    char DeviceModel[32];
+    char DeviceOS[32];
+    char DeviceOSVersion[32];
+    char DeviceTypeCustom[33];
+    char DeviceTypeDPI[32];
+    char DeviceTypeQuorvex[32];
+    char DisplayModelCustom[33];
+    char DisplayBrandCustom[33];
+    char FingResponsestatus[32];
+    char DeviceConnectionInterface[32];
+    char IsTagged[32];
+    char ConnSSID[32];
+    char DeviceMAC[18]; /* upper case, with NUL */
+    char ConnAPMac[18]; /* upper case, with NUL */
+    char Timestamp[16]; /* seconds since the epoch, decimal */
+    char DeviceIP[16];  /* dotted quad; "48.48.48.48" when its read failed */
+    char Devicestate[8];
+    char AllowOrBlock[8]; /* "allow" or "block" */
+    char DeviceLinkRate[9];
+    char UploadBW[9];
+    char DownloadBW[9];
+    char DeviceSignalStrength[9];
+    uint32_t Producerid; /* host byte order; 0 when its read failed */
+} device_info;
+
+/* What get_device_info_handler takes. */
+typedef struct {
+    device_info *record;
+    uint32_t index;
+} device_info_request;
+
+/*
+ * Fills `record` with the device of a row. Gate; worker. The record may be used again; on any code but 0 it must not
+ * be read.
+ *   0
+ *   SARN_ERR_REBUILD, SARN_ERR_THREAD
+ *   SARN_ERR_NULL_RECORD      `record` is null
+ *   SARN_ERR_ROW_RANGE        `index` above 255
+ *   SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_NOT_READABLE     the row's MAC cannot be read (record untouched), or that of its access point (all but
+ *                             ConnAPMac filled)
+ *   SARN_ERR_UNUSED_ROW       no device in that row; record untouched
+ */
+SARN_API int32_t get_device_info_at_index(device_info *record, uint32_t index);
+
+/*
+ * Worker bodies. A host may start one as a thread of its own on a request that stays valid until the thread ends: it
+ * writes its result to the family's cell and exits with the cell's address. Each ends its thread and never returns.
+ */
+SARN_API SARN_NORETURN void *update_device_signature_handler(void *request); /* signature_request */
+SARN_API SARN_NORETURN void *get_device_info_handler(void *request);         /* device_info_request */
+
+/*
+ * Exported variables.
+ */
+
+extern SARN_API int32_t producer;               /* the id most recently accepted */
+extern SARN_API uint8_t mappingtablestatus;     /* 0 while a build runs in this process, else 1 */
+extern SARN_API int32_t sig_thread_exit_status; /* result cell: signature, connection, field, removal, queries */
+extern SARN_API int32_t dd_thread_exit_status;  /* result cell: detail and display operations */
+
+extern SARN_API pthread_mutex_t mutex1; /* fill, dump and build of the mapping table */
+extern SARN_API pthread_mutex_t mutex2; /* the row write of a creation */
+extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
+
+/* Rows that are offline, for the clean-up; a slot with row -1 is empty. All zero until sarn_init. */
+typedef struct {
+    int32_t timestamp; /* seconds since the epoch */
+    int32_t row;
+} gc_candidate;
+extern SARN_API gc_candidate gc_epochtime_array[10];
+
+/* Controls for the host's logger. The library never reads them. */
+extern SARN_API int32_t __log_to_console;    /* 1 */
+extern SARN_API int32_t __log_level;         /* 1 */
+extern SARN_API int32_t __log_to_file;       /* 0 */
+extern SARN_API const char *__log_file_name; /* "/tmp/sarnlog" */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,81 @@
+/*
+ * KORA, the router's key/value store, and the host's logger: what a process that loads libsarn.so must provide.
+ * libkora.so provides it on LMDB; a product or a test may bring functions of its own with the same names.
+ *
+ * A value is addressed by table, row and field. The per-device tables have rows 0 to 255, all others row 0 alone.
+ * Every call returns 0 when done and non-zero when not, changes nothing then, and may be made from any thread
+ * (thread-safe). A handle is valid from kora_init_ex to its kora_destroy; a null or closed handle is an error.
+ *
+ * Refused: a null argument, an unknown table or field, a row out of range, an operation of another type than the
+ * field's, a text over KORA_TEXT_MAX bytes. One exception: kora_get_ascii reads enum fields too.
+ * A field that no one has written reads as its reset value.
+ */
+#ifndef KORA_H
+#define KORA_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The longest text that a field holds, in bytes, its NUL not counted. */
+enum { KORA_TEXT_MAX = 256 };
+
+/*
+ * Opens the store that the environment variable KORA_STORE names (default "/run/kora/store.mdb"; the folder is made
+ * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null.
+ * Returns a handle, or null with a line in the log when the store is not to be had.
+ * A process that opens it more than once shares one store with a count: each handle is destroyed on its own.
+ * After fork the child goes on with its handles; the store is opened again for it at its first call.
+ */
+void *kora_init_ex(void *reserved);
+
+/* Gives the handle back; the last one closes the store. Returns non-zero for a null or closed handle. */
+int32_t kora_destroy(void *handle);
+
+/*
+ * Texts. A read copies at most size - 1 characters and always writes the NUL; a longer value is cut. On failure the
+ * buffer is left as it was. The value set of an enum field is not enforced: producers report what they know.
+ */
+int32_t kora_get_ascii(void *handle, const char *table, int32_t row, const char *field, char *buffer, int32_t size);
+int32_t kora_set_ascii(void *handle, const char *table, int32_t row, const char *field, const char *text);
+int32_t kora_get_string(void *handle, const char *table, int32_t row, const char *field, char *buffer, int32_t size);
+int32_t kora_set_string(void *handle, const char *table, int32_t row, const char *field, const char *text);
+int32_t kora_get_enum(void *handle, const char *table, int32_t row, const char *field, char *buffer, int32_t size);
+int32_t kora_set_enum(void *handle, const char *table, int32_t row, const char *field, const char *text);
+
+/* Numbers. A bool stores 0 or 1 (any other value counts as 1); an int is written signed and read back unsigned. */
+int32_t kora_get_bool(void *handle, const char *table, int32_t row, const char *field, uint8_t *value);
+int32_t kora_set_bool(void *handle, const char *table, int32_t row, const char *field, int32_t value);
+int32_t kora_set_int(void *handle, const char *table, int32_t row, const char *field, int32_t value);
+int32_t kora_get_uint(void *handle, const char *table, int32_t row, const char *field, uint32_t *value);
+int32_t kora_set_uint(void *handle, const char *table, int32_t row, const char *field, uint32_t value);
+
+/* Addresses, in the order in which they are written as text. */
+int32_t kora_get_mac(void *handle, const char *table, int32_t row, const char *field, uint8_t six[6]);
+int32_t kora_set_mac(void *handle, const char *table, int32_t row, const char *field, const uint8_t six[6]);
+int32_t kora_get_ipv4(void *handle, const char *table, int32_t row, const char *field, uint8_t four[4]);
+int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *field, const uint8_t four[4]);
+
+/* Text to bytes: six two-digit hexadecimal pairs joined by colons, either case; a dotted quad. The whole text counts.
+ */
+int32_t kora_string2mac(const char *text, uint8_t six[6]);
+int32_t kora_string2ipv4(const char *text, uint8_t four[4]);
+
+/*
+ * Writes one line: level and source, then the formatted message without its trailing line feed. Control bytes are
+ * shown escaped. Obeys the four controls that libsarn.so exports where it is loaded: __log_to_console (to stderr),
+ * __log_to_file with __log_file_name, and __log_level, the lowest level shown. Thread-safe.
+ */
+void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 4, 5)))
+#endif
+    ;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
