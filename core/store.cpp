@@ -1,0 +1,87 @@
+#include "core/store.h"
+
+#include "platform/kora.h"
+
+namespace sarn {
+
+namespace {
+
+template <typename Operation, typename... Values>
+bool call_store(Operation operation, Field field, int32_t row, Values... values) SARN_REQUIRES_SHARED(state_lock) {
+    return is_store_open() && operation(store_handle, table_of(field).name, row, spec_of(field).name, values...) == 0;
+}
+
+}  // namespace
+
+bool open_store() {
+    store_handle = kora_init_ex(nullptr);
+    return is_store_open();
+}
+
+void close_store() {
+    (void)kora_destroy(store_handle);
+    store_handle = nullptr;
+}
+
+bool is_store_open() { return store_handle != nullptr; }
+
+bool read_text(Field field, int32_t row, char *buffer, int32_t size) {
+    switch (spec_of(field).type) {
+        case Type::Ascii: return call_store(kora_get_ascii, field, row, buffer, size);
+        case Type::String: return call_store(kora_get_string, field, row, buffer, size);
+        case Type::Enum: return call_store(kora_get_enum, field, row, buffer, size);
+        default: return false;
+    }
+}
+
+bool read_ascii(Field field, int32_t row, char *buffer, int32_t size) {
+    return call_store(kora_get_ascii, field, row, buffer, size);
+}
+
+bool read_uint(Field field, int32_t row, uint32_t *value) { return call_store(kora_get_uint, field, row, value); }
+
+bool read_mac(Field field, int32_t row, uint8_t (&mac)[6]) { return call_store(kora_get_mac, field, row, mac); }
+
+bool read_ipv4(Field field, int32_t row, uint8_t (&ip)[4]) { return call_store(kora_get_ipv4, field, row, ip); }
+
+bool write_text(Field field, int32_t row, const char *text) {
+    switch (spec_of(field).type) {
+        case Type::Ascii: return call_store(kora_set_ascii, field, row, text);
+        case Type::String: return call_store(kora_set_string, field, row, text);
+        case Type::Enum: return call_store(kora_set_enum, field, row, text);
+        default: return false;
+    }
+}
+
+bool write_number(Field field, int32_t row, int32_t value) {
+    switch (spec_of(field).type) {
+        case Type::Bool: return call_store(kora_set_bool, field, row, value);
+        case Type::Int: return call_store(kora_set_int, field, row, value);
+        case Type::Uint: return call_store(kora_set_uint, field, row, static_cast<uint32_t>(value));
+        default: return false;
+    }
+}
+
+bool write_mac(Field field, int32_t row, const uint8_t (&mac)[6]) { return call_store(kora_set_mac, field, row, mac); }
+
+bool write_ipv4(Field field, int32_t row, const uint8_t (&ip)[4]) { return call_store(kora_set_ipv4, field, row, ip); }
+
+bool write_reset_value(Field field, int32_t row) {
+    static constexpr uint8_t NO_MAC[6] = {};
+    static constexpr uint8_t NO_IP[4] = {};
+    const FieldSpec &spec = spec_of(field);
+    switch (spec.type) {
+        case Type::Mac: return write_mac(field, row, NO_MAC);
+        case Type::Ipv4: return write_ipv4(field, row, NO_IP);
+        case Type::Bool:
+        case Type::Int:
+        case Type::Uint: return write_number(field, row, spec.reset.number);
+        default: return write_text(field, row, spec.reset.text);
+    }
+}
+
+bool mac_from_text(const char *text, uint8_t (&mac)[6]) { return kora_string2mac(text, mac) == 0; }
+
+bool ipv4_from_text(const char *text, uint8_t (&ip)[4]) { return kora_string2ipv4(text, ip) == 0; }
+
+}  // namespace sarn
