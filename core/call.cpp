@@ -1,0 +1,59 @@
+#include "core/call.h"
+
+#include <pthread.h>
+
+#include "core/locks.h"
+#include "include/sarn.h"
+
+namespace sarn {
+
+namespace {
+
+struct Call {
+    const void *request;
+    int32_t status;
+    Call *next;
+};
+
+CallsLock calls_lock;
+Call *calls SARN_GUARDED_BY(calls_lock) = nullptr;
+
+void link_call(Call &call) {
+    const Exclusive hold(calls_lock);
+    call.next = calls;
+    calls = &call;
+}
+
+void unlink_call(const Call &call) {
+    const Exclusive hold(calls_lock);
+    Call **link = &calls;
+    while (*link != &call) link = &(*link)->next;
+    *link = call.next;
+}
+
+void leave_status(const void *request, int32_t &cell, int32_t status) {
+    const Exclusive hold(calls_lock);
+    for (Call *call = calls; call != nullptr; call = call->next) {
+        if (call->request == request) call->status = status;
+    }
+    __atomic_store_n(&cell, status, __ATOMIC_RELAXED);
+}
+
+}  // namespace
+
+WorkerResult run_worker(void *(*handler)(void *), const void *request) {
+    Call call = {request, SARN_ERR_THREAD, nullptr};
+    link_call(call);
+    pthread_t thread;
+    const int error = pthread_create(&thread, nullptr, handler, const_cast<void *>(request));
+    if (error == 0) (void)pthread_join(thread, nullptr);
+    unlink_call(call);
+    return {error, call.status};
+}
+
+void end_worker(const void *request, int32_t &cell, int32_t status) {
+    leave_status(request, cell, status);
+    pthread_exit(&cell);
+}
+
+}  // namespace sarn

@@ -1,0 +1,37 @@
+// The calling convention of the operations that work on a thread of their own.
+//
+// The public call makes a request on its stack, passes the gate, and hands the request to run_worker with its handler.
+// The handler is nothing but finish_worker around the operation's work, an ordinary function that returns its status.
+// The exported result cell is shared by all calls, so each call's own status travels through a node on its caller's
+// stack, which the handler finds by the address of its request. A handler that a host starts by itself finds none and
+// writes the cell alone.
+#ifndef SARN_CORE_CALL_H
+#define SARN_CORE_CALL_H
+
+#include <stdint.h>
+
+#include <type_traits>
+
+namespace sarn {
+
+struct WorkerResult {
+    int32_t error;   // what pthread_create returned; 0 when the worker ran
+    int32_t status;  // the worker's own; SARN_ERR_THREAD when there was none
+};
+
+// Creates the worker, waits for its end and returns its status. No lock may be held.
+WorkerResult run_worker(void *(*handler)(void *), const void *request);
+
+// Leaves the status for the call and in the cell, and ends the thread with the cell's address as its exit value.
+// The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be alive.
+[[noreturn]] void end_worker(const void *request, int32_t &cell, int32_t status);
+
+template <typename Request>
+[[noreturn]] void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
+    static_assert(std::is_trivially_destructible_v<Request>);
+    end_worker(argument, cell, work(*static_cast<Request *>(argument)));
+}
+
+}  // namespace sarn
+
+#endif

@@ -1,0 +1,63 @@
+#include "core/entry_gate.h"
+
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/offline_cleanup.h"
+#include "core/store.h"
+#include "core/time_text.h"
+
+namespace sarn {
+
+int32_t read_sync_timestamp() {
+    char text[TIME_TEXT_SIZE];
+    read_text_or_empty(Field::general_SARNSyncTimestamp, SINGLE_ROW, text);
+    return seconds_of(text);
+}
+
+void announce_row_change() {
+    const TimeText now = current_time_text();
+    (void)write_text(Field::general_SARNSyncTimestamp, SINGLE_ROW, now.text);
+    last_sync_time = seconds_of(now.text);
+}
+
+bool check_sync_required() {
+    const int32_t stored = read_sync_timestamp();
+    if (stored == REBUILDS_OFF) return false;
+    // Any local time counts as stale: the store's text alone does not tell whether rows changed since.
+    return last_sync_time != 0 || stored != 0;
+}
+
+int32_t sync_global_data() {
+    initialised = 0;
+    clear_row_state();
+    (void)init_mapping_table_locked();
+    (void)create_mapping_table_locked();
+    const int32_t cleaned = clean_up_crowded_table();
+    if (cleaned != SARN_OK) return cleaned;
+    last_sync_time = read_sync_timestamp();
+    initialised = 1;
+    return SARN_OK;
+}
+
+int32_t pass_entry_gate() {
+    if (!is_store_open() || !check_sync_required() || is_build_running()) return SARN_OK;
+    return sync_global_data();
+}
+
+int32_t pass_entry_gate(const char *operation) {
+    const int32_t result = pass_entry_gate();
+    if (result != SARN_OK) SARN_LOG(SyncFailed, operation, __LINE__, result);
+    return result;
+}
+
+bool is_entry_gate_passed(const char *operation) {
+    const Exclusive hold(state_lock);
+    return pass_entry_gate(operation) == SARN_OK;
+}
+
+bool is_entry_gate_passed_silently() {
+    const Exclusive hold(state_lock);
+    return pass_entry_gate() == SARN_OK;
+}
+
+}  // namespace sarn

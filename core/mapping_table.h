@@ -1,0 +1,50 @@
+// Which MAC occupies which row, as this process sees it. A function whose name ends in _locked is the body of the
+// exported call of that name, which takes the lock around it.
+#ifndef SARN_CORE_MAPPING_TABLE_H
+#define SARN_CORE_MAPPING_TABLE_H
+
+#include <stdint.h>
+
+#include "core/row_bitmap.h"
+#include "core/state.h"
+
+namespace sarn {
+
+int32_t init_mapping_table_locked() SARN_REQUIRES(state_lock);
+int32_t create_mapping_table_locked() SARN_REQUIRES(state_lock);
+int32_t sarn_table_enquiry_locked(uint32_t *words, int32_t word_count) SARN_REQUIRES(state_lock);
+
+// True while a build runs; also while the host holds `mappingtablestatus` at 0, which keeps the gates from building.
+bool is_build_running();
+
+// Finds the row of an upper-case MAC text among the rows in use, the last word of the bitmap first.
+bool check_mac_pre_existing(const char *mac, int32_t *row) SARN_REQUIRES(state_lock);
+
+// A free row, the lowest first; a negative code when there is none.
+int32_t first_free_index() SARN_REQUIRES(state_lock);
+
+// The row of a MAC, which gets the lowest free one when it has none; the letters among the first 18 bytes of `mac`
+// become upper case. Results as the exported call has them.
+int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
+
+bool is_same_mac(const char *left, const char *right);
+
+// The row holds no device any more: its table entry, and its bits in the two bitmaps.
+void mark_row_free(int32_t row) SARN_REQUIRES(state_lock);
+void clear_row_bits(int32_t row) SARN_REQUIRES(state_lock);
+
+// A row in use whose state text counts as offline is set in the bitmap, any other cleared. True when it is offline.
+bool note_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
+
+// One more row in use.
+void count_row_in_use(int32_t row) SARN_REQUIRES(state_lock);
+
+// Room for a MAC text of six bytes.
+struct MacBytesText {
+    char text[20];
+};
+MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]);
+
+}  // namespace sarn
+
+#endif
