@@ -1,0 +1,128 @@
+// One row of the three device tables as a device_info record.
+#include "queries/device_info_record.h"
+
+#include <stddef.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "core/address_text.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/store.h"
+
+namespace sarn {
+
+namespace {
+
+// R(table, field): every field but the two MACs, in the order in which they are read. Each goes into the record's
+// member of the same name.
+#define SARN_RECORD_FIELDS(R)                   \
+    R(Sarnsignature, DeviceDHCPOptions)         \
+    R(Sarnsignature, DeviceHua)                 \
+    R(Sarnsignature, DeviceIP)                  \
+    R(Sarnsignature, DeviceConnectionInterface) \
+    R(Sarnsignature, DeviceCategory)            \
+    R(Sarnsignature, Devicestate)               \
+    R(Sarnsignature, DeviceDHCPHostname)        \
+    R(Sarnsignature, DeviceDHCPVendor)          \
+    R(Sarnsignature, IsTagged)                  \
+    R(Sarnsignature, AllowOrBlock)              \
+    R(DeviceIdList, DeviceHostname)             \
+    R(DeviceIdList, DeviceBrand)                \
+    R(DeviceIdList, DeviceModel)                \
+    R(DeviceIdList, DeviceOS)                   \
+    R(DeviceIdList, DeviceMacVendor)            \
+    R(DeviceIdList, DeviceOSVersion)            \
+    R(DeviceIdList, DeviceTypeCustom)           \
+    R(DeviceIdList, DeviceTypeDPI)              \
+    R(DeviceIdList, DeviceTypeQuorvex)          \
+    R(DeviceIdList, DeviceUUID)                 \
+    R(DeviceIdList, DisplayModelCustom)         \
+    R(DeviceIdList, DisplayBrandCustom)         \
+    R(DeviceIdList, DisplayNameCustom)          \
+    R(DeviceIdList, DisplayNameDPI)             \
+    R(DeviceIdList, DisplayNameQuorvex)         \
+    R(DeviceIdList, FingResponsestatus)         \
+    R(DeviceIdList, Producerid)                 \
+    R(DeviceIdList, Timestamp)                  \
+    R(ConnectDeviceinfo, ConnSSID)              \
+    R(ConnectDeviceinfo, DeviceLinkRate)        \
+    R(ConnectDeviceinfo, DeviceSignalStrength)  \
+    R(ConnectDeviceinfo, DownloadBW)            \
+    R(ConnectDeviceinfo, UploadBW)
+
+struct RecordField {
+    Field field;
+    uint16_t offset;
+    uint16_t size;
+};
+
+constexpr RecordField RECORD_FIELDS[] = {
+#define SARN_RECORD_FIELD(table, name) {Field::table##_##name, offsetof(device_info, name), sizeof(device_info::name)},
+    SARN_RECORD_FIELDS(SARN_RECORD_FIELD)
+#undef SARN_RECORD_FIELD
+};
+
+constexpr size_t size_of_all_fields() {
+    size_t size = sizeof(device_info::DeviceMAC) + sizeof(device_info::ConnAPMac);
+    for (const RecordField &field : RECORD_FIELDS) size += field.size;
+    return size;
+}
+static_assert(size_of_all_fields() == sizeof(device_info), "a member is missing, or the record has a gap");
+
+// What a reader finds where a read failed, and after the NUL of a text.
+constexpr int FILLER = '0';
+
+void read_text_member(Field field, int32_t row, char *member, uint16_t size) SARN_REQUIRES_SHARED(state_lock) {
+    memset(member, FILLER, size);
+    (void)read_text(field, row, member, size);
+}
+
+void read_ip_member(Field field, int32_t row, char *member, uint16_t size) SARN_REQUIRES_SHARED(state_lock) {
+    uint8_t ip[4];
+    memset(ip, FILLER, sizeof ip);
+    (void)read_ipv4(field, row, ip);
+    (void)snprintf(member, size, "%d.%d.%d.%d", ip[0], ip[1], ip[2], ip[3]);
+}
+
+void read_number_member(Field field, int32_t row, char *member) SARN_REQUIRES_SHARED(state_lock) {
+    uint32_t value = 0;
+    (void)read_uint(field, row, &value);
+    memcpy(member, &value, sizeof value);  // not aligned
+}
+
+void read_member(const RecordField &place, int32_t row, device_info &record) SARN_REQUIRES_SHARED(state_lock) {
+    char *member = reinterpret_cast<char *>(&record) + place.offset;
+    switch (spec_of(place.field).type) {
+        case Type::Ipv4: return read_ip_member(place.field, row, member, place.size);
+        case Type::Int: return read_number_member(place.field, row, member);
+        default: return read_text_member(place.field, row, member, place.size);
+    }
+}
+
+void copy_mac_text(char (&member)[18], const MacBytesText &mac) { memcpy(member, mac.text, sizeof member); }
+
+}  // namespace
+
+int32_t read_device_info(device_info &record, int32_t row, int32_t unused_row) {
+    uint8_t bytes[6] = {};
+    if (!read_mac(Field::Sarnsignature_DeviceMAC, row, bytes)) {
+        SARN_LOG(MacUnreadable);
+        return SARN_ERR_NOT_READABLE;
+    }
+    const MacBytesText mac = mac_bytes_to_text(bytes);
+    if (is_same_mac(mac.text, NO_DEVICE_MAC)) {
+        SARN_LOG(RowUnused);
+        return unused_row;
+    }
+    copy_mac_text(record.DeviceMAC, mac);
+    for (const RecordField &field : RECORD_FIELDS) read_member(field, row, record);
+    if (!read_mac(Field::ConnectDeviceinfo_ConnAPMac, row, bytes)) {
+        SARN_LOG(ApMacUnreadable);
+        return SARN_ERR_NOT_READABLE;
+    }
+    copy_mac_text(record.ConnAPMac, mac_bytes_to_text(bytes));
+    return SARN_OK;
+}
+
+}  // namespace sarn

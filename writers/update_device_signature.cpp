@@ -1,0 +1,128 @@
+// A producer's report of what a device showed in its DHCP exchange and traffic: the one call that gives a new device a
+// row. It stores every text that says something, the state and the address, and stamps the row.
+#include "core/address_text.h"
+#include "core/bounded_text.h"
+#include "core/call.h"
+#include "core/entry_gate.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/offline_cleanup.h"
+#include "core/producer_id.h"
+#include "core/store.h"
+#include "core/time_text.h"
+#include "include/sarn.h"
+
+namespace sarn {
+
+namespace {
+
+int32_t accept_report(signature_request &request);
+int32_t check_texts(const signature_record &record);
+int32_t store_report(signature_request &request);
+void write_row(int32_t row, const signature_request &request) SARN_REQUIRES(state_lock);
+void write_texts(int32_t row, const signature_record &record) SARN_REQUIRES(state_lock);
+void write_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
+void write_ip(int32_t row, const char *ip) SARN_REQUIRES(state_lock);
+
+int32_t accept_report(signature_request &request) {
+    if (!is_initialised()) {
+        SARN_LOG(NotInitialised);
+        return SARN_ERR_NOT_INITIALISED;
+    }
+    const int32_t accepted = check_producer_id(request.producer_id);
+    if (accepted != SARN_OK) {
+        SARN_LOG(SarnProducerRefused, accepted);
+        return accepted;
+    }
+    const int32_t checked = check_texts(request.record);
+    return checked == SARN_OK ? store_report(request) : checked;
+}
+
+int32_t check_texts(const signature_record &record) {
+    const MacText mac(record.mac);
+    if (!mac_sanity_check(mac.text)) {
+        SARN_LOG(SignatureMacRefused, mac.text);
+        return SARN_ERR_MAC;
+    }
+    SARN_LOG(MacAccepted);
+
+    const BoundedText<sizeof record.ip> ip(record.ip);
+    BoundedText<sizeof record.ip> taken_apart = ip;
+    if (!is_terminated(record.ip) || is_valid_ip(taken_apart.text) == 0) {
+        SARN_LOG(SignatureIpRefused, ip.text);
+        return SARN_ERR_IP;
+    }
+    SARN_LOG(SignatureIpAccepted);
+
+    const bool is_every_text_terminated = is_terminated(record.hua) && is_terminated(record.dhcp_hostname) &&
+                                          is_terminated(record.dhcp_vendor) && is_terminated(record.dhcp_options) &&
+                                          is_terminated(record.connection_interface) &&
+                                          is_terminated(record.category) && is_terminated(record.state);
+    return is_every_text_terminated ? SARN_OK : SARN_ERR_UNTERMINATED;
+}
+
+int32_t store_report(signature_request &request) {
+    const Exclusive hold(state_lock);
+    const int32_t row = check_update_mapping_table_locked(request.record.mac, request.producer_id);
+    if (is_row(row)) {
+        write_row(row, request);
+    } else {
+        SARN_LOG(SignatureWithoutRow, row);
+    }
+    // Also without a row: a full table may be the reason.
+    clean_up_after_report();
+    return is_row(row) ? SARN_OK : SARN_ERR_NO_ROW;
+}
+
+void write_row(int32_t row, const signature_request &request) {
+    write_texts(row, request.record);
+    write_state(row, request.record.state);
+    (void)write_number(Field::Sarnsignature_Producerid, row, request.producer_id);
+    write_ip(row, request.record.ip);
+    (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
+    (void)write_number(Field::Sarnsignature_SARNSignatureUpdateStatus, row, 1);
+}
+
+void write_texts(int32_t row, const signature_record &record) {
+    const bool has_options = record.dhcp_options[0] != '\0';
+    if (has_options) (void)write_text(Field::Sarnsignature_DeviceDHCPOptions, row, record.dhcp_options);
+    // A vendor class alone, without the options of its exchange, is not taken.
+    if (has_options && record.dhcp_vendor[0] != '\0') {
+        (void)write_text(Field::Sarnsignature_DeviceDHCPVendor, row, record.dhcp_vendor);
+    }
+    if (record.dhcp_hostname[0] != '\0') {
+        (void)write_text(Field::Sarnsignature_DeviceDHCPHostname, row, record.dhcp_hostname);
+        (void)write_text(Field::DeviceIdList_DeviceHostname, row, record.dhcp_hostname);
+        (void)write_text(Field::DeviceIdList_DisplayNameDPI, row, record.dhcp_hostname);
+    }
+    if (record.hua[0] != '\0') (void)write_text(Field::Sarnsignature_DeviceHua, row, record.hua);
+    (void)write_text(Field::Sarnsignature_DeviceConnectionInterface, row, record.connection_interface);
+    (void)write_text(Field::Sarnsignature_DeviceCategory, row, record.category);
+}
+
+void write_state(int32_t row, const char *state) {
+    (void)write_text(Field::Sarnsignature_Devicestate, row, state);
+    if (note_state(row, state)) add_gc_candidate(current_time_text().text, row);
+}
+
+void write_ip(int32_t row, const char *ip_text) {
+    uint8_t ip[4] = {};
+    if (ipv4_from_text(ip_text, ip)) (void)write_ipv4(Field::Sarnsignature_DeviceIP, row, ip);
+}
+
+}  // namespace
+
+}  // namespace sarn
+
+int32_t update_device_signature(const signature_record *record, int32_t producer_id) {
+    if (record == nullptr) return SARN_ERR_NULL_RECORD;
+    const signature_request request = {*record, producer_id};
+    if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    const sarn::WorkerResult worker = sarn::run_worker(update_device_signature_handler, &request);
+    if (worker.error != 0) SARN_LOG(SignatureThreadFailed, worker.error);
+    return worker.status;
+}
+
+void *update_device_signature_handler(void *request) {
+    sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_report);
+}
