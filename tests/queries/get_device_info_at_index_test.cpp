@@ -1,0 +1,73 @@
+#include "support/library_test.h"
+
+class GetDeviceInfoAtIndex : public LibraryTest {
+protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        put_device(255, "02:00:00:00:00:ff");
+        std::memset(&record, 'x', sizeof record);
+    }
+    bool is_untouched() const {
+        device_info blank;
+        std::memset(&blank, 'x', sizeof blank);
+        return std::memcmp(&record, &blank, sizeof record) == 0;
+    }
+    device_info record;
+};
+
+TEST_F(GetDeviceInfoAtIndex, FillsEveryField) {
+    fake::set("Sarnsignature", 255, "DeviceHua", std::string(300, 'h'));
+    fake::set("Sarnsignature", 255, "DeviceIP", "10.0.200.1");
+    fake::set("ConnectDeviceinfo", 255, "ConnAPMac", "0a:1b:2c:3d:4e:5f");
+    fake::set("ConnectDeviceinfo", 255, "UploadBW", "12 Mbps too long");
+    fake::set("DeviceIdList", 255, "Producerid", "4294967295");
+    fake::set("DeviceIdList", 255, "DisplayNameCustom", "Anna's tablet");
+    start();
+    ASSERT_EQ(get_device_info_at_index(&record, 255), SARN_OK);
+    EXPECT_STREQ(record.DeviceMAC, "02:00:00:00:00:FF");
+    EXPECT_STREQ(record.ConnAPMac, "0A:1B:2C:3D:4E:5F");
+    EXPECT_STREQ(record.DeviceIP, "10.0.200.1");
+    EXPECT_EQ(record.DeviceHua, std::string(255, 'h'));
+    EXPECT_STREQ(record.UploadBW, "12 Mbps ");
+    EXPECT_STREQ(record.DisplayNameCustom, "Anna's tablet");
+    EXPECT_STREQ(record.AllowOrBlock, "allow");
+    const uint32_t producer_id = record.Producerid;
+    EXPECT_EQ(producer_id, 4294967295U);
+}
+
+TEST_F(GetDeviceInfoAtIndex, FailedReadsLeaveTheirMark) {
+    for (const char *field : {"DeviceIP", "DeviceHua"}) fake::fail_field("Sarnsignature", 255, field);
+    fake::fail_field("DeviceIdList", 255, "Producerid");
+    start();
+    ASSERT_EQ(get_device_info_at_index(&record, 255), SARN_OK);
+    EXPECT_EQ(std::string(record.DeviceHua, sizeof record.DeviceHua), std::string(256, '0'));
+    EXPECT_STREQ(record.DeviceIP, "48.48.48.48");
+    const uint32_t producer_id = record.Producerid;
+    EXPECT_EQ(producer_id, 0U);
+}
+
+TEST_F(GetDeviceInfoAtIndex, RefusalsLeaveTheRecordAlone) {
+    start();
+    EXPECT_EQ(get_device_info_at_index(&record, 256), SARN_ERR_ROW_RANGE);
+    EXPECT_EQ(get_device_info_at_index(&record, static_cast<uint32_t>(-1)), SARN_ERR_ROW_RANGE);
+    EXPECT_EQ(get_device_info_at_index(&record, 0), SARN_ERR_UNUSED_ROW);
+    (void)fake::take_journal();
+    fake::set("general", 0, "SARNSyncTimestamp", "-1");
+    EXPECT_EQ(get_device_info_at_index(nullptr, 0), SARN_ERR_NULL_RECORD);
+    EXPECT_TRUE(fake::take_journal().empty()) << "a null record logs nothing";
+    fake::fail_field("Sarnsignature", 255, "DeviceMAC");
+    EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_NOT_READABLE);
+    fake::fail_threads(true);
+    EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_THREAD);
+    fake::fail_threads(false);
+    EXPECT_TRUE(is_untouched());
+}
+
+TEST_F(GetDeviceInfoAtIndex, WithoutAccessPointTheRestIsFilled) {
+    fake::fail_field("ConnectDeviceinfo", 255, "ConnAPMac");
+    fake::set("ConnectDeviceinfo", 255, "UploadBW", "9");
+    start();
+    EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_NOT_READABLE);
+    EXPECT_STREQ(record.UploadBW, "9");
+    EXPECT_EQ(std::string(record.ConnAPMac, sizeof record.ConnAPMac), std::string(18, 'x'));
+}

@@ -1,0 +1,42 @@
+// A store in memory in place of the router's, and a logger: it keeps a journal of what the library asked and logged,
+// and fails where a test wants it to.
+#ifndef SARN_TESTS_FAKE_STORE_H
+#define SARN_TESTS_FAKE_STORE_H
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace fake {
+
+// Empties store and journal and takes away faults and hooks.
+void reset();
+
+std::string get(const std::string &table, int row, const std::string &field);
+void set(const std::string &table, int row, const std::string &field, const std::string &value);
+
+// Lines such as "set_enum Sarnsignature 3 Devicestate UP", "get_mac Sarnsignature 3 DeviceMAC" and "log 4 SARN:...".
+// Only writes and log lines are kept, unless reads are asked for. Taking the journal empties it.
+std::vector<std::string> take_journal();
+void keep_reads(bool keep);
+
+// Operations seen since the reset, reads included; the operation with this number fails, and if `forever` all after it.
+int operations();
+void fail_at(int operation, bool forever);
+bool has_fault_fired();
+// Every operation on this field fails.
+void fail_field(const std::string &table, int row, const std::string &field);
+void fail_open(bool fail);
+int open_handles();
+
+// Called before each operation, without any lock, with its journal line.
+void on_operation(std::function<void(const std::string &)> hook);
+
+// From now on thread creation fails, or works again.
+void fail_threads(bool fail);
+
+}  // namespace fake
+
+#endif

@@ -1,0 +1,66 @@
+// A started library on a fake store, and short ways to put devices into it.
+#ifndef SARN_TESTS_LIBRARY_TEST_H
+#define SARN_TESTS_LIBRARY_TEST_H
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "core/state.h"
+#include "include/sarn.h"
+#include "support/fake_store.h"
+
+inline std::string mac_of(int number) {
+    char text[18];
+    std::snprintf(text, sizeof text, "02:00:00:00:%02X:%02X", number >> 8 & 0xFF, number & 0xFF);
+    return text;
+}
+
+// A row of the store as another process would have left it.
+inline void put_device(int row, const std::string &mac, const std::string &state = "UP", const std::string &time = "") {
+    for (const char *table : {"Sarnsignature", "DeviceIdList", "ConnectDeviceinfo"}) {
+        fake::set(table, row, "DeviceMAC", mac);
+    }
+    fake::set("Sarnsignature", row, "Devicestate", state);
+    fake::set("DeviceIdList", row, "Timestamp", time);
+}
+
+inline void put_devices(int count, const std::string &state = "UP") {
+    for (int row = 0; row < count; ++row) put_device(row, mac_of(row), state, std::to_string(1000 + row));
+}
+
+inline signature_record signature_of(const std::string &mac, const std::string &state = "UP") {
+    signature_record record = {};
+    std::snprintf(record.mac, sizeof record.mac, "%s", mac.c_str());
+    std::snprintf(record.ip, sizeof record.ip, "192.168.1.7");
+    std::snprintf(record.state, sizeof record.state, "%s", state.c_str());
+    return record;
+}
+
+inline int find_row(std::string mac) {
+    mac.resize(18);
+    return check_update_mapping_table(mac.data(), SARN_PRODUCER_LOOKUP_ONLY);
+}
+
+class LibraryTest : public testing::Test {
+protected:
+    void SetUp() override {
+        fake::reset();
+        fake::set("sarngeneral", 0, "MappingComplete", "done");
+        // What the process before this test left.
+        sarn::last_sync_time = -1;
+    }
+    void TearDown() override {
+        fake::fail_threads(false);
+        fake::reset();
+        (void)sarn_uninit();
+    }
+    void start() {
+        ASSERT_EQ(sarn_init(), SARN_OK);
+        (void)fake::take_journal();
+    }
+};
+
+#endif
