@@ -8,6 +8,15 @@
 
 namespace sarn {
 
+namespace {
+
+int32_t log_sync_failure(const char *operation, int32_t result) {
+    if (result != SARN_OK) SARN_LOG(SyncFailed, operation, __LINE__, result);
+    return result;
+}
+
+}  // namespace
+
 int32_t read_sync_timestamp() {
     char text[TIME_TEXT_SIZE];
     read_text_or_empty(Field::general_SARNSyncTimestamp, SINGLE_ROW, text);
@@ -44,15 +53,16 @@ int32_t pass_entry_gate() {
     return sync_global_data();
 }
 
-int32_t pass_entry_gate(const char *operation) {
-    const int32_t result = pass_entry_gate();
-    if (result != SARN_OK) SARN_LOG(SyncFailed, operation, __LINE__, result);
-    return result;
-}
+int32_t pass_entry_gate(const char *operation) { return log_sync_failure(operation, pass_entry_gate()); }
 
 bool is_entry_gate_passed(const char *operation) {
     const Exclusive hold(state_lock);
     return pass_entry_gate(operation) == SARN_OK;
+}
+
+bool is_rebuilt(const char *operation) {
+    const Exclusive hold(state_lock);
+    return log_sync_failure(operation, is_store_open() ? sync_global_data() : SARN_OK) == SARN_OK;
 }
 
 bool is_entry_gate_passed_silently() {

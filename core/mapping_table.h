@@ -27,6 +27,9 @@ int32_t first_free_index() SARN_REQUIRES(state_lock);
 // become upper case. Results as the exported call has them.
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
 
+// The lowest row whose table entry holds a device with this upper-case MAC text; SARN_ERR_NO_ROW when there is none.
+int32_t lowest_row_of(const char *mac) SARN_REQUIRES_SHARED(state_lock);
+
 bool is_same_mac(const char *left, const char *right);
 
 // The row holds no device any more: its table entry, and its bits in the two bitmaps.

@@ -95,4 +95,14 @@ void clean_up_after_report() {
     }
 }
 
+void clean_up_after_detail() {
+    if (!is_clean_up_due()) return;
+    const int32_t removed = cleanup_offline_entries();
+    if (removed >= 0) {
+        SARN_LOG(SarnCleanupRemoved, removed);
+    } else {
+        SARN_LOG(SarnCleanupFailed, removed);
+    }
+}
+
 }  // namespace sarn

@@ -22,8 +22,9 @@ int32_t cleanup_offline_entries() SARN_REQUIRES(state_lock);
 // When the table is crowded and some row is offline, cleans up and logs the outcome.
 // At the start and in a rebuild: SARN_ERR_CLEANUP when the clean-up failed, else SARN_OK.
 int32_t clean_up_crowded_table() SARN_REQUIRES(state_lock);
-// After a report: the outcome is logged and changes nothing.
+// After a report, and after a detail update: the outcome is logged, each in its own words, and changes nothing.
 void clean_up_after_report() SARN_REQUIRES(state_lock);
+void clean_up_after_detail() SARN_REQUIRES(state_lock);
 
 }  // namespace sarn
 

@@ -38,6 +38,8 @@ bool read_ascii(Field field, int32_t row, char *buffer, int32_t size) {
     return call_store(kora_get_ascii, field, row, buffer, size);
 }
 
+bool read_bool(Field field, int32_t row, uint8_t *value) { return call_store(kora_get_bool, field, row, value); }
+
 bool read_uint(Field field, int32_t row, uint32_t *value) { return call_store(kora_get_uint, field, row, value); }
 
 bool read_mac(Field field, int32_t row, uint8_t (&mac)[6]) { return call_store(kora_get_mac, field, row, mac); }

@@ -23,6 +23,7 @@ bool is_store_open() SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_text(Field field, int32_t row, char *buffer, int32_t size) SARN_REQUIRES_SHARED(state_lock);
 // An enum field through the plain text read, as the build of the mapping table does it.
 [[nodiscard]] bool read_ascii(Field field, int32_t row, char *buffer, int32_t size) SARN_REQUIRES_SHARED(state_lock);
+[[nodiscard]] bool read_bool(Field field, int32_t row, uint8_t *value) SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_uint(Field field, int32_t row, uint32_t *value) SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_mac(Field field, int32_t row, uint8_t (&mac)[6]) SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_ipv4(Field field, int32_t row, uint8_t (&ip)[4]) SARN_REQUIRES_SHARED(state_lock);

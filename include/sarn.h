@@ -60,15 +60,24 @@ enum {
 /* Result codes. Where one number has several names, each call names the ones it means. */
 enum sarn_result {
     SARN_OK = 0,
+    SARN_STORE_FAILED = 1,     /* upgrade and access flags: the store refused a read or a write */
+    SARN_REFRESH_RUNNING = 19, /* a refresh is running already */
 
     SARN_ERR_ALREADY_INITIALISED = -1,
     SARN_ERR_UNREADABLE = -1, /* a row's MAC could not be read from the store */
-    SARN_ERR_NOT_READY = -1,  /* the library is not initialised: sarn_table_enquiry */
+    SARN_ERR_NOT_READY = -1,  /* not initialised: sarn_table_enquiry, sarn_device_state_info, sarn_update_pause_list */
     SARN_ERR_STALE = -1,      /* inside the free-row search: the store's timestamp is older than the local copy */
+    SARN_ERR_NOT_FOUND = -1,  /* check_macaddress_entry: no row holds the MAC */
+    SARN_ERR_NO_TEXT = -1,    /* escapeJSON: null or empty argument */
 
     SARN_ERR_NOT_INITIALISED = -2,
-    SARN_ERR_NOT_READABLE = -2, /* queries: a MAC field of the row could not be read */
-    SARN_ERR_UNTERMINATED = -2, /* a text field of a record has no NUL within its width */
+    SARN_ERR_NOT_READABLE = -2,    /* queries: a MAC field of the row could not be read */
+    SARN_ERR_UNKNOWN_DEVICE = -2,  /* display operations and query by MAC: the MAC has no row */
+    SARN_ERR_UNTERMINATED = -2,    /* a text field of a record has no NUL within its width */
+    SARN_ERR_TEXT = -2,            /* display operations: null text or MAC, length negative or over its limit */
+    SARN_ERR_NO_MEMORY = -2,       /* display type: the scratch buffer could not be allocated */
+    SARN_ERR_POST_PROCESSING = -2, /* a step of post_processor_update failed */
+    SARN_ERR_SELECTOR = -2,        /* sarn_device_state_info: word count, selector or null array */
 
     SARN_ERR_PRODUCER = -3,
 
@@ -80,7 +89,8 @@ enum sarn_result {
     SARN_ERR_ROW_RANGE = -7,    /* row above 255 */
 
     SARN_ERR_MAC = -8,
-    SARN_ERR_LOOKUP_ONLY = -8, /* producer 30 and a MAC without a row */
+    SARN_ERR_LOOKUP_ONLY = -8,     /* producer 30 and a MAC without a row */
+    SARN_ERR_ROW_LOST_DEVICE = -8, /* query by MAC: the row found holds no device any more */
 
     SARN_ERR_NULL_BUFFER = -9,
     SARN_ERR_WORD_COUNT = -10,
@@ -90,9 +100,17 @@ enum sarn_result {
     SARN_ERR_UNUSED_ROW = -12, /* query by row: no device there */
 
     SARN_ERR_IP = -13,
+    SARN_ERR_FIELD_CODE = -14,
+    SARN_ERR_LENGTH = -15, /* value null, or its length not 1 to 256 */
 
     SARN_ERR_REBUILD = -16, /* the entry gate's rebuild failed */
     SARN_ERR_THREAD = -16,  /* the worker thread could not be created */
+
+    SARN_ERR_DEVICE_UP = -17,
+    SARN_ERR_INTERNET_DOWN = -18, /* down or unknown */
+
+    SARN_ERR_ACL_READ = -21,
+    SARN_ERR_NOTHING_CHANGED = -22,
 
     SARN_ERR_BUILD_RUNNING = -23,
     SARN_ERR_STORE_OPEN = -24
@@ -223,6 +241,237 @@ typedef struct {
 SARN_API int32_t update_device_signature(const signature_record *record, int32_t producer_id);
 
 /*
+ * Reporting how a device is connected.
+ */
+
+/* 104 bytes, no gaps. Empty texts overwrite what the row holds. */
+typedef struct {
+    char ssid[32];
+    char mac[18];    /* the device */
+    char ap_mac[18]; /* its access point; a text that is no address keeps what the row holds */
+    char link_rate[9];
+    char download_bw[9];
+    char upload_bw[9];
+    char signal_strength[9];
+} connected_device_record;
+
+/* What update_connected_device_info_handler takes. */
+typedef struct {
+    connected_device_record record;
+    int32_t producer_id;
+} connected_device_request;
+
+/*
+ * Stores a report for a device that has a row. Gate; worker. `producer_id` as in update_device_signature.
+ *   0
+ *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER, SARN_ERR_MAC,
+ *   SARN_ERR_UNTERMINATED     as there
+ *   SARN_ERR_NO_ROW           the MAC has no row
+ */
+SARN_API int32_t update_connected_device_info(const connected_device_record *record, int32_t producer_id);
+
+/*
+ * Changing one field of a device.
+ */
+
+enum sarn_field_code {
+    SARN_FIELD_HUA = 1, /* 1 to 4: an empty value keeps what the row holds */
+    SARN_FIELD_DHCP_OPTIONS = 2,
+    SARN_FIELD_DHCP_HOSTNAME = 3, /* also the host name and the recognised display name */
+    SARN_FIELD_DHCP_VENDOR = 4,
+    SARN_FIELD_IP = 5,    /* a text that is no address keeps what the row holds */
+    SARN_FIELD_STATE = 6, /* keeps the offline bookkeeping; announces changes of tagged devices */
+    SARN_FIELD_CONNECTION_INTERFACE = 7,
+    SARN_FIELD_TYPE_CUSTOM = 8,
+    SARN_FIELD_NAME_CUSTOM = 9,
+    SARN_FIELD_TAG = 10,
+    SARN_FIELD_MODEL_CUSTOM = 11,
+    SARN_FIELD_ALLOW_OR_BLOCK = 12, /* announced, but for producer 10 and negative ids */
+    SARN_FIELD_SSID = 13,
+    SARN_FIELD_LINK_RATE = 14,
+    SARN_FIELD_DOWNLOAD_BW = 15,
+    SARN_FIELD_UPLOAD_BW = 16,
+    SARN_FIELD_SIGNAL_STRENGTH = 17,
+    SARN_FIELD_AP_MAC = 18, /* a MAC text with its NUL within the length; else SARN_ERR_MAC */
+    SARN_FIELD_BRAND_CUSTOM = 19,
+    SARN_FIELD_CATEGORY = 20,
+    SARN_FIELD_UUID = 21
+};
+
+enum { SARN_VALUE_MAX = 256 };
+
+/* What sarn_update_table_field_handler takes. */
+typedef struct {
+    char mac[18];
+    int32_t field_code;
+    char value[SARN_VALUE_MAX];
+    int32_t length;
+    int32_t producer_id;
+} table_field_request;
+
+/*
+ * Writes one field of a device that has a row. Gate; worker. The value is text: it ends at its first NUL or after
+ * `length` bytes, and holds at most 255 characters. At most 18 bytes of `mac` are looked at.
+ *   0                     done; so also when an empty value (codes 1 to 4) or a text that is no address (5) was passed
+ * over SARN_ERR_PRODUCER     refused id; wins over all others SARN_ERR_MAC          `mac` null or refused; a refused
+ * value of code 18 SARN_ERR_FIELD_CODE   not 1 to 21 SARN_ERR_LENGTH       `value` null, or `length` not 1 to
+ * SARN_VALUE_MAX SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED SARN_ERR_NO_ROW       the MAC has no row
+ */
+SARN_API int32_t sarn_update_table_field(const char *mac, int32_t field_code, const void *value, int32_t length,
+                                         int32_t producer_id);
+
+/*
+ * Forgetting a device.
+ */
+
+/* What sarn_remove_macaddress_entry_handler takes. */
+typedef struct {
+    char mac[18];
+    int32_t length; /* bytes of mac that count, at most 18 */
+} removal_request;
+
+/*
+ * Resets the row of a device and frees it, unless its state is exactly "UP". Gate; worker.
+ *   0
+ *   SARN_ERR_MAC              `mac` null or refused
+ *   SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_REBUILD          before the removal, or after it: the row is reset then
+ *   SARN_ERR_NO_ROW           the MAC has no row
+ *   SARN_ERR_DEVICE_UP        nothing done
+ */
+SARN_API int32_t sarn_remove_macaddress_entry(const char *mac);
+
+/*
+ * What device recognition found.
+ */
+
+/* 345 bytes, no gaps. Empty texts overwrite what the row holds. */
+typedef struct {
+    char reserved_1[65]; /* not read */
+    char mac_vendor[65];
+    char reserved_2[65]; /* not read */
+    char model[33];
+    char os[33];
+    char brand[33];
+    char mac[18];
+    char type[33]; /* the recogniser's key, such as "SMART_PLUG" */
+} device_detail_record;
+
+/* What update_device_detail_handler takes. */
+typedef struct {
+    device_detail_record record;
+    int32_t producer_id;
+} device_detail_request;
+
+/*
+ * Stores a recogniser's findings for a device that has a row, derives display type and name from them, and, the first
+ * time for a row while new-device notification is on, tells BRIX. Rebuilds whatever the sync timestamp says; worker,
+ * and two more that it starts one after the other. 0                         stored; so also when the display type or
+ * name could not be derived SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED,
+ * SARN_ERR_PRODUCER, SARN_ERR_MAC, SARN_ERR_UNTERMINATED, SARN_ERR_NO_ROW  as update_connected_device_info
+ */
+SARN_API int32_t update_device_detail(const device_detail_record *record, int32_t producer_id);
+
+/* Writes the new-device notification of a row: feature 1, the row, process 4. Needs sarn_init; else does nothing. */
+SARN_API void notifyBrixForNdn(uint32_t index);
+
+/*
+ * Display name, type, model and brand.
+ */
+
+/* What the four display handlers take; each reads its own text. */
+typedef struct {
+    char type[33];
+    char display_name[65];
+    char reserved[65]; /* not read */
+    char model[33];
+    char brand[33];
+    char mac[18];
+    int32_t producer_id;
+} display_request;
+
+/*
+ * The user's name, type, model or brand for a device. Gate; worker. `length` is the caller's count of the text and is
+ * only held against the limit: 64 for a name, 32 for the others; a longer text is cut to the limit. An empty text
+ * clears the field. At most 18 bytes of `mac` are looked at. A change is announced, but for producer 10 and negative
+ * ids.
+ *   0
+ *   SARN_ERR_REBUILD, SARN_ERR_THREAD
+ *   SARN_ERR_TEXT             text or mac null, or length negative or over the limit
+ *   SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER
+ *   SARN_ERR_UNKNOWN_DEVICE   the MAC has no row
+ *   SARN_ERR_NO_MEMORY        type alone
+ *
+ * Once update_device_detail has run in a process, FingPostProcessorName stays set there: a name call then recomposes
+ * the composed name alone, and a model or brand call writes the empty text. Make a user's calls from another process.
+ */
+SARN_API int32_t update_device_displayname(const char *mac, const char *name, int32_t length, int32_t producer_id);
+SARN_API int32_t update_device_displaytype(const char *mac, const char *type, int32_t length, int32_t producer_id);
+SARN_API int32_t update_device_displaymodel(const char *mac, const char *model, int32_t length, int32_t producer_id);
+SARN_API int32_t update_device_displaybrand(const char *mac, const char *brand, int32_t length, int32_t producer_id);
+
+/*
+ * The recogniser's second stage: display type, then display name.
+ *   0
+ *   SARN_ERR_POST_PROCESSING  one of the two calls failed; after a failed type the name is not attempted
+ */
+SARN_API int32_t post_processor_update(const char *mac, const char *type, const char *name, int32_t producer_id);
+
+/* One recogniser's key and the display type it folds into. */
+typedef struct {
+    char key[64];
+    char display[64];
+    int32_t id; /* 1 to 28, one for each display type */
+} device_type_row;
+
+/* The id of a display type, compared exactly; 0 when there is none, for null, and for a length below 1. */
+SARN_API int32_t get_quorvex_device_id(const char *display, int32_t length);
+
+/* The display type of an id, or null when it is not 1 to 28. The text is the table's: neither free nor change it. */
+SARN_API const char *get_quorvex_device_type(int32_t id);
+
+/* Gives a row without a recognised type the type "Network (Generic)". Needs sarn_init; else does nothing. */
+SARN_API void check_and_set_default_devicetype(int32_t row);
+
+/*
+ * Access.
+ */
+
+/* The router's access-control switch. 0; SARN_STORE_FAILED; SARN_ERR_NOT_INITIALISED. */
+SARN_API int32_t sarn_set_ACL(uint8_t enable);
+
+/* 0 or 1; SARN_ERR_ACL_READ; SARN_ERR_NOT_INITIALISED. */
+SARN_API int32_t sarn_get_ACL(void);
+
+/*
+ * Resumes ("allow", `state` not 0) or pauses ("block", 0) the devices of a list of `count` MAC texts; at most 18 bytes
+ * of each are looked at. Each change is announced, but for producer 10 and negative ids; other producer ids are not
+ * checked. 0                         some device changed, or the list is null or empty SARN_ERR_NOT_READY        not
+ * initialised SARN_ERR_MAC              an entry is null or refused; those before it are done, those after it are not
+ * looked at SARN_ERR_NOTHING_CHANGED  every device was in that state, or has no row
+ */
+SARN_API int32_t sarn_update_pause_list(const char *const *macs, uint8_t state, uint32_t count, int32_t producer_id);
+
+/*
+ * Firmware upgrade and weekly refresh.
+ */
+
+/* Reads the upgrade flag, 0 or 1. 0; SARN_STORE_FAILED, also for null; SARN_ERR_NOT_INITIALISED. */
+SARN_API int32_t get_sarn_upgrade_status(uint8_t *status);
+
+/*
+ * Writes the upgrade flag; when it goes from 0 to 1 while the firmware switch is "INIT" or "init", the switch becomes
+ * "switched". 0; SARN_STORE_FAILED (the flag may be written); SARN_ERR_NOT_INITIALISED.
+ */
+SARN_API int32_t set_sarn_upgrade_status(uint8_t status);
+
+/*
+ * Asks for a forced refresh. 0; SARN_ERR_INTERNET_DOWN; SARN_REFRESH_RUNNING; SARN_ERR_NOT_INITIALISED while the store
+ * is not open.
+ */
+SARN_API int32_t sarn_weekly_refresh_request(void);
+
+/*
  * Reading a device.
  */
 
@@ -289,12 +538,88 @@ typedef struct {
  */
 SARN_API int32_t get_device_info_at_index(device_info *record, uint32_t index);
 
+/* What get_device_info_mac_handler takes. */
+typedef struct {
+    device_info *record;
+    char mac[18];
+} device_info_mac_request;
+
+/*
+ * Fills `record` with the device of a MAC; never creates a row. Gate; worker. `mac` is not changed.
+ *   0
+ *   SARN_ERR_REBUILD, SARN_ERR_THREAD
+ *   SARN_ERR_MAC              `mac` null or refused
+ *   SARN_ERR_NULL_RECORD      `record` is null
+ *   SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_UNKNOWN_DEVICE   the MAC has no row
+ *   SARN_ERR_NOT_READABLE, SARN_ERR_ROW_LOST_DEVICE  as the query by row; the record likewise
+ */
+SARN_API int32_t get_device_info_by_mac(device_info *record, const char *mac);
+
+/*
+ * Who is there.
+ */
+
+enum sarn_state_selector { SARN_ROWS_IN_USE = 0, SARN_ROWS_UP = 1, SARN_ROWS_DOWN = 2, SARN_ROWS_FREE = 3 };
+
+/*
+ * The rows that a selector picks, by exactly "UP" and "DOWN". Gate. `words` is written only on success.
+ *   0 to 256                  the number of rows
+ *   SARN_ERR_SELECTOR         `words` null, `word_count` not SARN_BITMAP_WORDS, or `selector` above 3
+ *   SARN_ERR_NOT_READY, SARN_ERR_REBUILD, SARN_ERR_UNREADABLE
+ */
+SARN_API int32_t sarn_device_state_info(uint32_t *words, int32_t word_count, uint32_t selector);
+
+/*
+ * The row of a MAC. Gate. `mac` is a writable buffer of at least 18 bytes, whose letters become upper case in place.
+ *   0 to 255, SARN_ERR_NOT_FOUND
+ *   SARN_ERR_MAC              `mac` is null
+ *   SARN_ERR_REBUILD, SARN_ERR_NOT_INITIALISED
+ */
+SARN_API int32_t check_macaddress_entry(char *mac);
+
+/*
+ * The MAC of a row: a block of 17 characters without a NUL, which the caller frees. 17 zero bytes for a row out of
+ * range; null when there is no memory. A failed gate and a library that is not initialised are logged and answered all
+ * the same, from what this process knows. Gate.
+ */
+SARN_API char *check_macaddress_by_index(int32_t row);
+
+/*
+ * Texts for JSON strings. These touch no state: thread-safe, and usable without sarn_init. Lengths are in bytes; a NUL
+ * does not end a text.
+ */
+
+/* How many of the bytes 0 to `length`, both included, are below 0x20, a quotation mark or a backslash. */
+SARN_API int32_t IsJsonEncodeNeeded(const char *text, uint32_t length);
+
+/*
+ * Escapes \b \t \n \f \r \" and \\, drops other bytes below 0x20 and 0x96, copies the rest and ends with a NUL. `out`
+ * holds 2 * length + 1 bytes. 0; SARN_ERR_NO_TEXT for null or a length of 0, and nothing is written.
+ */
+SARN_API int32_t escapeJSON(const char *text, char *out, uint32_t length);
+
+/*
+ * Undoes two-byte escapes; of an unknown one the second byte stays. Writes at most `length` bytes and no NUL: clear
+ * `out` before. Returns `out`, or null when `text` is null or the length 0, and then nothing is written.
+ */
+SARN_API char *unescapeJSON(const char *text, char *out, uint32_t length);
+
 /*
  * Worker bodies. A host may start one as a thread of its own on a request that stays valid until the thread ends: it
  * writes its result to the family's cell and exits with the cell's address. Each ends its thread and never returns.
  */
-SARN_API SARN_NORETURN void *update_device_signature_handler(void *request); /* signature_request */
-SARN_API SARN_NORETURN void *get_device_info_handler(void *request);         /* device_info_request */
+SARN_API SARN_NORETURN void *update_device_signature_handler(void *request);
+SARN_API SARN_NORETURN void *update_connected_device_info_handler(void *request);
+SARN_API SARN_NORETURN void *sarn_update_table_field_handler(void *request);
+SARN_API SARN_NORETURN void *sarn_remove_macaddress_entry_handler(void *request);
+SARN_API SARN_NORETURN void *update_device_detail_handler(void *request);
+SARN_API SARN_NORETURN void *update_devicedisplayname_handler(void *request);
+SARN_API SARN_NORETURN void *update_devicedisplaytype_handler(void *request);
+SARN_API SARN_NORETURN void *update_devicedisplaymodel_handler(void *request);
+SARN_API SARN_NORETURN void *update_devicedisplaybrand_handler(void *request);
+SARN_API SARN_NORETURN void *get_device_info_handler(void *request);
+SARN_API SARN_NORETURN void *get_device_info_mac_handler(void *request);
 
 /*
  * Exported variables.
@@ -315,6 +640,17 @@ typedef struct {
     int32_t row;
 } gc_candidate;
 extern SARN_API gc_candidate gc_epochtime_array[10];
+
+/* What the last detail update read; and what makes a display operation the recogniser's. 0 until update_device_detail.
+ */
+extern SARN_API uint8_t ndnEnableFlag;
+extern SARN_API uint8_t ndnEventStatus;
+extern SARN_API uint8_t FingPostProcessorName; /* stays 1 from the first detail update on */
+extern SARN_API uint8_t FingPostProcessorType; /* cleared when a type was found in the table */
+
+/* The recogniser's keys, in the order in which they are looked at. */
+enum { SARN_DEVICE_TYPE_ROWS = 151 };
+extern SARN_API device_type_row Newtypestorage[SARN_DEVICE_TYPE_ROWS];
 
 /* Controls for the host's logger. The library never reads them. */
 extern SARN_API int32_t __log_to_console;    /* 1 */

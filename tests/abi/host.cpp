@@ -29,8 +29,8 @@ int main() {
     CHECK(sarn_init() == SARN_OK);
     CHECK(gc_epochtime_array[9].row == -1);
     signature_record record = {};
-    std::strcpy(record.mac, "02:00:00:00:00:01");
-    std::strcpy(record.ip, "10.0.0.1");
+    std::snprintf(record.mac, sizeof record.mac, "02:00:00:00:00:01");
+    std::snprintf(record.ip, sizeof record.ip, "10.0.0.1");
     CHECK(update_device_signature(&record, 20) == SARN_OK);
     CHECK(producer == 20);
     CHECK(fake::get("Sarnsignature", 0, "DeviceIP") == "10.0.0.1");

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "core/state.h"
 #include "include/sarn.h"
@@ -31,17 +33,38 @@ inline void put_devices(int count, const std::string &state = "UP") {
     for (int row = 0; row < count; ++row) put_device(row, mac_of(row), state, std::to_string(1000 + row));
 }
 
+// Fills a text of a record; a longer one is cut.
+template <size_t Width>
+void set_text(char (&field)[Width], const std::string &text) {
+    std::memset(field, 0, Width);
+    std::memcpy(field, text.c_str(), std::min(text.size(), Width - 1));
+}
+
 inline signature_record signature_of(const std::string &mac, const std::string &state = "UP") {
     signature_record record = {};
-    std::snprintf(record.mac, sizeof record.mac, "%s", mac.c_str());
-    std::snprintf(record.ip, sizeof record.ip, "192.168.1.7");
-    std::snprintf(record.state, sizeof record.state, "%s", state.c_str());
+    set_text(record.mac, mac);
+    set_text(record.ip, "192.168.1.7");
+    set_text(record.state, state);
     return record;
 }
 
 inline int find_row(std::string mac) {
     mac.resize(18);
     return check_update_mapping_table(mac.data(), SARN_PRODUCER_LOOKUP_ONLY);
+}
+
+// The store writes since the journal was last taken, without those of builds and creations; times are left out.
+inline std::vector<std::string> take_row_writes() {
+    std::vector<std::string> writes;
+    for (std::string line : fake::take_journal()) {
+        if (line.rfind("set_", 0) != 0 || line.find("DeviceMAC") != std::string::npos ||
+            line.find("SARNSync") != std::string::npos) {
+            continue;
+        }
+        const auto time = line.find("Timestamp ");
+        writes.push_back(time == std::string::npos ? line : line.substr(0, time + 9));
+    }
+    return writes;
 }
 
 class LibraryTest : public testing::Test {

@@ -1,4 +1,4 @@
-// Starting the library in a process, and stopping it.
+// Starting the library in a process; the first one since the store came up also removes duplicate rows.
 #include <string.h>
 
 #include "core/duplicate_rows.h"
@@ -52,16 +52,4 @@ int32_t sarn_init(void) {
     initialised = 1;
     if (claim_first_start()) finish_first_start();
     return clean_up_crowded_table();
-}
-
-int32_t sarn_uninit(void) {
-    using namespace sarn;
-    const Exclusive hold(state_lock);
-    if (initialised != 1) {
-        SARN_LOG(LibraryNotInitialised);
-        return SARN_ERR_NOT_INITIALISED;
-    }
-    close_store();
-    initialised = 0;
-    return SARN_OK;
 }

@@ -1,0 +1,82 @@
+// Building this process's picture of the rows from the store.
+#include <string.h>
+
+#include "core/address_text.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/offline_cleanup.h"
+#include "core/store.h"
+#include "core/time_text.h"
+
+namespace sarn {
+
+namespace {
+
+// Counts the builds that began, so that a call which waited out another's build can tell.
+uint32_t builds_begun = 0;
+
+void begin_build() {
+    __atomic_add_fetch(&builds_begun, 1, __ATOMIC_RELAXED);
+    __atomic_store_n(&mappingtablestatus, uint8_t{0}, __ATOMIC_RELEASE);
+}
+
+void end_build() { __atomic_store_n(&mappingtablestatus, uint8_t{1}, __ATOMIC_RELEASE); }
+
+// A row in use: counts it, keeps the mirror of its MAC, and notes whether its device is offline.
+void take_in_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
+    count_row_in_use(row);
+    (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+    char state[sizeof device_info::Devicestate];
+    read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
+    if (!note_state(row, state)) return;
+    char timestamp[TIME_TEXT_SIZE];
+    read_text_or_empty(Field::DeviceIdList_Timestamp, row, timestamp);
+    add_gc_candidate(timestamp, row);
+}
+
+bool read_rows() SARN_REQUIRES(state_lock) {
+    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+        uint8_t mac[6] = {};
+        if (!read_mac(Field::Sarnsignature_DeviceMAC, row, mac)) return false;
+        const MacBytesText text = mac_bytes_to_text(mac);
+        mapping_table[row].index = row;
+        memcpy(mapping_table[row].MACData, text.text, sizeof text.text);
+        if (strcmp(text.text, NO_DEVICE_MAC) != 0) take_in_row(row, mac);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool is_build_running() { return __atomic_load_n(&mappingtablestatus, __ATOMIC_ACQUIRE) == 0; }
+
+int32_t create_mapping_table_locked() {
+    if (is_build_running()) return SARN_ERR_BUILD_RUNNING;
+    begin_build();
+    bool all_read = false;
+    {
+        const ExportedMutex hold(mutex1);
+        all_read = read_rows();
+        if (!all_read) SARN_LOG(MacUnreadable);
+    }
+    if (!all_read) {
+        end_build();
+        return SARN_ERR_UNREADABLE;
+    }
+    last_sync_time = seconds_of(current_time_text().text);
+    end_build();
+    SARN_LOG(RowsInUse, inuse_count);
+    return inuse_count;
+}
+
+}  // namespace sarn
+
+int32_t create_mapping_table(void) {
+    using namespace sarn;
+    if (is_build_running()) return SARN_ERR_BUILD_RUNNING;
+    const uint32_t begun = __atomic_load_n(&builds_begun, __ATOMIC_RELAXED);
+    const Exclusive hold(state_lock);
+    // The lock may have been another's for a build that began just after the first look.
+    if (__atomic_load_n(&builds_begun, __ATOMIC_RELAXED) != begun) return SARN_ERR_BUILD_RUNNING;
+    return create_mapping_table_locked();
+}
