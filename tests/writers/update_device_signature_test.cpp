@@ -1,13 +1,9 @@
-#include <unistd.h>
-
 #include <vector>
 
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
 
 namespace {
-
-void set_text(char *field, const char *text) { std::strcpy(field, text); }
 
 signature_record full_report(const std::string &mac, const char *state) {
     signature_record record = signature_of(mac, state);
@@ -18,20 +14,6 @@ signature_record full_report(const std::string &mac, const char *state) {
     set_text(record.connection_interface, "wlan0");
     set_text(record.category, "phone");
     return record;
-}
-
-// The store writes of the report itself, without those of builds and creations.
-std::vector<std::string> take_row_writes() {
-    std::vector<std::string> writes;
-    for (std::string line : fake::take_journal()) {
-        if (line.rfind("set_", 0) != 0 || line.find("DeviceMAC") != std::string::npos ||
-            line.find("SARNSync") != std::string::npos) {
-            continue;
-        }
-        const auto time = line.find("Timestamp ");
-        writes.push_back(time == std::string::npos ? line : line.substr(0, time + 9));
-    }
-    return writes;
 }
 
 }  // namespace

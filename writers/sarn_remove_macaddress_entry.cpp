@@ -1,0 +1,75 @@
+// Forgets a device: resets its row and frees it, unless the device is up.
+#include <string.h>
+
+#include "core/address_text.h"
+#include "core/bounded_text.h"
+#include "core/call.h"
+#include "core/entry_gate.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/reset_device_entry.h"
+#include "core/store.h"
+#include "include/sarn.h"
+
+namespace sarn {
+
+namespace {
+
+constexpr char HANDLER_NAME[] = "sarn_remove_macaddress_entry_handler";
+
+int32_t remove_device(removal_request &request);
+MacText read_asked_mac(const removal_request &request);
+bool is_up(int32_t row) SARN_REQUIRES(state_lock);
+
+int32_t remove_device(removal_request &request) {
+    const Exclusive hold(state_lock);
+    if (initialised != 1) {
+        SARN_LOG(SarnLibraryNotInitialised);
+        return SARN_ERR_NOT_INITIALISED;
+    }
+    if (pass_entry_gate(HANDLER_NAME) != SARN_OK) return SARN_ERR_REBUILD;
+
+    MacText mac = read_asked_mac(request);
+    SARN_LOG(RemovalBegins, HANDLER_NAME, __LINE__, mac.text);
+    upper_case(mac.text, sizeof request.mac);
+    const int32_t row = lowest_row_of(mac.text);
+    if (!is_row(row)) return SARN_ERR_NO_ROW;
+    if (is_up(row)) return SARN_ERR_DEVICE_UP;
+
+    SARN_LOG(RemovalResets);
+    (void)reset_device_entry(row);
+    clear_row_bits(row);
+    return pass_entry_gate(HANDLER_NAME) == SARN_OK ? SARN_OK : SARN_ERR_REBUILD;
+}
+
+// The caller's length may be more than the request holds.
+MacText read_asked_mac(const removal_request &request) {
+    MacText mac(request.mac);
+    const size_t length = request.length < 0 ? 0 : static_cast<size_t>(request.length);
+    if (length < sizeof request.mac) memset(mac.text + length, 0, sizeof mac.text - length);
+    return mac;
+}
+
+bool is_up(int32_t row) {
+    char state[8];
+    read_text_or_empty(Field::Sarnsignature_Devicestate, row, state);
+    return strcmp(state, "UP") == 0;
+}
+
+}  // namespace
+
+}  // namespace sarn
+
+int32_t sarn_remove_macaddress_entry(const char *mac) {
+    if (mac == nullptr || !sarn::mac_sanity_check(mac)) return SARN_ERR_MAC;
+    removal_request request = {};
+    request.length = static_cast<int32_t>(strnlen(mac, sizeof request.mac));
+    memcpy(request.mac, mac, static_cast<size_t>(request.length));
+    const sarn::WorkerResult worker = sarn::run_worker(sarn_remove_macaddress_entry_handler, &request);
+    if (worker.error != 0) SARN_LOG(RemovalThreadFailed, worker.error);
+    return worker.status;
+}
+
+void *sarn_remove_macaddress_entry_handler(void *request) {
+    sarn::finish_worker(request, sig_thread_exit_status, sarn::remove_device);
+}

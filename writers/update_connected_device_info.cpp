@@ -1,0 +1,94 @@
+// A producer's report of how a device is connected: network, rates, signal, access point. It writes to devices that
+// have a row and leaves their state alone.
+#include <string.h>
+
+#include "core/address_text.h"
+#include "core/bounded_text.h"
+#include "core/call.h"
+#include "core/entry_gate.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/offline_cleanup.h"
+#include "core/producer_id.h"
+#include "core/store.h"
+#include "include/sarn.h"
+
+namespace sarn {
+
+namespace {
+
+int32_t accept_connection(connected_device_request &request);
+int32_t check_texts(const connected_device_record &record);
+int32_t store_connection(const connected_device_record &record);
+void write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
+
+int32_t accept_connection(connected_device_request &request) {
+    if (!is_initialised()) {
+        SARN_LOG(NotInitialised);
+        return SARN_ERR_NOT_INITIALISED;
+    }
+    const int32_t accepted = check_producer_id(request.producer_id);
+    if (accepted != SARN_OK) {
+        SARN_LOG(SarnProducerRefused, accepted);
+        return accepted;
+    }
+    const int32_t checked = check_texts(request.record);
+    return checked == SARN_OK ? store_connection(request.record) : checked;
+}
+
+int32_t check_texts(const connected_device_record &record) {
+    const MacText mac(record.mac);
+    if (!mac_sanity_check(mac.text)) {
+        SARN_LOG(ConnectionMacRefused, mac.text);
+        return SARN_ERR_MAC;
+    }
+    SARN_LOG(MacAccepted);
+    const bool is_every_text_terminated = is_terminated(record.ssid) && is_terminated(record.link_rate) &&
+                                          is_terminated(record.download_bw) && is_terminated(record.upload_bw) &&
+                                          is_terminated(record.signal_strength);
+    return is_every_text_terminated ? SARN_OK : SARN_ERR_UNTERMINATED;
+}
+
+int32_t store_connection(const connected_device_record &record) {
+    MacText mac(record.mac);
+    upper_case(mac.text, sizeof record.mac);
+
+    const Exclusive hold(state_lock);
+    int32_t row = 0;
+    if (!check_mac_pre_existing(mac.text, &row)) {
+        SARN_LOG(ConnectionWithoutRow, MacText(record.mac).text);
+        return SARN_ERR_NO_ROW;
+    }
+    write_row(row, record);
+    clean_up_after_report();
+    return SARN_OK;
+}
+
+void write_row(int32_t row, const connected_device_record &record) {
+    (void)write_text(Field::ConnectDeviceinfo_ConnSSID, row, record.ssid);
+    (void)write_text(Field::ConnectDeviceinfo_DeviceLinkRate, row, record.link_rate);
+    (void)write_text(Field::ConnectDeviceinfo_DownloadBW, row, record.download_bw);
+    (void)write_text(Field::ConnectDeviceinfo_UploadBW, row, record.upload_bw);
+    (void)write_text(Field::ConnectDeviceinfo_DeviceSignalStrength, row, record.signal_strength);
+    uint8_t access_point[6] = {};
+    if (mac_from_text(MacText(record.ap_mac).text, access_point)) {
+        (void)write_mac(Field::ConnectDeviceinfo_ConnAPMac, row, access_point);
+    }
+}
+
+}  // namespace
+
+}  // namespace sarn
+
+int32_t update_connected_device_info(const connected_device_record *record, int32_t producer_id) {
+    if (record == nullptr) return SARN_ERR_NULL_RECORD;
+    const connected_device_request request = {*record, producer_id};
+    if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    const sarn::WorkerResult worker = sarn::run_worker(update_connected_device_info_handler, &request);
+    if (worker.error != 0) SARN_LOG(ConnectionThreadFailed, worker.error);
+    return worker.status;
+}
+
+void *update_connected_device_info_handler(void *request) {
+    sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_connection);
+}
