@@ -1,0 +1,18 @@
+#include "identity/display_request.h"
+
+#include "core/log.h"
+#include "core/producer_id.h"
+
+namespace sarn {
+
+int32_t check_display_request(const display_request &request) {
+    if (!is_initialised()) {
+        SARN_LOG(LibraryNotInitialised);
+        return SARN_ERR_NOT_INITIALISED;
+    }
+    const int32_t accepted = check_producer_id(request.producer_id);
+    if (accepted != SARN_OK) SARN_LOG(ProducerRefused, accepted);
+    return accepted;
+}
+
+}  // namespace sarn

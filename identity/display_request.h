@@ -1,0 +1,30 @@
+// What the four display operations share: the request, its filling, and the refusals that come first.
+#ifndef SARN_IDENTITY_DISPLAY_REQUEST_H
+#define SARN_IDENTITY_DISPLAY_REQUEST_H
+
+#include <stddef.h>
+#include <string.h>
+
+#include "core/state.h"
+
+namespace sarn {
+
+// Fills one text of the request, cut to its width, with the MAC and the producer id. SARN_OK, or SARN_ERR_TEXT.
+template <size_t Width>
+int32_t fill_display_request(display_request &request, char (display_request::*member)[Width], const char *mac,
+                             const char *text, int32_t length, int32_t producer_id) {
+    constexpr size_t LIMIT = Width - 1;
+    // A negative length is far over the limit.
+    if (mac == nullptr || text == nullptr || static_cast<uint32_t>(length) > LIMIT) return SARN_ERR_TEXT;
+    request.producer_id = producer_id;
+    memcpy(request.*member, text, strnlen(text, LIMIT));
+    memcpy(request.mac, mac, strnlen(mac, sizeof request.mac));
+    return SARN_OK;
+}
+
+// The first checks of every display handler: SARN_OK, SARN_ERR_NOT_INITIALISED or SARN_ERR_PRODUCER, logged.
+int32_t check_display_request(const display_request &request) SARN_EXCLUDES(state_lock);
+
+}  // namespace sarn
+
+#endif

@@ -1,0 +1,91 @@
+// The user's name for a device; with it the composed name, built from what recognition stored, is brought up to date.
+#include <stdio.h>
+
+#include "core/bounded_text.h"
+#include "core/call.h"
+#include "core/change_notice.h"
+#include "core/entry_gate.h"
+#include "core/log.h"
+#include "core/mapping_table.h"
+#include "core/store.h"
+#include "identity/display_request.h"
+#include "identity/post_processor_flags.h"
+
+uint8_t FingPostProcessorName = 0;
+
+namespace sarn {
+
+namespace {
+
+// Brand and model of 32 characters each and the dash between them.
+struct ComposedName {
+    char text[66];
+};
+
+int32_t store_name(display_request &request);
+ComposedName compose_name(int32_t row, const char *mac) SARN_REQUIRES(state_lock);
+void write_custom_name(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
+
+int32_t store_name(display_request &request) {
+    const int32_t checked = check_display_request(request);
+    if (checked != SARN_OK) return checked;
+
+    const Exclusive hold(state_lock);
+    const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
+    if (row < 0) {
+        SARN_LOG(NameWithoutRow);
+        return SARN_ERR_UNKNOWN_DEVICE;
+    }
+    SARN_LOG(NameRow, row);
+    const ComposedName composed = compose_name(row, BoundedText<MAC_TEXT_LENGTH>(request.mac).text);
+    if (!is_set(FingPostProcessorName)) write_custom_name(row, request);
+    (void)write_text(Field::DeviceIdList_DisplayNameQuorvex, row, composed.text);
+    return SARN_OK;
+}
+
+ComposedName compose_name(int32_t row, const char *mac) {
+    char brand[33];
+    char model[33];
+    char vendor[65];
+    read_text_or_empty(Field::DeviceIdList_DeviceBrand, row, brand);
+    read_text_or_empty(Field::DeviceIdList_DeviceModel, row, model);
+    read_text_or_empty(Field::DeviceIdList_DeviceMacVendor, row, vendor);
+
+    ComposedName name = {};
+    const bool has_both = brand[0] != '\0' && model[0] != '\0';
+    if (brand[0] != '\0' || model[0] != '\0') {
+        (void)snprintf(name.text, sizeof name.text, "%s%s%s", brand, has_both ? "-" : "", model);
+    } else if (vendor[0] != '\0') {
+        (void)snprintf(name.text, sizeof name.text, "%s", vendor);
+    } else {
+        constexpr int LAST_THREE_GROUPS = 9;
+        (void)snprintf(name.text, sizeof name.text, "DEV-%s", mac + LAST_THREE_GROUPS);
+    }
+    return name;
+}
+
+void write_custom_name(int32_t row, const display_request &request) {
+    const BoundedText<sizeof request.display_name - 1> name(request.display_name);
+    (void)write_text(Field::DeviceIdList_DisplayNameCustom, row, name.text);
+    if (announce_device_change(row, request.producer_id)) SARN_LOG(NameAnnounced);
+}
+
+}  // namespace
+
+}  // namespace sarn
+
+int32_t update_device_displayname(const char *mac, const char *name, int32_t length, int32_t producer_id) {
+    using namespace sarn;
+    if (!is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    display_request request = {};
+    const int32_t filled =
+        fill_display_request(request, &display_request::display_name, mac, name, length, producer_id);
+    if (filled != SARN_OK) return filled;
+    const WorkerResult worker = run_worker(update_devicedisplayname_handler, &request);
+    if (worker.error != 0) SARN_LOG(NameThreadFailed, worker.error);
+    return worker.status;
+}
+
+void *update_devicedisplayname_handler(void *request) {
+    sarn::finish_worker(request, dd_thread_exit_status, sarn::store_name);
+}

@@ -1,0 +1,116 @@
+#include <algorithm>
+
+#include "support/library_test.h"
+
+class Display : public LibraryTest {
+protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        FingPostProcessorName = 0;
+        FingPostProcessorType = 0;
+        put_device(3, "00:11:22:AA:BB:CC");
+        fake::set("general", 0, "SARNSyncTimestamp", "-1");
+        start();
+    }
+    static constexpr const char *MAC = "00:11:22:aa:bb:cc";
+};
+
+TEST_F(Display, NameIsComposedFromWhatIsKnown) {
+    const std::string wide(32, 'b');
+    const struct {
+        std::string brand, model, vendor, composed;
+    } cases[] = {
+        {"Acme", "X1", "Vendor", "Acme-X1"}, {"Acme", "", "Vendor", "Acme"}, {"", "X1", "Vendor", "X1"},
+        {"", "", "Vendor", "Vendor"},        {"", "", "", "DEV-AA:BB:CC"},   {wide, wide, "", wide + "-" + wide},
+        {"%n", "%s", "", "%n-%s"},
+    };
+    for (const auto &c : cases) {
+        fake::set("DeviceIdList", 3, "DeviceBrand", c.brand);
+        fake::set("DeviceIdList", 3, "DeviceModel", c.model);
+        fake::set("DeviceIdList", 3, "DeviceMacVendor", c.vendor);
+        EXPECT_EQ(update_device_displayname(MAC, "mine", 4, 20), SARN_OK);
+        EXPECT_EQ(take_row_writes(),
+                  (std::vector<std::string>{"set_string DeviceIdList 3 DisplayNameCustom mine",
+                                            "set_uint BRIXNotifyCDUPDATE 0 IndexCD 3",
+                                            "set_ascii DeviceIdList 3 DisplayNameQuorvex " + c.composed}));
+    }
+    FingPostProcessorName = 1;
+    EXPECT_EQ(update_device_displayname(MAC, "other", 5, 20), SARN_OK);
+    EXPECT_EQ(take_row_writes().size(), 1U) << "the recogniser leaves the user's name alone";
+}
+
+TEST_F(Display, TypeFoldsForTheRecogniserAndStaysForTheUser) {
+    struct {
+        const char *name, *type;
+        uint8_t flag;
+        const char *field, *stored;
+        bool is_announced;
+        uint8_t flag_after;
+    } const cases[] = {
+        {"key", "WEBCAM", 1, "DeviceTypeQuorvex", "Camera", false, 0},
+        {"key that stands twice", "GARAGE", 1, "DeviceTypeQuorvex", "IoT (Generic)", false, 0},
+        {"unknown, none before", "SPACESHIP", 1, "DeviceTypeQuorvex", "Network (Generic)", false, 1},
+        {"user's key", "WEBCAM", 0, "DeviceTypeCustom", "WEBCAM", false, 0},
+        {"user's display type", "Camera", 0, "DeviceTypeCustom", "Camera", false, 0},
+        {"user's own", "Spaceship", 0, "DeviceTypeCustom", "Spaceship", true, 0},
+        {"user's empty", "", 0, "DeviceTypeCustom", "", true, 0},
+    };
+    for (const auto &c : cases) {
+        fake::set("DeviceIdList", 3, "DeviceTypeQuorvex", "");
+        FingPostProcessorType = c.flag;
+        EXPECT_EQ(update_device_displaytype(MAC, c.type, 8, 0), SARN_OK) << c.name;
+        EXPECT_EQ(fake::get("DeviceIdList", 3, c.field), c.stored) << c.name;
+        EXPECT_EQ(take_row_writes().size(), c.is_announced ? 2U : 1U) << c.name;
+        EXPECT_EQ(FingPostProcessorType, c.flag_after) << c.name;
+    }
+    fake::set("DeviceIdList", 3, "DeviceTypeQuorvex", "TV");
+    FingPostProcessorType = 1;
+    EXPECT_EQ(update_device_displaytype(MAC, "SPACESHIP", 8, 0), SARN_OK);
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceTypeQuorvex"), "TV");
+}
+
+TEST_F(Display, ModelAndBrandDifferInFieldAndLogAlone) {
+    const std::string field_of[] = {"DisplayModelCustom", "DisplayBrandCustom"};
+    const auto calls = {update_device_displaymodel, update_device_displaybrand};
+    int i = 0;
+    for (const auto call : calls) {
+        EXPECT_EQ(call(MAC, std::string(40, 'm').c_str(), 32, 0), SARN_OK);
+        const auto journal = fake::take_journal();
+        const auto logs_row = std::count(journal.begin(), journal.end(), "log 2 SARN:index is 3 \r\n");
+        EXPECT_EQ(logs_row, i == 0 ? 1 : 0);
+        EXPECT_EQ(fake::get("DeviceIdList", 3, field_of[i]), std::string(32, 'm'));
+        EXPECT_EQ(call(MAC, "quiet", 5, -10), SARN_OK);
+        EXPECT_EQ(take_row_writes(), std::vector<std::string>{"set_ascii DeviceIdList 3 " + field_of[i] + " quiet"});
+        FingPostProcessorName = 1;
+        EXPECT_EQ(call(MAC, "ignored", 7, 0), SARN_OK);
+        EXPECT_EQ(take_row_writes().front(), "set_ascii DeviceIdList 3 " + field_of[i] + " ");
+        FingPostProcessorName = 0;
+        ++i;
+    }
+}
+
+TEST_F(Display, RefusalsWriteNothing) {
+    struct {
+        const char *name;
+        int32_t (*call)(const char *, const char *, int32_t, int32_t);
+        int limit;
+    } const calls[] = {{"name", update_device_displayname, 64},
+                       {"type", update_device_displaytype, 32},
+                       {"model", update_device_displaymodel, 32},
+                       {"brand", update_device_displaybrand, 32}};
+    for (const auto &c : calls) {
+        EXPECT_EQ(c.call(MAC, "x", c.limit + 1, 0), SARN_ERR_TEXT) << c.name;
+        EXPECT_EQ(c.call(MAC, "x", -1, 0), SARN_ERR_TEXT) << c.name;
+        EXPECT_EQ(c.call(MAC, nullptr, 1, 0), SARN_ERR_TEXT) << c.name;
+        EXPECT_EQ(c.call(nullptr, "x", 1, 0), SARN_ERR_TEXT) << c.name;
+        EXPECT_EQ(c.call(MAC, "x", 1, 5), SARN_ERR_PRODUCER) << c.name;
+        EXPECT_EQ(c.call("00:11:22:00:00:00", "x", 1, 0), SARN_ERR_UNKNOWN_DEVICE) << c.name;
+        fake::fail_threads(true);
+        EXPECT_EQ(c.call(MAC, "x", 1, 0), SARN_ERR_THREAD) << c.name;
+        fake::fail_threads(false);
+        EXPECT_TRUE(take_row_writes().empty()) << c.name;
+        EXPECT_EQ(c.call(MAC, "x", c.limit, 0), SARN_OK) << c.name;
+        (void)fake::take_journal();
+    }
+    EXPECT_EQ(post_processor_update("00:11:22:00:00:00", "TV", "", 0), SARN_ERR_POST_PROCESSING);
+}
