@@ -9,6 +9,10 @@
  * Refused: a null argument, an unknown table or field, a row out of range, an operation of another type than the
  * field's, a text over KORA_TEXT_MAX bytes. One exception: kora_get_ascii reads enum fields too.
  * A field that no one has written reads as its reset value.
+ *
+ * Reads never wait for writers. Writes of all processes wait for each other, and one that finds the store full waits
+ * up to two seconds for readers that keep old pages before it fails; while that lasts, later writes fail at once.
+ * Not for signal handlers. What goes wrong with the store is logged through log_printf, level 4, source "kora".
  */
 #ifndef KORA_H
 #define KORA_H
@@ -26,7 +30,9 @@ enum { KORA_TEXT_MAX = 256 };
  * Opens the store that the environment variable KORA_STORE names (default "/run/kora/store.mdb"; the folder is made
  * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null.
  * Returns a handle, or null with a line in the log when the store is not to be had.
- * A process that opens it more than once shares one store with a count: each handle is destroyed on its own.
+ * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
+ * its own. While one is open KORA_STORE must name the same file, and another copy of this library in the process is
+ * refused.
  * After fork the child goes on with its handles; the store is opened again for it at its first call.
  */
 void *kora_init_ex(void *reserved);
@@ -57,6 +63,18 @@ int32_t kora_get_mac(void *handle, const char *table, int32_t row, const char *f
 int32_t kora_set_mac(void *handle, const char *table, int32_t row, const char *field, const uint8_t six[6]);
 int32_t kora_get_ipv4(void *handle, const char *table, int32_t row, const char *field, uint8_t four[4]);
 int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *field, const uint8_t four[4]);
+
+/*
+ * Groups. Between kora_begin and kora_end the operations of the calling thread are one group: reading, they see one
+ * snapshot, and writes are refused; writing, they are kept whole or not at all, are invisible to others until kora_end,
+ * and are undone when the process dies. A thread has one group at a time and ends it itself, soon: a writing group keeps
+ * all other writers out, a reading one keeps replaced pages from being used again.
+ * kora_end returns non-zero when there is no group, or when its writes could not be kept; with `keep` 0 it drops them.
+ * A host may lack both; libsarn.so then makes each operation by itself.
+ */
+enum { KORA_READING = 0, KORA_WRITING = 1 };
+int32_t kora_begin(void *handle, int32_t mode);
+int32_t kora_end(void *handle, int32_t keep);
 
 /* Text to bytes: six two-digit hexadecimal pairs joined by colons, either case; a dotted quad. The whole text counts.
  */

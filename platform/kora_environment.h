@@ -1,0 +1,31 @@
+// The one LMDB environment of this process: made, opened, checked, closed.
+#ifndef KORA_ENVIRONMENT_H
+#define KORA_ENVIRONMENT_H
+
+#include <lmdb.h>
+
+#include "kora_files.h"
+#include "kora_key.h"
+
+namespace kora {
+
+struct Environment {
+    MDB_env *lmdb = nullptr;
+    MDB_dbi values = 0;
+    int claim_fd = -1;  // holds the claim of claim_store_file for as long as it is open
+};
+
+bool open_environment(const StorePath &path, Environment &out_environment, Refusal &out_why);
+
+// Expects that no transaction of this process is left.
+void close_environment(const StorePath &path, Environment &environment);
+
+// After fork, in the child. LMDB's part is given up, not closed: closing would clear the parent's readers.
+void forget_environment(Environment &environment);
+
+inline MDB_val value_of(const void *bytes, size_t size) { return {size, const_cast<void *>(bytes)}; }
+inline MDB_val value_of(const Key &key) { return value_of(&key, sizeof key); }
+
+}  // namespace kora
+
+#endif

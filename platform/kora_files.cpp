@@ -1,0 +1,180 @@
+#include "kora_files.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace kora {
+
+namespace {
+
+constexpr char DEFAULT_STORE[] = "/run/kora/store.mdb";
+constexpr char LOCK_SUFFIX[] = "-lock";
+constexpr char FRESH_SUFFIX[] = ".new";
+constexpr mode_t FOLDER_MODE = 0750;
+constexpr mode_t FILE_MODE = 0660;
+
+// 1,022 readers: LMDB takes as many as the file has room for. A killed reader keeps its place until it is looked for.
+constexpr off_t LOCK_SIZE = off_t{64} << 10;
+
+// Opening takes the others about a millisecond; a process that was stopped there must not hold up all for good.
+constexpr int FOLDER_TRIES = 5000;
+constexpr timespec FOLDER_PAUSE = {0, 1'000'000};
+
+struct FileName {
+    char text[NAME_MAX + 1];
+};
+
+// Fits: read_store_path has left room for every suffix.
+FileName name_with(const StorePath &path, const char *suffix) {
+    FileName name;
+    snprintf(name.text, sizeof name.text, "%.*s%s", NAME_MAX - 8, path.file_name(), suffix);
+    return name;
+}
+
+bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error) {
+    return refuse(out_why, "store %.300s: %s: %s", path.text, what, strerror(error));
+}
+
+bool is_owner_trusted(const Folder &folder, const struct stat &file) {
+    struct stat status;
+    if (file.st_uid == 0 || file.st_uid == geteuid()) return true;
+    return fstat(folder.fd, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+}
+
+// The rights that the group needs, whatever the umask of the process that happens to come first.
+bool reserve(int fd, off_t size) { return fchmod(fd, FILE_MODE) == 0 && (errno = posix_fallocate(fd, 0, size)) == 0; }
+
+bool is_usable_lock_file(const Folder &folder, const FileName &name) {
+    struct stat status;
+    return fstatat(folder.fd, name.text, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
+           status.st_size >= LOCK_SIZE;
+}
+
+}  // namespace
+
+Folder::~Folder() {
+    if (fd >= 0) close(fd);
+}
+
+bool read_store_path(StorePath &out_path, Refusal &out_why) {
+    const char *named = secure_getenv("KORA_STORE");
+    if (named == nullptr || *named == '\0') named = DEFAULT_STORE;
+    char folder[PATH_MAX] = "";
+    if (*named != '/' && getcwd(folder, sizeof folder - 1) == nullptr) {
+        return refuse(out_why, "store %.300s: the working folder cannot be read: %s", named, strerror(errno));
+    }
+    const char *joint = *named == '/' ? "" : "/";
+    const int length = snprintf(out_path.text, sizeof out_path.text, "%s%s%s", folder, joint, named);
+    const char *last_slash = strrchr(out_path.text, '/');
+    const size_t name_length = strlen(last_slash + 1);
+    if (length >= PATH_MAX - 8 || name_length > NAME_MAX - 8)
+        return refuse(out_why, "store %.300s: name too long", named);
+    if (name_length == 0) return refuse(out_why, "store %.300s: names a folder, not a file", named);
+    out_path.folder_length = static_cast<size_t>(last_slash - out_path.text);
+    return true;
+}
+
+bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {
+    const int length = snprintf(out_path, sizeof out_path, "%s%s", path.text, suffix);
+    return length < PATH_MAX || refuse(out_why, "store %.300s: name too long", path.text);
+}
+
+bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
+    char name[PATH_MAX] = "/";
+    if (path.folder_length > 0) snprintf(name, sizeof name, "%.*s", static_cast<int>(path.folder_length), path.text);
+    const bool is_made = mkdir(name, FOLDER_MODE) == 0;
+    out_folder.fd = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (out_folder.fd < 0) return refuse_for(path, out_why, "its folder cannot be opened", errno);
+    if (is_made && fchmod(out_folder.fd, FOLDER_MODE) != 0) return refuse_for(path, out_why, "its folder", errno);
+    for (int i = 0; i < FOLDER_TRIES; ++i) {
+        if (flock(out_folder.fd, LOCK_EX | LOCK_NB) == 0) return true;
+        if (errno != EWOULDBLOCK && errno != EINTR) break;
+        nanosleep(&FOLDER_PAUSE, nullptr);
+    }
+    return refuse_for(path, out_why, "its folder cannot be locked", errno);
+}
+
+bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
+    out_fd = -1;
+    const int fd = openat(folder.fd, path.file_name(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0 && errno == ENOENT) return true;
+    if (fd < 0 && errno == ELOOP) return refuse(out_why, "store %.300s: a link, and not followed", path.text);
+    if (fd < 0) return refuse_for(path, out_why, "cannot be opened", errno);
+    out_fd = fd;
+    struct stat status;
+    if (fstat(fd, &status) != 0) return refuse_for(path, out_why, "cannot be looked at", errno);
+    if (!S_ISREG(status.st_mode)) return refuse(out_why, "store %.300s: not a file", path.text);
+    if (status.st_size != STORE_SIZE) {
+        return refuse(out_why, "store %.300s: %lld bytes, not %lld: cut short, or not a store", path.text,
+                      static_cast<long long>(status.st_size), static_cast<long long>(STORE_SIZE));
+    }
+    if (!is_owner_trusted(folder, status)) {
+        return refuse(out_why, "store %.300s: lies where everyone may write and belongs to user %u", path.text,
+                      status.st_uid);
+    }
+    return true;
+}
+
+bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
+    drop_fresh_file(folder, path);  // of someone who was killed here
+    const FileName name = name_with(path, FRESH_SUFFIX);
+    out_fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
+    return out_fd >= 0 || refuse_for(path, out_why, "cannot be made", errno);
+}
+
+bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
+    if (!reserve(fd, STORE_SIZE)) return refuse_for(path, out_why, "no room can be reserved for it", errno);
+    const FileName name = name_with(path, FRESH_SUFFIX);
+    return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
+           refuse_for(path, out_why, "cannot be put in its place", errno);
+}
+
+void drop_fresh_file(const Folder &folder, const StorePath &path) {
+    unlinkat(folder.fd, name_with(path, FRESH_SUFFIX).text, 0);
+}
+
+bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why) {
+    struct flock others = {};
+    others.l_type = F_WRLCK;
+    others.l_whence = SEEK_SET;
+    if (fcntl(fd, F_OFD_GETLK, &others) != 0) return refuse_for(path, out_why, "cannot be locked", errno);
+    out_is_shared = others.l_type != F_UNLCK;
+
+    struct flock own = {};
+    own.l_type = F_WRLCK;
+    own.l_whence = SEEK_SET;
+    own.l_start = getpid();
+    own.l_len = 1;
+    if (fcntl(fd, F_OFD_SETLK, &own) == 0) return true;
+    if (errno != EAGAIN && errno != EACCES) return refuse_for(path, out_why, "cannot be locked", errno);
+    return refuse(out_why, "store %.300s: another copy of this library has it open in process %d", path.text, getpid());
+}
+
+bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why) {
+    const FileName name = name_with(path, LOCK_SUFFIX);
+    if (is_shared) {
+        // A new one would keep this process and the others apart, and each would overwrite the other's pages.
+        return is_usable_lock_file(folder, name) ||
+               refuse(out_why, "store %.300s: others use it, and its lock file is gone or damaged", path.text);
+    }
+    if (unlinkat(folder.fd, name.text, 0) != 0 && errno != ENOENT) {
+        const int error = errno;
+        // A member of the group may write the file but not its folder.
+        return is_usable_lock_file(folder, name) || refuse_for(path, out_why, "its lock file cannot be made", error);
+    }
+    const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
+    // LMDB writes this file through its mapping, where a full file system would end the process.
+    const bool is_made = fd >= 0 && reserve(fd, LOCK_SIZE);
+    if (!is_made) refuse_for(path, out_why, "its lock file cannot be made", errno);
+    if (fd >= 0) close(fd);
+    return is_made;
+}
+
+}  // namespace kora

@@ -1,0 +1,64 @@
+// The store's folder and files: made with the rights of one group, checked before anything is mapped.
+#ifndef KORA_FILES_H
+#define KORA_FILES_H
+
+#include <limits.h>
+#include <sys/types.h>
+
+#include "kora_report.h"
+
+namespace kora {
+
+// Reserved whole, so that a full file system is met when the store is made and never by a write. 256 devices with
+// every text at its longest take 2 to 5 MiB; the rest is for the pages that writes replace while someone still reads
+// the old ones.
+inline constexpr off_t STORE_SIZE = off_t{8} << 20;
+
+struct StorePath {
+    char text[PATH_MAX];
+    size_t folder_length;  // of the folder's part, its slash not counted
+
+    const char *file_name() const { return text + folder_length + 1; }
+};
+
+// The folder, open and locked against other processes that open or close the store in it.
+struct Folder {
+    int fd = -1;
+
+    Folder() = default;
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+    ~Folder();
+};
+
+// From KORA_STORE or the default; always absolute, so that a later opening means the same file.
+bool read_store_path(StorePath &out_path, Refusal &out_why);
+
+// The path of a file beside the store.
+bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why);
+
+// Makes the folder where it is absent.
+bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
+
+// Opens the store's file, checked; out_fd is -1 when there is none.
+bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
+
+// An empty file of this process alone, to become the store.
+bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
+
+// Reserves the fresh file whole and puts it in the store's place.
+bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why);
+
+void drop_fresh_file(const Folder &folder, const StorePath &path);
+
+// Tells other processes, through a lock on the store's file that ends with this process, that it is in use here. Asks
+// at the same time whether anyone else uses it. Refused when this process uses it already, through another copy of
+// this library: two would undo each other's locks.
+bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why);
+
+// The lock file, with room for every reader; made anew by the first user, whatever lies there.
+bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
+
+}  // namespace kora
+
+#endif

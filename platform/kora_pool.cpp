@@ -1,0 +1,88 @@
+#include "kora_pool.h"
+
+#include <sched.h>
+
+namespace kora {
+
+namespace {
+
+// More threads than this reading in one process at the same instant wait for each other.
+constexpr uint32_t READER_MAX = 32;
+
+Reader readers[READER_MAX];
+
+// The readers in use so far: as many as threads have read at once, so that a process with one thread needs one.
+std::atomic<uint32_t> reader_count{1};
+
+bool try_take(Reader &reader) {
+    return !reader.is_taken.load(std::memory_order_relaxed) &&
+           !reader.is_taken.exchange(true, std::memory_order_acquire);
+}
+
+// Begins at a place of this CPU's own, where its caches have the reader already.
+Reader *take_free_reader(uint32_t count) {
+    const uint32_t start = count > 1 ? static_cast<uint32_t>(sched_getcpu()) % count : 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        Reader &reader = readers[(start + i) % count];
+        if (try_take(reader)) return &reader;
+    }
+    return nullptr;
+}
+
+// A killed process leaves its readers in the lock file until someone looks for them.
+int begin_reading(MDB_env *lmdb, MDB_txn *&out_txn) {
+    int error = mdb_txn_begin(lmdb, nullptr, MDB_RDONLY, &out_txn);
+    if (error == MDB_READERS_FULL) {
+        int dead_readers = 0;
+        mdb_reader_check(lmdb, &dead_readers);
+        error = mdb_txn_begin(lmdb, nullptr, MDB_RDONLY, &out_txn);
+    }
+    if (error != 0) out_txn = nullptr;
+    return error;
+}
+
+}  // namespace
+
+Reader &take_reader() {
+    for (;;) {
+        uint32_t count = reader_count.load(std::memory_order_relaxed);
+        if (Reader *reader = take_free_reader(count)) return *reader;
+        if (count < READER_MAX) {
+            reader_count.compare_exchange_strong(count, count + 1, std::memory_order_relaxed);
+        } else {
+            sched_yield();
+        }
+    }
+}
+
+void give_reader(Reader &reader) { reader.is_taken.store(false, std::memory_order_release); }
+
+int begin_snapshot(Environment &environment, Reader &reader) {
+    if (reader.txn != nullptr) {
+        if (mdb_txn_renew(reader.txn) == 0) return 0;
+        mdb_txn_abort(reader.txn);
+        reader.txn = nullptr;
+    }
+    return begin_reading(environment.lmdb, reader.txn);
+}
+
+void end_snapshot(Reader &reader) { mdb_txn_reset(reader.txn); }
+
+void end_all_readers() {
+    for (Reader &reader : readers) {
+        while (!try_take(reader)) sched_yield();
+        if (reader.txn != nullptr) mdb_txn_abort(reader.txn);
+        reader.txn = nullptr;
+        give_reader(reader);
+    }
+}
+
+void forget_all_readers() {
+    for (Reader &reader : readers) {
+        reader.txn = nullptr;
+        reader.is_taken.store(false, std::memory_order_relaxed);
+    }
+    reader_count.store(1, std::memory_order_relaxed);
+}
+
+}  // namespace kora

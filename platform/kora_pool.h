@@ -1,0 +1,38 @@
+// Read transactions, kept and renewed for each operation. Between operations none is open: an open one keeps the pages
+// that writers replace, until the map is full of them. They belong to the process and not to a thread, and are given
+// out one at a time.
+#ifndef KORA_POOL_H
+#define KORA_POOL_H
+
+#include <lmdb.h>
+
+#include <atomic>
+
+#include "kora_environment.h"
+
+namespace kora {
+
+// Apart in memory: two threads that read at once write to their own.
+struct alignas(64) Reader {
+    std::atomic<bool> is_taken{false};
+    MDB_txn *txn = nullptr;  // reset between operations; null before the first
+};
+
+// Waits while all are taken; nobody keeps one for longer than an operation takes. A process that wants to close the
+// environment takes them all, so it lasts as long as a reader is held.
+Reader &take_reader();
+void give_reader(Reader &reader);
+
+// Opens the reader's snapshot of the store as it is now; an LMDB error otherwise.
+int begin_snapshot(Environment &environment, Reader &reader);
+void end_snapshot(Reader &reader);
+
+// Takes every reader, ends its transaction and gives it back.
+void end_all_readers();
+
+// After fork, in the child: the transactions are the parent's.
+void forget_all_readers();
+
+}  // namespace kora
+
+#endif

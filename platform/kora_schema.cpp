@@ -1,0 +1,124 @@
+#include "kora_schema.h"
+
+#include <string.h>
+
+namespace kora {
+
+using sarn::FIELD_COUNT;
+using sarn::FIELDS;
+using sarn::FieldSpec;
+using sarn::TABLES;
+using sarn::Type;
+
+namespace {
+
+// Every operation begins with two names, so they are found without a loop over them: a few of their bytes lead to the
+// one field that they can mean, and two comparisons then tell whether they do. The multiplier that keeps all fields
+// apart is found by the compiler.
+constexpr uint32_t INDEX_BITS = 10;
+constexpr uint8_t NO_FIELD = 0xff;
+static_assert(FIELD_COUNT < NO_FIELD);
+
+constexpr uint64_t features(const char *table, size_t table_length, const char *name, size_t name_length) {
+    const auto at = [](const char *text, size_t place) { return uint64_t{static_cast<uint8_t>(text[place])}; };
+    return table_length | name_length << 8 | at(table, 0) << 16 | at(name, 0) << 24 | at(name, name_length / 2) << 32 |
+           at(name, name_length - 1) << 40;
+}
+
+constexpr uint32_t index_of(uint64_t features, uint64_t multiplier) {
+    return static_cast<uint32_t>((features * multiplier) >> (64 - INDEX_BITS));
+}
+
+constexpr size_t length_of(const char *text) {
+    size_t length = 0;
+    while (text[length] != '\0') ++length;
+    return length;
+}
+
+struct NameIndex {
+    uint64_t multiplier = 0;
+    uint8_t fields[1 << INDEX_BITS] = {};
+};
+
+constexpr bool fill_index(NameIndex &index) {
+    for (uint8_t &field : index.fields) field = NO_FIELD;
+    for (int32_t i = 0; i < FIELD_COUNT; ++i) {
+        const char *table = TABLES[static_cast<uint8_t>(FIELDS[i].table)].name;
+        const char *name = FIELDS[i].name;
+        uint8_t &entry =
+            index.fields[index_of(features(table, length_of(table), name, length_of(name)), index.multiplier)];
+        if (entry != NO_FIELD) return false;
+        entry = static_cast<uint8_t>(i);
+    }
+    return true;
+}
+
+constexpr NameIndex make_index() {
+    constexpr uint64_t GOLDEN = 0x9e3779b97f4a7c15;
+    constexpr int TRIES = 100;
+    NameIndex index;
+    for (int i = 0; i < TRIES; ++i) {
+        index.multiplier += GOLDEN | 1;
+        if (fill_index(index)) return index;
+    }
+    return NameIndex{};
+}
+
+constexpr NameIndex NAME_INDEX = make_index();
+static_assert(NAME_INDEX.multiplier != 0, "the bytes that features() takes do not tell all fields apart");
+
+constexpr uint32_t mix(uint32_t hash, uint8_t byte) {
+    constexpr uint32_t FNV_PRIME = 16777619;
+    return (hash ^ byte) * FNV_PRIME;
+}
+
+constexpr uint32_t make_fingerprint() {
+    uint32_t hash = 2166136261;
+    for (const FieldSpec &spec : FIELDS) {
+        for (const char c : TABLES[static_cast<uint8_t>(spec.table)].name) hash = mix(hash, static_cast<uint8_t>(c));
+        for (const char c : spec.name) hash = mix(hash, static_cast<uint8_t>(c));
+        hash = mix(hash, static_cast<uint8_t>(spec.type));
+    }
+    return hash;
+}
+
+}  // namespace
+
+uint32_t schema_fingerprint() {
+    constexpr uint32_t FINGERPRINT = make_fingerprint();
+    return FINGERPRINT;
+}
+
+bool find_field(const char *table, const char *name, sarn::Field &out_field) {
+    const size_t table_length = strnlen(table, sizeof TABLES->name);
+    const size_t name_length = strnlen(name, sizeof FIELDS->name);
+    if (table_length == 0 || table_length == sizeof TABLES->name) return false;
+    if (name_length == 0 || name_length == sizeof FIELDS->name) return false;
+
+    const uint64_t wanted = features(table, table_length, name, name_length);
+    const uint8_t index = NAME_INDEX.fields[index_of(wanted, NAME_INDEX.multiplier)];
+    if (index == NO_FIELD) return false;
+    const FieldSpec &spec = FIELDS[index];
+    if (memcmp(TABLES[static_cast<uint8_t>(spec.table)].name, table, table_length + 1) != 0) return false;
+    if (memcmp(spec.name, name, name_length + 1) != 0) return false;
+    out_field = static_cast<sarn::Field>(index);
+    return true;
+}
+
+Bytes reset_value(sarn::Field field) {
+    static constexpr uint8_t ZEROS[MAC_SIZE] = {};
+    const FieldSpec &spec = sarn::spec_of(field);
+    switch (spec.type) {
+        case Type::Ascii:
+        case Type::String:
+        case Type::Enum: return {spec.reset.text, strnlen(spec.reset.text, sizeof spec.reset.text)};
+        case Type::Bool:
+        case Type::Int:
+        case Type::Uint: return {&spec.reset.number, NUMBER_SIZE};
+        case Type::Mac: return {ZEROS, MAC_SIZE};
+        case Type::Ipv4: return {ZEROS, IPV4_SIZE};
+    }
+    return {nullptr, 0};
+}
+
+}  // namespace kora

@@ -1,0 +1,32 @@
+// From the names that callers pass to the fields of the schema, and what a field holds that no one has written.
+#ifndef KORA_SCHEMA_H
+#define KORA_SCHEMA_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "core/schema.h"
+
+namespace kora {
+
+inline constexpr size_t NUMBER_SIZE = 4;
+inline constexpr size_t MAC_SIZE = 6;
+inline constexpr size_t IPV4_SIZE = 4;
+
+struct Bytes {
+    const void *data;
+    size_t size;
+};
+
+// Changes with every name and type, in order: a store made with another schema is told apart by it.
+uint32_t schema_fingerprint();
+
+// Names are compared whole; false when the schema has no such field.
+bool find_field(const char *table, const char *name, sarn::Field &out_field);
+
+// Texts without their NUL.
+Bytes reset_value(sarn::Field field);
+
+}  // namespace kora
+
+#endif

@@ -1,0 +1,267 @@
+#include <dlfcn.h>
+#include <link.h>
+#include <sched.h>
+#include <sys/mount.h>
+
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+
+#include "core/schema.h"
+#include "tests/platform/support.h"
+
+namespace {
+
+class Open : public StoreTest {
+protected:
+    void write_file(const std::string &content) { std::ofstream(path) << content; }
+    std::string content() {
+        std::ostringstream all;
+        all << std::ifstream(path).rdbuf();
+        return all.str();
+    }
+    mode_t mode_of(const std::string &name) {
+        struct stat status = {};
+        EXPECT_EQ(stat(name.c_str(), &status), 0) << name;
+        return status.st_mode & 07777;
+    }
+    // A whole LMDB file with one entry more.
+    void write_lmdb(const std::string &key_text, const std::string &value_text) {
+        MDB_env *env = open_raw(path, MDB_NOLOCK);
+        MDB_txn *txn = nullptr;
+        MDB_dbi values;
+        MDB_val key = {key_text.size(), const_cast<char *>(key_text.data())};
+        MDB_val value = {value_text.size(), const_cast<char *>(value_text.data())};
+        ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
+        ASSERT_EQ(mdb_dbi_open(txn, nullptr, 0, &values), 0);
+        ASSERT_EQ(mdb_put(txn, values, &key, &value, 0), 0);
+        ASSERT_EQ(mdb_txn_commit(txn), 0);
+        mdb_env_close(env);
+        ASSERT_EQ(truncate(path.c_str(), STORE_SIZE), 0);
+    }
+    // Of the two pages that LMDB finds all others by, the numbers of the last page in use.
+    void damage_meta_pages() {
+        std::fstream file(path);
+        for (const int page : {0, 4096}) file.seekp(page + 16 + 24 + 2 * 48).write("\xff\xff\xff\0\0\0\0\0", 8);
+    }
+    void make_store() {
+        open();
+        ASSERT_EQ(set("kept"), 0);
+        ASSERT_EQ(kora_destroy(handle), 0);
+    }
+};
+
+TEST_F(Open, HandlesAreCountedAndCheckedNotFollowed) {
+    open();
+    void *second = kora_init_ex(nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(second, handle);
+    void *const closed = handle;
+    EXPECT_EQ(kora_destroy(closed), 0);
+    handle = second;
+    EXPECT_EQ(set("by the second"), 0);
+
+    uint32_t number = 0;
+    char six[6] = {};
+    for (void *wrong : {static_cast<void *>(nullptr), closed, static_cast<void *>(six), reinterpret_cast<void *>(-1)}) {
+        EXPECT_NE(kora_set_int(wrong, "DeviceIdList", 0, "Producerid", 1), 0) << wrong;
+        EXPECT_NE(kora_get_uint(wrong, "DeviceIdList", 0, "Producerid", &number), 0) << wrong;
+        EXPECT_NE(kora_destroy(wrong), 0) << wrong;
+    }
+    EXPECT_EQ(kora_destroy(second), 0);
+    open();
+    EXPECT_NE(kora_get_uint(second, "DeviceIdList", 0, "Producerid", &number), 0);
+    EXPECT_EQ(text(), "by the second");
+}
+
+TEST_F(Open, RightsAreTheGroupsWhateverTheUmask) {
+    for (const mode_t mask : {0U, 077U}) {
+        use(folder + "/" + std::to_string(mask) + "/store.mdb");
+        EXPECT_EQ(run_process([&] {
+                      umask(mask);
+                      return kora_init_ex(nullptr) == nullptr;
+                  }),
+                  0);
+        EXPECT_EQ(mode_of(std::filesystem::path(path).parent_path()), 0750U) << mask;
+        EXPECT_EQ(mode_of(path), 0660U) << mask;
+        EXPECT_EQ(mode_of(path + "-lock"), 0660U) << mask;
+    }
+    struct stat status = {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_GE(status.st_blocks * 512, STORE_SIZE) << "not reserved whole";
+}
+
+TEST_F(Open, WhatIsNoStoreIsRefusedAndLeftAlone) {
+    const std::string format("\xff\0", 2);
+    const struct {
+        const char *name;
+        const char *reason;
+        std::function<void()> prepare;
+    } cases[] = {
+        {"empty file", "0 bytes", [&] { write_file(""); }},
+        {"text", "cut short, or not a store", [&] { write_file("letters\n"); }},
+        {"letters of the right size", "cannot be opened", [&] { write_file(std::string(STORE_SIZE, 'x')); }},
+        {"zeros of the right size", "cannot be opened", [&] { write_file(std::string(STORE_SIZE, '\0')); }},
+        {"one page short", "cut short",
+         [&] {
+             make_store();
+             ASSERT_EQ(truncate(path.c_str(), STORE_SIZE - 4096), 0);
+         }},
+        {"cut to one page", "cut short",
+         [&] {
+             make_store();
+             ASSERT_EQ(truncate(path.c_str(), 4096), 0);
+         }},
+        {"one byte long", "cut short",
+         [&] {
+             make_store();
+             ASSERT_EQ(truncate(path.c_str(), STORE_SIZE + 1), 0);
+         }},
+        {"foreign entries", "not a store of this system", [&] { write_lmdb("a", "b"); }},
+        {"foreign format", "not a store of this system", [&] { write_lmdb(format, "KORAdead\1\0\0\0abcd"); }},
+        {"other version", "of another version", [&] { write_lmdb(format, std::string("KORAlive\7\0\0\0abcd", 16)); }},
+        {"a last page past the end", "longer than its file",
+         [&] {
+             make_store();
+             damage_meta_pages();
+         }},
+        {"link", "a link",
+         [&] {
+             make_store();
+             rename(path.c_str(), (path + "2").c_str());
+             ASSERT_EQ(symlink((path + "2").c_str(), path.c_str()), 0);
+         }},
+        {"pipe", "not a file", [&] { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        use(folder + "/" + c.name);
+        c.prepare();
+        const bool is_readable = std::filesystem::is_regular_file(path);
+        const std::string before = is_readable ? content() : "";
+        EXPECT_NE(refusal().find(c.reason), std::string::npos);
+        EXPECT_TRUE(!is_readable || content() == before);
+    }
+}
+
+TEST_F(Open, WhereNoStoreCanLieIsRefused) {
+    ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+    for (const std::string &name :
+         {path, folder + "/", folder + "/none/none/store", folder + "/" + std::string(250, 'n'),
+          "/" + std::string(PATH_MAX, 'p'), std::string("/proc/store")}) {
+        use(name);
+        EXPECT_NE(refusal(), "") << name;
+    }
+}
+
+TEST_F(Open, OneProcessHasOneStore) {
+    open();
+    use(folder + "/other");
+    EXPECT_NE(refusal().find("has " + folder + "/store.mdb open"), std::string::npos);
+    EXPECT_NE(kora_init_ex(&path), handle);
+    EXPECT_EQ(set("still"), 0);
+}
+
+TEST_F(Open, ProgramsThatTheProcessStartsInheritNothing) {
+    open();
+    int seen = 0;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        if (std::filesystem::read_symlink(entry, ignored).string().find(path) != 0) continue;
+        ++seen;
+        EXPECT_EQ(fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC) << entry;
+    }
+    EXPECT_GE(seen, 3);
+}
+
+TEST_F(Open, AValueOfTheWrongSizeIsAnErrorAndCanBeReplaced) {
+    make_store();
+    write_lmdb({static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0}, "seven b");
+    open();
+    uint8_t six[6] = {9};
+    testing::internal::CaptureStderr();
+    EXPECT_NE(kora_get_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot read the store"), std::string::npos);
+    EXPECT_EQ(six[0], 9);
+    EXPECT_EQ(kora_set_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
+    EXPECT_EQ(kora_get_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
+}
+
+TEST_F(Open, AnotherUserIsRefused) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+    make_store();
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
+    const auto open_as_other = [&] {
+        return run_process([&] {
+            if (setgid(4321) != 0 || setuid(4321) != 0) return 2;
+            return refusal().find("Permission denied") != std::string::npos ? 0 : 1;
+        });
+    };
+    EXPECT_EQ(open_as_other(), 0) << "file";
+    ASSERT_EQ(chmod(folder.c_str(), 0750), 0);
+    EXPECT_EQ(open_as_other(), 0) << "folder";
+    ASSERT_EQ(chmod(folder.c_str(), 01777), 0);
+    ASSERT_EQ(chown(path.c_str(), 4321, 4321), 0);
+    EXPECT_NE(refusal().find("belongs to user 4321"), std::string::npos);
+}
+
+TEST_F(Open, AFullFileSystemIsFoundHere) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make a file system";
+    EXPECT_EQ(run_process([&] {
+                  if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+                      return 2;
+                  for (const char *size : {"size=8k", "size=4m", "size=8m"}) {
+                      if (mount("none", folder.c_str(), "tmpfs", 0, size) != 0) return 3;
+                      EXPECT_NE(refusal().find("No space left"), std::string::npos) << size;
+                      EXPECT_FALSE(std::filesystem::exists(path + ".new")) << size;
+                  }
+                  return HasFailure() ? 1 : 0;
+              }),
+              0);
+}
+
+TEST_F(Open, ALockFileThatOthersUseIsNotReplaced) {
+    open();
+    ASSERT_EQ(unlink((path + "-lock").c_str()), 0);
+    EXPECT_EQ(run_process([&] { return refusal().find("its lock file is gone") != std::string::npos ? 0 : 1; }), 0);
+    EXPECT_EQ(kora_destroy(handle), 0);
+    ASSERT_EQ(mkdir((path + "-lock").c_str(), 0700), 0);
+    EXPECT_NE(refusal().find("lock file"), std::string::npos);
+    ASSERT_EQ(rmdir((path + "-lock").c_str()), 0);
+    std::ofstream(path + "-lock") << "letters";
+    open();
+}
+
+TEST_F(Open, ASecondCopyOfTheLibraryIsRefused) {
+    const std::string copy = folder + "/copy.so";
+    std::filesystem::copy_file(KORA_LIBRARY, copy);
+    void *library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto open_copy = reinterpret_cast<decltype(&kora_init_ex)>(dlsym(library, "kora_init_ex"));
+    ASSERT_NE(open_copy, &kora_init_ex);
+    open();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(open_copy(nullptr), nullptr);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("another copy"), std::string::npos);
+    EXPECT_EQ(set("unharmed"), 0);
+    dlclose(library);
+}
+
+#ifndef KORA_SANITIZED  // a sanitizer adds libraries of its own
+TEST(Library, NeedsLmdbAndLibcAlone) {
+    const auto *map = static_cast<const link_map *>(dlopen(KORA_LIBRARY, RTLD_NOW | RTLD_NOLOAD));
+    ASSERT_NE(map, nullptr);
+    const char *names = nullptr;
+    std::set<std::string> needed;
+    for (const ElfW(Dyn) *entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == DT_STRTAB) names = reinterpret_cast<const char *>(entry->d_un.d_ptr);
+    }
+    for (const ElfW(Dyn) *entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == DT_NEEDED) needed.insert(names + entry->d_un.d_val);
+    }
+    EXPECT_EQ(needed, (std::set<std::string>{"libc.so.6", "liblmdb.so.0"}));
+}
+#endif
+
+}  // namespace

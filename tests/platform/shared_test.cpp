@@ -1,0 +1,192 @@
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/support.h"
+
+namespace {
+
+class Shared : public StoreTest {};
+
+constexpr int FILL_LIMIT = 100'000;
+
+TEST_F(Shared, OtherProcessesSeeWhatOneWrote) {
+    open();
+    EXPECT_EQ(run_process([&] {
+                  void *own = kora_init_ex(nullptr);
+                  return kora_set_ascii(own, "DeviceIdList", 3, "DeviceOS", "from the child");
+              }),
+              0);
+    EXPECT_EQ(text("DeviceOS", 3), "from the child");
+    EXPECT_EQ(kora_destroy(handle), 0);
+    open();
+    EXPECT_EQ(text("DeviceOS", 3), "from the child");
+}
+
+TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
+    constexpr int PROCESSES = 8;
+    for (int round = 0; round < 10; ++round) {
+        use(folder + "/" + std::to_string(round) + "/store.mdb");
+        Gate start;
+        std::vector<pid_t> children;
+        for (int i = 0; i < PROCESSES; ++i) {
+            children.push_back(start_process([&] {
+                std::atomic<int> failures{0};
+                start.wait();
+                const auto work = [&](int32_t row) {
+                    void *own = kora_init_ex(nullptr);
+                    const std::string value = std::to_string(row);
+                    failures += kora_set_ascii(own, "DeviceIdList", row, "DeviceOS", value.c_str()) != 0;
+                    failures += kora_destroy(own) != 0;
+                };
+                std::thread other(work, i + PROCESSES);
+                work(i);
+                other.join();
+                return failures.load();
+            }));
+        }
+        for (int i = 0; i < PROCESSES; ++i) start.open();
+        for (const pid_t child : children) EXPECT_EQ(end_of(child), 0);
+        open();
+        for (int i = 0; i < 2 * PROCESSES; ++i) EXPECT_EQ(text("DeviceOS", i), std::to_string(i));
+        kora_destroy(handle);
+    }
+}
+
+TEST_F(Shared, ForkedChildHasItsOwnAndHarmsNobody) {
+    open();
+    ASSERT_EQ(set("parent"), 0);
+    std::atomic<bool> is_over{false};
+    std::thread busy([&] {
+        for (int n = 0; !is_over; ++n) EXPECT_EQ(set(std::to_string(n), "DeviceModel"), 0);
+    });
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(run_process([&] {
+                      if (text() == "unread" || set("child " + std::to_string(i)) != 0) return 1;
+                      return kora_destroy(handle) != 0 || kora_destroy(handle) == 0 || text() != "unread" ? 2 : 0;
+                  }),
+                  0);
+        EXPECT_EQ(text(), "child " + std::to_string(i));
+    }
+    is_over = true;
+    busy.join();
+    ASSERT_EQ(rename(path.c_str(), (path + "2").c_str()), 0);
+    EXPECT_EQ(run_process([&] { return mkdir(path.c_str(), 0700) != 0 || text() != "unread" || set("x") == 0; }), 0);
+    EXPECT_EQ(set("parent again"), 0);
+}
+
+TEST_F(Shared, ClosingWaitsForThoseInside) {
+    for (int round = 0; round < 50; ++round) {
+        open();
+        std::vector<std::thread> threads;
+        std::atomic<int> started{0};
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&, i] {
+                ++started;
+                for (int n = 0; set(std::to_string(n), "DeviceModel", i) == 0 && text("DeviceModel", i) != "unread";
+                     ++n) {
+                }
+            });
+        }
+        while (started < 3) std::this_thread::yield();
+        EXPECT_EQ(kora_destroy(handle), 0);
+        for (std::thread &thread : threads) thread.join();
+    }
+}
+
+TEST_F(Shared, NoReadIsTorn) {
+    open();
+    ASSERT_EQ(set("a"), 0);
+    std::atomic<int> writers{2};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&, i] {
+            for (int n = 0; n < 2000; ++n) {
+                EXPECT_EQ(set(std::string(static_cast<size_t>(1 + n % 200), static_cast<char>('a' + i * 13 + n % 13))),
+                          0);
+            }
+            --writers;
+        });
+        threads.emplace_back([&] {
+            while (writers > 0) {
+                const std::string seen = text();
+                EXPECT_EQ(seen, std::string(seen.size(), seen[0]));
+            }
+        });
+    }
+    for (std::thread &thread : threads) thread.join();
+}
+
+// Another process that holds one snapshot open: no page that was in use at its beginning is used again.
+pid_t start_stopped_reader(const std::string &path, int readers, Gate &is_there) {
+    return start_process([&] {
+        MDB_env *env = open_raw(path, MDB_NOTLS);
+        MDB_txn *txn = nullptr;
+        int count = 0;
+        while (count < readers && mdb_txn_begin(env, nullptr, MDB_RDONLY, &txn) == 0) ++count;
+        is_there.open();
+        pause();
+        return 0;
+    });
+}
+
+TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
+    open();
+    ASSERT_EQ(set("kept", "DeviceUUID"), 0);
+    Gate is_there;
+    const pid_t reader = start_stopped_reader(path, 1, is_there);
+    is_there.wait();
+
+    testing::internal::CaptureStderr();
+    int written = 0;
+    while (written < FILL_LIMIT && set(std::to_string(written), "DeviceHostname", written % 256) == 0) ++written;
+    EXPECT_NE(set("another that fails"), 0);
+    const std::string log = testing::internal::GetCapturedStderr();
+    ASSERT_LT(written, FILL_LIMIT) << "never full";
+    EXPECT_NE(log.find("cannot write the store: it is full"), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+
+    EXPECT_EQ(text("DeviceUUID"), "kept");
+    for (int i = written - 256; i < written; ++i) EXPECT_EQ(text("DeviceHostname", i % 256), std::to_string(i));
+    kill(reader, SIGKILL);
+    EXPECT_EQ(end_of(reader), KILLED);
+    for (int i = 0; i < 256; ++i) EXPECT_EQ(set("", "DeviceHostname", i), 0) << "a dead reader still holds pages";
+    EXPECT_EQ(std::filesystem::file_size(path), static_cast<uintmax_t>(STORE_SIZE));
+}
+
+TEST_F(Shared, KilledReadersDoNotLockOthersOut) {
+    open();
+    Gate is_there;
+    const pid_t hog = start_stopped_reader(path, FILL_LIMIT, is_there);
+    is_there.wait();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(text(), "unread");
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("too many readers"), std::string::npos);
+    kill(hog, SIGKILL);
+    EXPECT_EQ(end_of(hog), KILLED);
+    EXPECT_EQ(text(), "");
+    EXPECT_EQ(set("works"), 0);
+}
+
+TEST_F(Shared, AKilledWriterLeavesTheOldOrTheNew) {
+    open();
+    const std::string values[] = {std::string(200, 'a'), std::string(250, 'b')};
+    ASSERT_EQ(set(values[0]), 0);
+    for (int round = 0; round < 20; ++round) {
+        Gate is_busy;
+        const pid_t writer = start_process([&] {
+            for (size_t n = 0;; ++n) {
+                if (set(values[n % 2]) != 0) return 1;
+                if (n == static_cast<size_t>(round)) is_busy.open();
+            }
+        });
+        is_busy.wait();
+        kill(writer, SIGKILL);
+        EXPECT_EQ(end_of(writer), KILLED);
+        EXPECT_TRUE(text() == values[0] || text() == values[1]) << text();
+        EXPECT_EQ(set("mine"), 0);
+        EXPECT_EQ(text(), "mine");
+    }
+}
+
+}  // namespace
