@@ -1,0 +1,164 @@
+// Runs the tool as a person does, on a library that answers as told (fake_sarn.cpp) and on the real one.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "sarn.h"
+
+namespace {
+
+struct Result {
+    int exit_code;
+    std::string out;
+};
+
+Result run(const std::string &command) {
+    Result result = {-1, ""};
+    FILE *pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) return result;
+    char buffer[4096];
+    while (const size_t count = fread(buffer, 1, sizeof buffer, pipe)) result.out.append(buffer, count);
+    const int status = pclose(pipe);
+    if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
+    return result;
+}
+
+Result run_on_fake(const std::string &script, const std::string &arguments) {
+    return run("SARN_FAKE='" + script + "' " SARN_TOOL_ON_FAKE " " + arguments);
+}
+
+template <size_t N>
+void put(char (&field)[N], const char *text) {
+    ASSERT_LT(std::string(text).copy(field, N), N);
+}
+
+bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
+
+TEST(SarnTool, ExitCodesAndWords) {
+    const struct {
+        const char *script, *arguments;
+        int exit_code;
+        const char *words;
+    } rows[] = {
+        {"", "--help", 0, "list"},
+        {"", "show --help", 0, "ROW"},
+        {"", "--version", 0, "sarn "},
+        {"", "", 2, "a command is required"},
+        {"", "nonsense", 2, "nonsense"},
+        {"", "list extra", 2, "extra"},
+        {"", "list --nonsense", 2, "--nonsense"},
+        {"", "show", 2, "ROW"},
+        {"", "show 256", 2, "rows are 0 to 255"},
+        {"", "show 1x", 2, "rows are 0 to 255"},
+        {"", "show ''", 2, "rows are 0 to 255"},
+        {"", "--log-level 9 list", 2, "--log-level"},
+        {"", "list --log-level 1", 0, "VENDOR CLASS"},
+        {"start=-24", "list", 3, "the store cannot be opened (code -24)"},
+        {"start=-24", "show 1", 3, "the store cannot be opened (code -24)"},
+        {"enquiry=-16", "list", 3, "could not be built again from the store (code -16)"},
+        {"9=-12", "show 9", 1, "row 9: no device in that row (code -12)"},
+        {"9=-2", "show 9", 3, "cannot read row 9"},
+        {"9=0", "list >/dev/full", 5, "cannot write the output"},
+        {"9=0", "list >&-", 5, "cannot write the output"},
+        {"", "--help >/dev/full", 5, "cannot write the output"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.script) + " | " + row.arguments);
+        const Result result = run_on_fake(row.script, "2>&1 " + std::string(row.arguments));
+        EXPECT_EQ(result.exit_code, row.exit_code);
+        EXPECT_TRUE(has(result.out, row.words)) << result.out;
+    }
+}
+
+TEST(SarnTool, ClosedPipeIsNoticed) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    const Result result = run_on_fake("9=0", "list 2>&1 >&" + std::to_string(ends[1]));
+    close(ends[1]);
+    EXPECT_EQ(result.exit_code, 5);
+    EXPECT_TRUE(has(result.out, "Broken pipe")) << result.out;
+}
+
+TEST(SarnTool, ListSkipsRowsThatVanishAndKeepsTheOthersWhenOneFails) {
+    const Result vanished = run_on_fake("0=-12 31=0 32=-12 255=0", "list --json");
+    EXPECT_EQ(vanished.exit_code, 0);
+    const auto array = nlohmann::json::parse(vanished.out);
+    ASSERT_EQ(array.size(), 2u);
+    EXPECT_EQ(array[0]["row"], 31);
+    EXPECT_EQ(array[1]["row"], 255);
+
+    const Result failed = run_on_fake("3=-2 4=0", "list --json 2>/dev/null");
+    EXPECT_EQ(failed.exit_code, 3);
+    EXPECT_EQ(nlohmann::json::parse(failed.out).size(), 1u);
+    EXPECT_EQ(nlohmann::json::parse(run_on_fake("", "list --json").out), nlohmann::json::array());
+}
+
+TEST(SarnTool, NoRawBytesOfAClientReachTheTerminal) {
+    for (const char *arguments : {"list", "list --wide", "show 4", "list --json", "show 4 --json"}) {
+        const std::string out = run_on_fake("4=0", arguments).out;
+        EXPECT_GT(out.size(), 80u) << arguments;
+        for (const char c : out) EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= ' ') << arguments;
+        for (const char *raw : {"\x7f", "\xff", "\xc2\x9b", "\xc0"}) EXPECT_FALSE(has(out, raw)) << arguments;
+    }
+}
+
+TEST(SarnTool, ShowsEveryFieldOfTheRecord) {
+    const std::string out = run_on_fake("4=0", "show 4").out;
+    for (const char *part : {"\\x1b]0;owned\\x07\"M\xc3\xbcller\"\\x0a%n%s", "\xe7\x8c\xab", "02:00:00:00:00:01",
+                             "4294967295", "1970-01-0", "(86400)", "(not readable)"})
+        EXPECT_TRUE(has(out, part)) << part << "\n" << out;
+}
+
+class SarnToolOnStore : public testing::Test {
+protected:
+    void SetUp() override {
+        char folder[] = "/tmp/sarn-tool-XXXXXX";
+        ASSERT_NE(mkdtemp(folder), nullptr);
+        folder_ = folder;
+        setenv("KORA_STORE", (folder_ + "/store.mdb").c_str(), 1);
+        __log_level = 4;
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+
+    std::string folder_;
+};
+
+TEST_F(SarnToolOnStore, ShowsWhatAProducerReported) {
+    signature_record report = {};
+    put(report.mac, "02:aa:bb:cc:dd:ee");
+    put(report.ip, "10.0.0.7");
+    put(report.state, "UP");
+    put(report.dhcp_hostname, "kitchen\033[2J");
+    ASSERT_EQ(sarn_init(), SARN_OK);
+    ASSERT_EQ(update_device_signature(&report, 20), SARN_OK);
+    ASSERT_EQ(sarn_uninit(), SARN_OK);
+
+    EXPECT_EQ(run(SARN_TOOL " list").out,
+              "ROW  NAME            MAC                IP        STATE  ACCESS  TYPE  VENDOR CLASS\n"
+              "0    kitchen\\x1b[2J  02:AA:BB:CC:DD:EE  10.0.0.7  UP     allow   -     -\n");
+    EXPECT_EQ(nlohmann::json::parse(run(SARN_TOOL " show 0 --json").out)["DeviceHostname"], "kitchen\033[2J");
+    EXPECT_EQ(run(SARN_TOOL " show 1 2>&1 | grep -c 'no device in that row'").out, "1\n");
+
+    // With its output closed the tool must not take the store for it, nor may the library's messages go there.
+    EXPECT_EQ(run(SARN_TOOL " list >&- 2>/dev/null").exit_code, 5);
+    for (const char *closed : {"2>&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
+        run(SARN_TOOL " --log-level 1 list " + std::string(closed));
+        EXPECT_TRUE(has(run(SARN_TOOL " list").out, "10.0.0.7")) << closed;
+    }
+}
+
+TEST_F(SarnToolOnStore, StoreThatIsNoStoreIsToldApart) {
+    setenv("KORA_STORE", folder_.c_str(), 1);
+    const Result result = run(SARN_TOOL " list 2>&1");
+    EXPECT_EQ(result.exit_code, 3);
+    EXPECT_TRUE(has(result.out, "sarn: cannot open the device list: the store cannot be opened")) << result.out;
+}
+
+}  // namespace

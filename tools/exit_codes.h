@@ -1,0 +1,21 @@
+#ifndef SARN_TOOLS_EXIT_CODES_H
+#define SARN_TOOLS_EXIT_CODES_H
+
+namespace tool {
+
+enum ExitCode : int {
+    EXIT_DONE = 0,
+    EXIT_NOT_FOUND = 1,
+    EXIT_USAGE = 2,
+    EXIT_NO_STORE = 3,
+    EXIT_WRONG_STATE = 4,
+    EXIT_OUTPUT = 5,
+};
+
+inline constexpr char EXIT_CODE_HELP[] =
+    "Exit codes: 0 done, 1 not found, 2 usage, 3 store not available, 4 refused by the device's state,\n"
+    "5 output not written.";
+
+}  // namespace tool
+
+#endif
