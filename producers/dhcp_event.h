@@ -1,0 +1,39 @@
+// What a call of dnsmasq's dhcp-script means for the device list. Pure: no store, no process state, no output.
+#ifndef SARN_PRODUCERS_DHCP_EVENT_H
+#define SARN_PRODUCERS_DHCP_EVENT_H
+
+#include <sarn.h>
+
+namespace sarn_dhcp {
+
+enum class Verdict {
+    Report,  // a device to report
+    Ignore,  // no business of the device list: another kind of event, IPv6, hardware that is not ethernet
+    Usage,   // arguments missing
+    BadMac,  // not a MAC address, or the one that stands for no device
+    BadIp    // not an IPv4 address
+};
+
+enum class Action { Add, Old, Del };
+
+// One event, as pointers into the arguments. `mac` is a valid ethernet address and `ip` a valid dotted quad.
+struct Event {
+    Action action;
+    const char *mac;
+    const char *ip;
+    const char *name;  // null without one
+};
+
+// Reads the arguments `add|old|del MAC IP [NAME]`. `event` is filled for Verdict::Report alone.
+Verdict read_event(int argc, const char *const *argv, Event &event);
+
+// Fills the report of an event. `environment` is a null-terminated array of "NAME=value"; `held` is the device as the
+// list holds it, or null for a new one. False when `held` lacks a text that the report would have to repeat.
+bool fill_report(const Event &event, const char *const *environment, const device_info *held, signature_record &report);
+
+// Whether the list shows what the report said.
+bool is_shown(const signature_record &report, const device_info &shown);
+
+}  // namespace sarn_dhcp
+
+#endif

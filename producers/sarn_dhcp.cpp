@@ -1,0 +1,151 @@
+// sarn-dhcp: dnsmasq's dhcp-script hook. Reports each lease that is given, replayed or ended to the device list.
+#include <sarn.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "client_text.h"
+#include "dhcp_event.h"
+
+// The library logs through its host. dnsmasq copies every line of the hook to the system's log, so only the first
+// refusal of a failing step is kept, to be told in the one line that the hook writes.
+extern "C" __attribute__((visibility("default"), format(printf, 4, 5))) void log_printf(int32_t level, const char *file,
+                                                                                        int32_t line,
+                                                                                        const char *format, ...);
+
+namespace {
+
+using sarn_dhcp::Event;
+using sarn_dhcp::Verdict;
+
+constexpr int32_t DHCP_PRODUCER = 20;
+constexpr int32_t REFUSAL_LEVEL = 4;
+
+enum Exit { EXIT_DONE = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_STORE = 3 };
+
+constexpr char USAGE[] =
+    "Usage: sarn-dhcp add|old|del MAC IP [NAME]\n"
+    "Reports a DHCP lease to the router's device list. For dnsmasq: dhcp-script=/usr/sbin/sarn-dhcp\n"
+    "\n"
+    "  add  the device is up       del  the device is down       old  its state stays as it is\n"
+    "Other events, IPv6 leases and hardware that is not ethernet are ignored.\n"
+    "\n"
+    "Environment (set by dnsmasq): DNSMASQ_SUPPLIED_HOSTNAME, DNSMASQ_VENDOR_CLASS, DNSMASQ_REQUESTED_OPTIONS,\n"
+    "DNSMASQ_INTERFACE, DNSMASQ_DATA_MISSING. KORA_STORE names the store (default /run/kora/store.mdb).\n"
+    "\n"
+    "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full), 2 usage,\n"
+    "3 the store cannot be opened, read or written.\n";
+
+constexpr size_t CAUSE_SIZE = 256;
+char cause[CAUSE_SIZE];
+
+// One line, client bytes escaped, in one write so that the lines of several processes do not mix.
+int fail(Exit status, int argc, const char *const *argv, const char *reason) {
+    constexpr size_t ARGUMENT_SIZE = 80;
+    constexpr int ARGUMENTS_SHOWN = 4;
+    char line[ARGUMENTS_SHOWN * ARGUMENT_SIZE + 2 * CAUSE_SIZE];
+    size_t used = static_cast<size_t>(snprintf(line, sizeof line, "sarn-dhcp"));
+    for (int i = 1; i < argc && i < ARGUMENTS_SHOWN; ++i) {
+        line[used++] = ' ';
+        sarn_dhcp::escape_text(argv[i], line + used, ARGUMENT_SIZE);
+        used += strlen(line + used);
+    }
+    char shown_cause[CAUSE_SIZE];
+    sarn_dhcp::escape_text(cause, shown_cause, sizeof shown_cause);
+    const char *separator = shown_cause[0] != '\0' ? ": " : "";
+    const int rest = snprintf(line + used, sizeof line - used, ": %s%s%s\n", reason, separator, shown_cause);
+    if (rest > 0) used += static_cast<size_t>(rest);
+    const ssize_t written = write(STDERR_FILENO, line, used);
+    static_cast<void>(written);
+    return status;
+}
+
+int fail_by_code(int32_t code, int argc, const char *const *argv) {
+    switch (code) {
+        case SARN_ERR_NO_ROW: return fail(EXIT_REFUSED, argc, argv, "not stored, the device list has no free row");
+        case SARN_ERR_MAC: return fail(EXIT_REFUSED, argc, argv, "not stored, the MAC address is refused");
+        case SARN_ERR_IP: return fail(EXIT_REFUSED, argc, argv, "not stored, the IP address is refused");
+        case SARN_ERR_REBUILD: return fail(EXIT_STORE, argc, argv, "not stored, no picture of the list or no thread");
+        default: return fail(EXIT_REFUSED, argc, argv, "not stored, refused by the library");
+    }
+}
+
+enum class Lookup { Found, Absent, Unreadable };
+
+// Finds the device of a MAC as the list holds it.
+Lookup find_device(const char *mac, device_info &device) {
+    char text[sizeof(signature_record::mac)] = {};
+    memcpy(text, mac, sizeof text - 1);
+    const int32_t row = check_update_mapping_table(text, SARN_PRODUCER_LOOKUP_ONLY);
+    if (row == SARN_ERR_LOOKUP_ONLY) return Lookup::Absent;
+    if (row < 0) return Lookup::Unreadable;
+    const int32_t result = get_device_info_at_index(&device, static_cast<uint32_t>(row));
+    if (result == SARN_ERR_UNUSED_ROW) return Lookup::Absent;
+    if (result != SARN_OK) return Lookup::Unreadable;
+    // Another process may have given the row away between the two calls.
+    return memcmp(device.DeviceMAC, text, sizeof text) == 0 ? Lookup::Found : Lookup::Absent;
+}
+
+// Looks again, since the library does not tell a write that the store refused.
+bool is_stored(const Event &event, const signature_record &report) {
+    device_info device;
+    const Lookup lookup = find_device(event.mac, device);
+    // A crowded list gives up its offline devices, so also the one that was just reported.
+    const bool is_offline = strcmp(report.state, "DOWN") == 0 || strcmp(report.state, "unknown") == 0;
+    if (lookup == Lookup::Absent) return is_offline;
+    return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device);
+}
+
+int store_event(const Event &event, int argc, const char *const *argv) {
+    device_info device;
+    const Lookup lookup = find_device(event.mac, device);
+    signature_record report;
+    if (lookup == Lookup::Unreadable ||
+        !sarn_dhcp::fill_report(event, environ, lookup == Lookup::Found ? &device : nullptr, report)) {
+        return fail(EXIT_STORE, argc, argv, "not stored, the store cannot be read");
+    }
+    cause[0] = '\0';
+    const int32_t result = update_device_signature(&report, DHCP_PRODUCER);
+    if (result != SARN_OK) return fail_by_code(result, argc, argv);
+    return is_stored(event, report) ? EXIT_DONE
+                                    : fail(EXIT_STORE, argc, argv, "the list does not show it, the store may be full");
+}
+
+int report_event(const Event &event, int argc, const char *const *argv) {
+    const int32_t opened = sarn_init();
+    // A failed clean-up leaves the library ready; whether the device can be stored shows below.
+    if (opened != SARN_OK && opened != SARN_ERR_CLEANUP) {
+        return fail(EXIT_STORE, argc, argv, "not stored, the store cannot be opened");
+    }
+    const int status = store_event(event, argc, argv);
+    sarn_uninit();
+    return status;
+}
+
+}  // namespace
+
+extern "C" void log_printf(int32_t level, const char * /*file*/, int32_t /*line*/, const char *format, ...) {
+    if (level < REFUSAL_LEVEL || cause[0] != '\0') return;
+    va_list values;
+    va_start(values, format);
+    vsnprintf(cause, sizeof cause, format, values);
+    va_end(values);
+    cause[strcspn(cause, "\n")] = '\0';
+}
+
+int main(int argc, char **argv) {
+    if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
+        return fputs(USAGE, stdout) >= 0 && fflush(stdout) == 0 ? EXIT_DONE : EXIT_REFUSED;
+    }
+    __log_level = REFUSAL_LEVEL;
+    Event event{};
+    switch (sarn_dhcp::read_event(argc, argv, event)) {
+        case Verdict::Ignore: return EXIT_DONE;
+        case Verdict::Usage: return fail(EXIT_USAGE, argc, argv, "give add|old|del MAC IP [NAME], or --help");
+        case Verdict::BadMac: return fail(EXIT_REFUSED, argc, argv, "not stored, this is not a device's MAC address");
+        case Verdict::BadIp: return fail(EXIT_REFUSED, argc, argv, "not stored, this is not an IPv4 address");
+        case Verdict::Report: break;
+    }
+    return report_event(event, argc, argv);
+}
