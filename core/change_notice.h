@@ -8,9 +8,11 @@
 
 namespace sarn {
 
-// Writes the row to "IndexCD" unless the producer's changes are not announced (producer 10 and negative ids). True when
-// written; the caller logs it.
-bool announce_device_change(int32_t row, int32_t producer_id) SARN_REQUIRES_SHARED(state_lock);
+// Producer 10 and negative ids change devices quietly.
+bool is_change_announced(int32_t producer_id);
+
+// Writes the row to "IndexCD". The caller logs it in its own words.
+void announce_device_change(int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn
 

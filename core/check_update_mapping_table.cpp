@@ -4,6 +4,7 @@
 #include "core/address_text.h"
 #include "core/bounded_text.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -18,8 +19,20 @@ void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_
     (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
 }
 
-// The row keeps the reset values of its other fields.
-void create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
+// Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile.
+bool is_row_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
+    static constexpr uint8_t NO_MAC[6] = {};
+    for (int32_t other = 0; other < ROW_COUNT; ++other) {
+        uint8_t held[6];
+        if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) return false;
+        if (other == row && memcmp(held, NO_MAC, sizeof held) != 0) return false;
+        if (memcmp(held, mac, sizeof held) == 0) return false;
+    }
+    return true;
+}
+
+// The row keeps the reset values of its other fields. Without a MAC that the store takes, nothing is written.
+GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
     {
         const ExportedMutex hold(mutex2);
         mapping_table[row].index = row;
@@ -27,13 +40,39 @@ void create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
     }
     uint8_t mac[6] = {};
     const BoundedText<MAC_TEXT_LENGTH> address(mac_text);
-    if (!mac_from_text(address.text, mac)) return;
-    write_mac_of_row(row, mac);
-    announce_row_change();
-    count_row_in_use(row);
+    if (!mac_from_text(address.text, mac)) return GroupEnd::Kept;
+
     char state[sizeof device_info::Devicestate];
-    read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
-    (void)note_state(row, state);
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (has_groups() && !is_row_free_for(row, mac)) return false;
+        write_mac_of_row(row, mac);
+        announce_row_change();
+        read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
+        return true;
+    });
+    if (end == GroupEnd::Kept) {
+        count_row_in_use(row);
+        (void)note_state(row, state);
+    }
+    return end;
+}
+
+// A creation that another process came before leaves this process' table wrong; so does one that the store could not
+// keep.
+int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(state_lock) {
+    // Each lost race means that one more row was taken.
+    for (int32_t attempt = 0; attempt < ROW_COUNT; ++attempt) {
+        int32_t row = 0;
+        if (check_mac_pre_existing(mac, &row)) return row;
+        row = first_free_index();
+        if (producer_id == SARN_PRODUCER_LOOKUP_ONLY) return SARN_ERR_LOOKUP_ONLY;
+        if (row < 0) return SARN_ERR_TABLE_FULL;
+        const GroupEnd created = create_row(row, mac);
+        if (created == GroupEnd::Kept) return row;
+        if (sync_global_data() != SARN_OK) return SARN_ERR_REBUILD;
+        if (created == GroupEnd::Failed) return SARN_ERR_TABLE_FULL;
+    }
+    return SARN_ERR_TABLE_FULL;
 }
 
 }  // namespace
@@ -48,14 +87,7 @@ int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {
     }
     upper_case(mac, sizeof signature_record::mac);
     const MacText wanted(mac);
-
-    int32_t row = 0;
-    if (check_mac_pre_existing(wanted.text, &row)) return row;
-    row = first_free_index();
-    if (producer_id == SARN_PRODUCER_LOOKUP_ONLY) return SARN_ERR_LOOKUP_ONLY;
-    if (row < 0) return SARN_ERR_TABLE_FULL;
-    create_row(row, wanted.text);
-    return row;
+    return find_or_create_row(wanted.text, producer_id);
 }
 
 }  // namespace sarn

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "core/address_text.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -22,10 +23,31 @@ void begin_build() {
 
 void end_build() { __atomic_store_n(&mappingtablestatus, uint8_t{1}, __ATOMIC_RELEASE); }
 
-// A row in use: counts it, keeps the mirror of its MAC, and notes whether its device is offline.
-void take_in_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
-    count_row_in_use(row);
-    (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+// The mirror of a row's MAC in the connection table. In a snapshot it can only be compared; one that differs, which no
+// group of ours leaves behind, is noted and mended afterwards.
+void keep_mirror(int32_t row, const uint8_t (&mac)[6], RowBitmap &differing) SARN_REQUIRES(state_lock) {
+    if (!has_groups()) {
+        (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+        return;
+    }
+    uint8_t mirror[6];
+    if (!read_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mirror) || memcmp(mirror, mac, sizeof mirror) != 0) {
+        set_row(differing, row);
+    }
+}
+
+void mend_mirrors(const RowBitmap &differing) SARN_REQUIRES(state_lock) {
+    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+        if (!has_row(differing, row)) continue;
+        (void)write_group([&]() SARN_REQUIRES(state_lock) {
+            uint8_t mac[6];
+            return holds_known_device(row) && read_mac(Field::Sarnsignature_DeviceMAC, row, mac) &&
+                   write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+        });
+    }
+}
+
+void note_offline(int32_t row) SARN_REQUIRES(state_lock) {
     char state[sizeof device_info::Devicestate];
     read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
     if (!note_state(row, state)) return;
@@ -34,14 +56,17 @@ void take_in_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock)
     add_gc_candidate(timestamp, row);
 }
 
-bool read_rows() SARN_REQUIRES(state_lock) {
+bool read_rows(RowBitmap &differing) SARN_REQUIRES(state_lock) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
         uint8_t mac[6] = {};
         if (!read_mac(Field::Sarnsignature_DeviceMAC, row, mac)) return false;
         const MacBytesText text = mac_bytes_to_text(mac);
         mapping_table[row].index = row;
         memcpy(mapping_table[row].MACData, text.text, sizeof text.text);
-        if (strcmp(text.text, NO_DEVICE_MAC) != 0) take_in_row(row, mac);
+        if (strcmp(text.text, NO_DEVICE_MAC) == 0) continue;
+        count_row_in_use(row);
+        keep_mirror(row, mac, differing);
+        note_offline(row);
     }
     return true;
 }
@@ -56,8 +81,10 @@ int32_t create_mapping_table_locked() {
     bool all_read = false;
     {
         const ExportedMutex hold(mutex1);
-        all_read = read_rows();
+        RowBitmap differing = {};
+        all_read = read_group([&]() SARN_REQUIRES(state_lock) { return read_rows(differing); });
         if (!all_read) SARN_LOG(MacUnreadable);
+        mend_mirrors(differing);
     }
     if (!all_read) {
         end_build();

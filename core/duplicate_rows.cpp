@@ -1,5 +1,6 @@
 #include "core/duplicate_rows.h"
 
+#include "core/group.h"
 #include "core/mapping_table.h"
 #include "core/reset_device_entry.h"
 #include "core/store.h"
@@ -16,8 +17,7 @@ int32_t read_timestamp(int32_t row) SARN_REQUIRES(state_lock) {
 }
 
 void remove_row(int32_t row, RowBitmap &rows) SARN_REQUIRES(state_lock) {
-    (void)reset_device_entry(row);
-    clear_row_bits(row);
+    (void)reset_device_entry(row, holds_known_device);
     clear_row(rows, row);
 }
 

@@ -14,6 +14,7 @@
 #define SARN_GUARDED_BY(lock) SARN_THREAD_ANNOTATION(guarded_by(lock))
 #define SARN_REQUIRES(lock) SARN_THREAD_ANNOTATION(requires_capability(lock))
 #define SARN_REQUIRES_SHARED(lock) SARN_THREAD_ANNOTATION(requires_shared_capability(lock))
+#define SARN_UNCHECKED SARN_THREAD_ANNOTATION(no_thread_safety_analysis)
 #define SARN_EXCLUDES(lock) SARN_THREAD_ANNOTATION(locks_excluded(lock))
 
 namespace sarn {

@@ -26,8 +26,10 @@ void clear_row_bits(int32_t row) {
     clear_row(inuse_bitmap, row);
 }
 
+bool is_offline_state(const char *state) { return strcmp(state, "DOWN") == 0 || strcmp(state, "unknown") == 0; }
+
 bool note_state(int32_t row, const char *state) {
-    const bool is_offline = strcmp(state, "DOWN") == 0 || strcmp(state, "unknown") == 0;
+    const bool is_offline = is_offline_state(state);
     if (is_offline) {
         set_row(offline_bitmap, row);
     } else {

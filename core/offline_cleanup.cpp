@@ -1,9 +1,11 @@
 #include "core/offline_cleanup.h"
 
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/reset_device_entry.h"
 #include "core/row_bitmap.h"
+#include "core/store.h"
 #include "core/time_text.h"
 
 gc_candidate gc_epochtime_array[10];
@@ -29,6 +31,14 @@ gc_candidate *newest_slot() SARN_REQUIRES(state_lock) {
         if (slot.timestamp > newest->timestamp) newest = &slot;
     }
     return newest;
+}
+
+// A candidate may have come back, or made room for another device, since it was listed.
+bool is_still_offline(int32_t row) SARN_REQUIRES(state_lock) {
+    if (!has_groups()) return true;
+    char state[sizeof device_info::Devicestate];
+    read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
+    return holds_known_device(row) && is_offline_state(state);
 }
 
 bool is_clean_up_due() SARN_REQUIRES_SHARED(state_lock) {
@@ -63,10 +73,8 @@ int32_t cleanup_offline_entries() {
     for (int32_t i = 0; i < offline && i < CANDIDATE_COUNT; ++i) {
         gc_candidate &slot = gc_epochtime_array[i];
         if (!is_row(slot.row)) continue;
-        (void)reset_device_entry(slot.row);
-        clear_row_bits(slot.row);
+        if (reset_device_entry(slot.row, is_still_offline) == SARN_OK) ++removed;
         slot = EMPTY_SLOT;
-        ++removed;
     }
     return removed;
 }

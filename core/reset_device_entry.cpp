@@ -1,6 +1,7 @@
 #include "core/reset_device_entry.h"
 
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
 
@@ -14,13 +15,19 @@ void write_reset_values(int32_t row, int32_t first, int32_t end) SARN_REQUIRES(s
 
 }  // namespace
 
-int32_t reset_device_entry(int32_t row) {
+int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
     if (!is_row(row)) return SARN_ERR_ROW_RANGE;
-    write_reset_values(row, 0, DEVICE_MAC_FIELD_COUNT);
-    announce_row_change();
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!is_to_be_reset(row)) return false;
+        write_reset_values(row, 0, DEVICE_MAC_FIELD_COUNT);
+        announce_row_change();
+        write_reset_values(row, DEVICE_MAC_FIELD_COUNT, DEVICE_FIELD_COUNT);
+        return true;
+    });
+    if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
     mark_row_free(row);
+    clear_row_bits(row);
     --inuse_count;
-    write_reset_values(row, DEVICE_MAC_FIELD_COUNT, DEVICE_FIELD_COUNT);
     return SARN_OK;
 }
 

@@ -7,9 +7,12 @@
 
 namespace sarn {
 
-// Brings a row back to its reset values in all three device tables and lowers the count of rows in use. The caller
-// clears the row's bits (clear_row_bits). SARN_OK, or SARN_ERR_ROW_RANGE and nothing done.
-int32_t reset_device_entry(int32_t row) SARN_REQUIRES(state_lock);
+// Whether a row is still to be reset, looked at once more where that promises something.
+using RowCheck = bool (*)(int32_t row);
+
+// Brings a row back to its reset values in all three device tables, as one group, lowers the count of rows in use and
+// clears the row's bits. SARN_OK; SARN_ERR_ROW_RANGE; SARN_ERR_NO_ROW when the check refused. Nothing is done then.
+int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) SARN_REQUIRES(state_lock);
 
 }  // namespace sarn
 

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "core/duplicate_rows.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -11,14 +12,22 @@ namespace sarn {
 
 namespace {
 
-// True when this process is the first one since the store came up; from then on it is no longer.
-bool claim_first_start() SARN_REQUIRES(state_lock) {
+bool is_first_start_awaited() SARN_REQUIRES(state_lock) {
     char progress[8];
     read_text_or_empty(Field::sarngeneral_MappingComplete, SINGLE_ROW, progress);
-    if (strcmp(progress, "init") != 0) return false;
+    return strcmp(progress, "init") == 0;
+}
+
+// True when this process is the first one since the store came up; from then on it is no longer.
+bool claim_first_start() SARN_REQUIRES(state_lock) {
+    if (!is_first_start_awaited()) return false;
     SARN_LOG(DuplicatePassBegins, "sarn_init", __LINE__);
-    (void)write_text(Field::sarngeneral_MappingComplete, SINGLE_ROW, "going");
-    return true;
+    return write_group([&]() SARN_REQUIRES(state_lock) {
+               // Of several processes that start at once, one alone goes on.
+               if (has_groups() && !is_first_start_awaited()) return false;
+               (void)write_text(Field::sarngeneral_MappingComplete, SINGLE_ROW, "going");
+               return true;
+           }) != GroupEnd::Dropped;
 }
 
 // When the rows in use cannot be told, the pass stays unfinished for good: a later start does not take it up.

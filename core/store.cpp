@@ -1,6 +1,13 @@
 #include "core/store.h"
 
+#include "core/group.h"
 #include "platform/kora.h"
+
+// Not every store offers groups: null where the process has none.
+extern "C" {
+__attribute__((weak)) int32_t kora_begin(void *handle, int32_t mode);
+__attribute__((weak)) int32_t kora_end(void *handle, int32_t keep);
+}
 
 namespace sarn {
 
@@ -24,6 +31,14 @@ void close_store() {
 }
 
 bool is_store_open() { return store_handle != nullptr; }
+
+bool has_groups() { return &kora_begin != nullptr && &kora_end != nullptr; }
+
+bool begin_group(GroupMode mode) {
+    return is_store_open() && kora_begin(store_handle, mode == GroupMode::Writing ? KORA_WRITING : KORA_READING) == 0;
+}
+
+bool end_group(bool is_kept) { return kora_end(store_handle, is_kept ? 1 : 0) == 0; }
 
 bool read_text(Field field, int32_t row, char *buffer, int32_t size) {
     switch (spec_of(field).type) {

@@ -4,6 +4,7 @@
 #include "core/call.h"
 #include "core/change_notice.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -18,16 +19,20 @@ int32_t store_custom_text(const CustomText &kind, display_request &request) {
 
     const Exclusive hold(state_lock);
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
-    if (row < 0) {
-        SARN_LOG(DisplayWithoutRow, MacText(request.mac).text);
-        return SARN_ERR_UNKNOWN_DEVICE;
-    }
+    if (row < 0) return refuse_unknown_device(request);
     if (kind.log_row != nullptr) kind.log_row(row);
 
     // While the recogniser's name stage holds, the caller's text is not taken.
     const BoundedText<sizeof request.model - 1> text(is_set(FingPostProcessorName) ? "" : request.*kind.text);
-    (void)write_text(kind.field, row, text.text);
-    if (announce_device_change(row, request.producer_id)) kind.log_announced();
+    const bool is_announced = is_change_announced(request.producer_id);
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        (void)write_text(kind.field, row, text.text);
+        if (is_announced) announce_device_change(row);
+        return true;
+    });
+    if (end == GroupEnd::Dropped) return refuse_unknown_device(request);
+    if (is_announced) kind.log_announced();
     return SARN_OK;
 }
 

@@ -7,8 +7,9 @@
 
 namespace sarn {
 
-// The body of notifyBrixForNdn.
-void notify_brix(uint32_t row) SARN_REQUIRES_SHARED(state_lock);
+// The two halves of notifyBrixForNdn: its line in the log, and the notice of a row.
+void log_brix_notice();
+void write_brix_notice(uint32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn
 

@@ -1,6 +1,7 @@
 // Tells BRIX which row holds a new device.
 #include "identity/new_device_notice.h"
 
+#include "core/group.h"
 #include "core/log.h"
 #include "core/store.h"
 
@@ -13,8 +14,9 @@ constexpr int32_t SARN_PROCESS = 4;
 
 }  // namespace
 
-void notify_brix(uint32_t row) {
-    SARN_LOG(BrixNotification, "notifyBrixForNdn", __LINE__);
+void log_brix_notice() { SARN_LOG(BrixNotification, "notifyBrixForNdn", __LINE__); }
+
+void write_brix_notice(uint32_t row) {
     (void)write_number(Field::BRIXConfig_FeatureId, SINGLE_ROW, NEW_DEVICE_FEATURE);
     (void)write_number(Field::BRIXConfig_NewDeviceIndex, SINGLE_ROW, static_cast<int32_t>(row));
     (void)write_number(Field::BRIXConfig_ProcessId, SINGLE_ROW, SARN_PROCESS);
@@ -23,6 +25,11 @@ void notify_brix(uint32_t row) {
 }  // namespace sarn
 
 void notifyBrixForNdn(uint32_t index) {
-    const sarn::Shared hold(sarn::state_lock);
-    sarn::notify_brix(index);
+    using namespace sarn;
+    const Exclusive hold(state_lock);
+    log_brix_notice();
+    (void)write_group([&]() SARN_REQUIRES(state_lock) {
+        write_brix_notice(index);
+        return true;
+    });
 }

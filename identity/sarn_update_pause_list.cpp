@@ -4,6 +4,7 @@
 #include "core/address_text.h"
 #include "core/bounded_text.h"
 #include "core/change_notice.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -19,13 +20,19 @@ bool set_access(char *mac, const char *access, int32_t producer_id) {
     const int32_t row = check_update_mapping_table_locked(mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (!is_row(row)) return false;
 
-    char current[8];
-    memset(current, '0', sizeof current);  // a failed read is neither state
-    (void)read_text(Field::Sarnsignature_AllowOrBlock, row, current, sizeof current);
-    if (strncmp(current, access, sizeof current) == 0) return false;
-
-    (void)write_text(Field::Sarnsignature_AllowOrBlock, row, access);
-    if (announce_device_change(row, producer_id)) SARN_LOG(PauseAnnounced);
+    const bool is_announced = is_change_announced(producer_id);
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        char current[8];
+        memset(current, '0', sizeof current);  // a failed read is neither state
+        if (!holds_known_device(row)) return false;
+        (void)read_text(Field::Sarnsignature_AllowOrBlock, row, current, sizeof current);
+        if (strncmp(current, access, sizeof current) == 0) return false;
+        (void)write_text(Field::Sarnsignature_AllowOrBlock, row, access);
+        if (is_announced) announce_device_change(row);
+        return true;
+    });
+    if (end == GroupEnd::Dropped) return false;
+    if (is_announced) SARN_LOG(PauseAnnounced);
     return true;
 }
 

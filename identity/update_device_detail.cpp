@@ -4,6 +4,7 @@
 #include "core/bounded_text.h"
 #include "core/call.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -84,15 +85,18 @@ int32_t write_row_of(const device_detail_request &request) {
     upper_case(mac.text, sizeof record.mac);
     int32_t row = 0;
     if (!check_mac_pre_existing(mac.text, &row)) return SARN_ERR_NO_ROW;
-
-    (void)write_text(Field::DeviceIdList_DeviceModel, row, record.model);
-    (void)write_text(Field::DeviceIdList_DeviceBrand, row, record.brand);
-    (void)write_text(Field::DeviceIdList_DeviceOS, row, record.os);
-    (void)write_text(Field::DeviceIdList_DeviceTypeDPI, row, record.type);
-    (void)write_text(Field::DeviceIdList_DeviceMacVendor, row, record.mac_vendor);
-    (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
-    (void)write_number(Field::DeviceIdList_Producerid, row, request.producer_id);
-    return row;
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        (void)write_text(Field::DeviceIdList_DeviceModel, row, record.model);
+        (void)write_text(Field::DeviceIdList_DeviceBrand, row, record.brand);
+        (void)write_text(Field::DeviceIdList_DeviceOS, row, record.os);
+        (void)write_text(Field::DeviceIdList_DeviceTypeDPI, row, record.type);
+        (void)write_text(Field::DeviceIdList_DeviceMacVendor, row, record.mac_vendor);
+        (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
+        (void)write_number(Field::DeviceIdList_Producerid, row, request.producer_id);
+        return true;
+    });
+    return end == GroupEnd::Dropped ? SARN_ERR_NO_ROW : row;
 }
 
 bool is_post_processed(const device_detail_request &request) {
@@ -111,8 +115,13 @@ void notify_once(int32_t row) {
         return;
     }
     SARN_LOG(NdnNotifies);
-    notify_brix(static_cast<uint32_t>(row));
-    (void)write_number(Field::Sarnsignature_NDNEventStatus, row, 1);
+    log_brix_notice();
+    (void)write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        write_brix_notice(static_cast<uint32_t>(row));
+        (void)write_number(Field::Sarnsignature_NDNEventStatus, row, 1);
+        return true;
+    });
     SARN_LOG(NdnNotified, row);
 }
 

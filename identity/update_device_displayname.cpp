@@ -5,6 +5,7 @@
 #include "core/call.h"
 #include "core/change_notice.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -23,8 +24,10 @@ struct ComposedName {
 };
 
 int32_t store_name(display_request &request);
+int32_t refuse();
 ComposedName compose_name(int32_t row, const char *mac) SARN_REQUIRES(state_lock);
-void write_custom_name(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
+bool is_custom_name_written(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
+bool is_composed_name_written(int32_t row, const ComposedName &composed) SARN_REQUIRES(state_lock);
 
 int32_t store_name(display_request &request) {
     const int32_t checked = check_display_request(request);
@@ -32,15 +35,16 @@ int32_t store_name(display_request &request) {
 
     const Exclusive hold(state_lock);
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
-    if (row < 0) {
-        SARN_LOG(NameWithoutRow);
-        return SARN_ERR_UNKNOWN_DEVICE;
-    }
+    if (row < 0) return refuse();
     SARN_LOG(NameRow, row);
     const ComposedName composed = compose_name(row, BoundedText<MAC_TEXT_LENGTH>(request.mac).text);
-    if (!is_set(FingPostProcessorName)) write_custom_name(row, request);
-    (void)write_text(Field::DeviceIdList_DisplayNameQuorvex, row, composed.text);
-    return SARN_OK;
+    if (!is_set(FingPostProcessorName) && !is_custom_name_written(row, request)) return refuse();
+    return is_composed_name_written(row, composed) ? SARN_OK : refuse();
+}
+
+int32_t refuse() {
+    SARN_LOG(NameWithoutRow);
+    return SARN_ERR_UNKNOWN_DEVICE;
 }
 
 ComposedName compose_name(int32_t row, const char *mac) {
@@ -64,10 +68,28 @@ ComposedName compose_name(int32_t row, const char *mac) {
     return name;
 }
 
-void write_custom_name(int32_t row, const display_request &request) {
+// False when the row no longer holds the device.
+bool is_custom_name_written(int32_t row, const display_request &request) {
     const BoundedText<sizeof request.display_name - 1> name(request.display_name);
-    (void)write_text(Field::DeviceIdList_DisplayNameCustom, row, name.text);
-    if (announce_device_change(row, request.producer_id)) SARN_LOG(NameAnnounced);
+    const bool is_announced = is_change_announced(request.producer_id);
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        (void)write_text(Field::DeviceIdList_DisplayNameCustom, row, name.text);
+        if (is_announced) announce_device_change(row);
+        return true;
+    });
+    if (end == GroupEnd::Dropped) return false;
+    if (is_announced) SARN_LOG(NameAnnounced);
+    return true;
+}
+
+// A group of its own: the notice of the custom name is logged between the two.
+bool is_composed_name_written(int32_t row, const ComposedName &composed) {
+    return write_group([&]() SARN_REQUIRES(state_lock) {
+               if (!holds_known_device(row)) return false;
+               (void)write_text(Field::DeviceIdList_DisplayNameQuorvex, row, composed.text);
+               return true;
+           }) != GroupEnd::Dropped;
 }
 
 }  // namespace

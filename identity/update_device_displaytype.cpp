@@ -7,6 +7,7 @@
 #include "core/call.h"
 #include "core/change_notice.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -23,9 +24,18 @@ namespace {
 constexpr size_t TYPE_WIDTH = sizeof display_request::type;
 constexpr size_t CALLERS_TEXT_SIZE = 64;
 
+struct TypeChange {
+    int32_t row;
+    const char *callers_text;
+    FoldedType type;
+    bool is_recognisers;
+    bool is_announced;
+};
+
 int32_t store_type(display_request &request);
-void write_type(int32_t row, const char *callers_text, FoldedType &type, int32_t producer_id) SARN_REQUIRES(state_lock);
-void write_unknown_type(int32_t row, const char *callers_text, int32_t producer_id) SARN_REQUIRES(state_lock);
+int32_t write_type(int32_t row, const display_request &request, const char *callers_text) SARN_REQUIRES(state_lock);
+void write_fields(const TypeChange &change) SARN_REQUIRES(state_lock);
+bool is_notice_due(const TypeChange &change);
 
 int32_t store_type(display_request &request) {
     const int32_t checked = check_display_request(request);
@@ -33,10 +43,8 @@ int32_t store_type(display_request &request) {
 
     const Exclusive hold(state_lock);
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
-    if (row < 0) {
-        SARN_LOG(DisplayWithoutRow, MacText(request.mac).text);
-        return SARN_ERR_UNKNOWN_DEVICE;
-    }
+    if (row < 0) return refuse_unknown_device(request);
+
     // Folding replaces the text, and the user's field gets what the caller wrote.
     char *callers_text = static_cast<char *>(malloc(CALLERS_TEXT_SIZE));
     if (callers_text == nullptr) {
@@ -45,30 +53,40 @@ int32_t store_type(display_request &request) {
     }
     const BoundedText<TYPE_WIDTH> asked(request.type);
     memcpy(callers_text, asked.text, sizeof asked.text);
-    FoldedType type = fold_device_type(asked.text);
-    write_type(row, callers_text, type, request.producer_id);
+    const int32_t written = write_type(row, request, callers_text);
     free(callers_text);
+    return written;
+}
+
+int32_t write_type(int32_t row, const display_request &request, const char *callers_text) {
+    const TypeChange change = {row, callers_text, fold_device_type(callers_text), is_set(FingPostProcessorType),
+                               is_change_announced(request.producer_id)};
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        write_fields(change);
+        return true;
+    });
+    if (end == GroupEnd::Dropped) return refuse_unknown_device(request);
+    if (is_notice_due(change)) SARN_LOG(TypeAnnounced);
+    // After a type that is in no row, the recogniser's next one is still awaited.
+    if (change.type.is_known) set_flag(FingPostProcessorType, 0);
     return SARN_OK;
 }
 
-void write_type(int32_t row, const char *callers_text, FoldedType &type, int32_t producer_id) {
-    const bool is_recognisers = is_set(FingPostProcessorType);
-    if (!type.is_known) {
-        // The recogniser's next type is still awaited: the flag stays.
-        if (is_recognisers) return set_default_device_type(row);
-        return write_unknown_type(row, callers_text, producer_id);
-    }
-    if (is_recognisers) {
-        (void)write_text(Field::DeviceIdList_DeviceTypeQuorvex, row, type.display);
+void write_fields(const TypeChange &change) {
+    if (!change.is_recognisers) {
+        (void)write_text(Field::DeviceIdList_DeviceTypeCustom, change.row, change.callers_text);
+        if (is_notice_due(change)) announce_device_change(change.row);
+    } else if (change.type.is_known) {
+        (void)write_text(Field::DeviceIdList_DeviceTypeQuorvex, change.row, change.type.display);
     } else {
-        (void)write_text(Field::DeviceIdList_DeviceTypeCustom, row, callers_text);
+        set_default_device_type(change.row);
     }
-    set_flag(FingPostProcessorType, 0);
 }
 
-void write_unknown_type(int32_t row, const char *callers_text, int32_t producer_id) {
-    (void)write_text(Field::DeviceIdList_DeviceTypeCustom, row, callers_text);
-    if (announce_device_change(row, producer_id)) SARN_LOG(TypeAnnounced);
+// A user's type that the table knows is not announced.
+bool is_notice_due(const TypeChange &change) {
+    return !change.is_recognisers && !change.type.is_known && change.is_announced;
 }
 
 }  // namespace

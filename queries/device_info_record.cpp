@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "core/address_text.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -102,26 +103,29 @@ void read_member(const RecordField &place, int32_t row, device_info &record) SAR
 
 void copy_mac_text(char (&member)[18], const MacBytesText &mac) { memcpy(member, mac.text, sizeof member); }
 
+enum class RowRead : uint8_t { Whole, NoMac, Unused, NoApMac };
+
+RowRead read_row(device_info &record, int32_t row) SARN_REQUIRES_SHARED(state_lock) {
+    uint8_t bytes[6] = {};
+    if (!read_mac(Field::Sarnsignature_DeviceMAC, row, bytes)) return RowRead::NoMac;
+    const MacBytesText mac = mac_bytes_to_text(bytes);
+    if (is_same_mac(mac.text, NO_DEVICE_MAC)) return RowRead::Unused;
+    copy_mac_text(record.DeviceMAC, mac);
+    for (const RecordField &field : RECORD_FIELDS) read_member(field, row, record);
+    if (!read_mac(Field::ConnectDeviceinfo_ConnAPMac, row, bytes)) return RowRead::NoApMac;
+    copy_mac_text(record.ConnAPMac, mac_bytes_to_text(bytes));
+    return RowRead::Whole;
+}
+
 }  // namespace
 
 int32_t read_device_info(device_info &record, int32_t row, int32_t unused_row) {
-    uint8_t bytes[6] = {};
-    if (!read_mac(Field::Sarnsignature_DeviceMAC, row, bytes)) {
-        SARN_LOG(MacUnreadable);
-        return SARN_ERR_NOT_READABLE;
+    switch (read_group([&]() SARN_REQUIRES_SHARED(state_lock) { return read_row(record, row); })) {
+        case RowRead::NoMac: SARN_LOG(MacUnreadable); return SARN_ERR_NOT_READABLE;
+        case RowRead::Unused: SARN_LOG(RowUnused); return unused_row;
+        case RowRead::NoApMac: SARN_LOG(ApMacUnreadable); return SARN_ERR_NOT_READABLE;
+        case RowRead::Whole: break;
     }
-    const MacBytesText mac = mac_bytes_to_text(bytes);
-    if (is_same_mac(mac.text, NO_DEVICE_MAC)) {
-        SARN_LOG(RowUnused);
-        return unused_row;
-    }
-    copy_mac_text(record.DeviceMAC, mac);
-    for (const RecordField &field : RECORD_FIELDS) read_member(field, row, record);
-    if (!read_mac(Field::ConnectDeviceinfo_ConnAPMac, row, bytes)) {
-        SARN_LOG(ApMacUnreadable);
-        return SARN_ERR_NOT_READABLE;
-    }
-    copy_mac_text(record.ConnAPMac, mac_bytes_to_text(bytes));
     return SARN_OK;
 }
 

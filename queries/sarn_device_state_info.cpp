@@ -3,6 +3,7 @@
 
 #include "core/address_text.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/store.h"
@@ -12,7 +13,7 @@ namespace sarn {
 
 namespace {
 
-bool has_state(int32_t row, const char *wanted) SARN_REQUIRES(state_lock) {
+bool has_state(int32_t row, const char *wanted) SARN_REQUIRES_SHARED(state_lock) {
     char state[8];
     read_text_or_empty(Field::Sarnsignature_Devicestate, row, state);
     return strcmp(state, wanted) == 0;
@@ -53,7 +54,9 @@ int32_t sarn_device_state_info(uint32_t *words, int32_t word_count, uint32_t sel
     if (pass_entry_gate() != SARN_OK) return SARN_ERR_REBUILD;
 
     RowBitmap selected = {};
-    if (!select_rows(selected, selector)) {
+    const bool is_every_row_read =
+        read_group([&]() SARN_REQUIRES(state_lock) { return select_rows(selected, selector); });
+    if (!is_every_row_read) {
         SARN_LOG(MacUnreadable);
         return SARN_ERR_UNREADABLE;
     }

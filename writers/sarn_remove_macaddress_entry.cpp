@@ -5,6 +5,7 @@
 #include "core/bounded_text.h"
 #include "core/call.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/reset_device_entry.h"
@@ -20,6 +21,8 @@ constexpr char HANDLER_NAME[] = "sarn_remove_macaddress_entry_handler";
 int32_t remove_device(removal_request &request);
 MacText read_asked_mac(const removal_request &request);
 bool is_up(int32_t row) SARN_REQUIRES(state_lock);
+bool is_to_be_removed(int32_t row) SARN_REQUIRES(state_lock);
+int32_t refusal_of(int32_t row) SARN_REQUIRES(state_lock);
 
 int32_t remove_device(removal_request &request) {
     const Exclusive hold(state_lock);
@@ -37,8 +40,7 @@ int32_t remove_device(removal_request &request) {
     if (is_up(row)) return SARN_ERR_DEVICE_UP;
 
     SARN_LOG(RemovalResets);
-    (void)reset_device_entry(row);
-    clear_row_bits(row);
+    if (reset_device_entry(row, is_to_be_removed) != SARN_OK) return refusal_of(row);
     return pass_entry_gate(HANDLER_NAME) == SARN_OK ? SARN_OK : SARN_ERR_REBUILD;
 }
 
@@ -55,6 +57,13 @@ bool is_up(int32_t row) {
     read_text_or_empty(Field::Sarnsignature_Devicestate, row, state);
     return strcmp(state, "UP") == 0;
 }
+
+int32_t refusal_of(int32_t row) {
+    return holds_known_device(row) && is_up(row) ? SARN_ERR_DEVICE_UP : SARN_ERR_NO_ROW;
+}
+
+// Another process may have removed the device meanwhile, or seen it come up.
+bool is_to_be_removed(int32_t row) { return !has_groups() || (holds_known_device(row) && !is_up(row)); }
 
 }  // namespace
 

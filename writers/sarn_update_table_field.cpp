@@ -7,6 +7,7 @@
 #include "core/call.h"
 #include "core/change_notice.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -25,7 +26,7 @@ struct Change {
     int32_t producer_id;
     const char *value;
 };
-using Step = int32_t (*)(const Change &change);
+using Step = void (*)(const Change &change);
 
 struct FieldCode {
     Field field;
@@ -36,12 +37,13 @@ struct FieldCode {
 int32_t accept_change(table_field_request &request);
 int32_t store_change(table_field_request &request);
 int32_t write_value(int32_t row, const table_field_request &request) SARN_REQUIRES(state_lock);
-int32_t write_hostname(const Change &change) SARN_REQUIRES(state_lock);
-int32_t write_ip(const Change &change) SARN_REQUIRES(state_lock);
-int32_t write_state(const Change &change) SARN_REQUIRES(state_lock);
+bool is_ap_mac_accepted(const char *value, bool has_end);
+void write_hostname(const Change &change) SARN_REQUIRES(state_lock);
+void write_ip(const Change &change) SARN_REQUIRES(state_lock);
+void write_state(const Change &change) SARN_REQUIRES(state_lock);
 void announce_tagged_state(int32_t row, const char *state, const char *tag) SARN_REQUIRES(state_lock);
-int32_t write_access(const Change &change) SARN_REQUIRES(state_lock);
-int32_t write_ap_mac(const Change &change) SARN_REQUIRES(state_lock);
+void write_access(const Change &change) SARN_REQUIRES(state_lock);
+void write_ap_mac(const Change &change) SARN_REQUIRES(state_lock);
 
 constexpr FieldCode FIELD_CODES[] = {
     /*  1 */ {Field::Sarnsignature_DeviceHua, true, nullptr},
@@ -113,30 +115,51 @@ int32_t write_value(int32_t row, const table_field_request &request) {
 
     const FieldCode &code = FIELD_CODES[request.field_code - FIRST_CODE];
     // An access point's address must bring its own end: what follows a cut one is unknown.
-    if (request.field_code == SARN_FIELD_AP_MAC && length == static_cast<size_t>(request.length)) {
-        SARN_LOG(ApMacRefused, value);
-        return SARN_ERR_MAC;
-    }
+    const bool has_end = length < static_cast<size_t>(request.length);
+    if (request.field_code == SARN_FIELD_AP_MAC && !is_ap_mac_accepted(value, has_end)) return SARN_ERR_MAC;
     if (code.is_empty_skipped && value[0] == '\0') return SARN_OK;
-    if (code.step != nullptr) return code.step({row, request.producer_id, value});
-    (void)write_text(code.field, row, value);
+
+    const Change change = {row, request.producer_id, value};
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        if (code.step != nullptr) {
+            code.step(change);
+        } else {
+            (void)write_text(code.field, row, value);
+        }
+        return true;
+    });
+    if (end == GroupEnd::Dropped) {
+        SARN_LOG(FieldWithoutRow, SARN_ERR_LOOKUP_ONLY);
+        return SARN_ERR_NO_ROW;
+    }
+    if (request.field_code == SARN_FIELD_ALLOW_OR_BLOCK && is_change_announced(request.producer_id)) {
+        SARN_LOG(AccessAnnounced, value);
+    }
     return SARN_OK;
 }
 
-int32_t write_hostname(const Change &change) {
+bool is_ap_mac_accepted(const char *value, bool has_end) {
+    if (!has_end || !mac_sanity_check(value)) {
+        SARN_LOG(ApMacRefused, value);
+        return false;
+    }
+    SARN_LOG(MacAccepted);
+    return true;
+}
+
+void write_hostname(const Change &change) {
     (void)write_text(Field::Sarnsignature_DeviceDHCPHostname, change.row, change.value);
     (void)write_text(Field::DeviceIdList_DeviceHostname, change.row, change.value);
     (void)write_text(Field::DeviceIdList_DisplayNameDPI, change.row, change.value);
-    return SARN_OK;
 }
 
-int32_t write_ip(const Change &change) {
+void write_ip(const Change &change) {
     uint8_t ip[4] = {};
     if (ipv4_from_text(change.value, ip)) (void)write_ipv4(Field::Sarnsignature_DeviceIP, change.row, ip);
-    return SARN_OK;
 }
 
-int32_t write_state(const Change &change) {
+void write_state(const Change &change) {
     (void)write_text(Field::Sarnsignature_Devicestate, change.row, change.value);
     char tag[8];
     read_text_or_empty(Field::Sarnsignature_IsTagged, change.row, tag);
@@ -146,7 +169,6 @@ int32_t write_state(const Change &change) {
         add_gc_candidate(now.text, change.row);
     }
     announce_tagged_state(change.row, change.value, tag);
-    return SARN_OK;
 }
 
 void announce_tagged_state(int32_t row, const char *state, const char *tag) {
@@ -157,23 +179,16 @@ void announce_tagged_state(int32_t row, const char *state, const char *tag) {
     if (goes_down || comes_up) (void)write_number(Field::BRIXNotifyDTN_Index, SINGLE_ROW, row);
 }
 
-int32_t write_access(const Change &change) {
+void write_access(const Change &change) {
     (void)write_text(Field::Sarnsignature_AllowOrBlock, change.row, change.value);
-    if (announce_device_change(change.row, change.producer_id)) SARN_LOG(AccessAnnounced, change.value);
-    return SARN_OK;
+    if (is_change_announced(change.producer_id)) announce_device_change(change.row);
 }
 
-int32_t write_ap_mac(const Change &change) {
-    if (!mac_sanity_check(change.value)) {
-        SARN_LOG(ApMacRefused, change.value);
-        return SARN_ERR_MAC;
-    }
-    SARN_LOG(MacAccepted);
+void write_ap_mac(const Change &change) {
     uint8_t access_point[6] = {};
     if (mac_from_text(change.value, access_point)) {
         (void)write_mac(Field::ConnectDeviceinfo_ConnAPMac, change.row, access_point);
     }
-    return SARN_OK;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "core/bounded_text.h"
 #include "core/call.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -20,7 +21,8 @@ namespace {
 int32_t accept_connection(connected_device_request &request);
 int32_t check_texts(const connected_device_record &record);
 int32_t store_connection(const connected_device_record &record);
-void write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
+GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
+void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
 
 int32_t accept_connection(connected_device_request &request) {
     if (!is_initialised()) {
@@ -55,16 +57,23 @@ int32_t store_connection(const connected_device_record &record) {
 
     const Exclusive hold(state_lock);
     int32_t row = 0;
-    if (!check_mac_pre_existing(mac.text, &row)) {
+    if (!check_mac_pre_existing(mac.text, &row) || write_row(row, record) == GroupEnd::Dropped) {
         SARN_LOG(ConnectionWithoutRow, MacText(record.mac).text);
         return SARN_ERR_NO_ROW;
     }
-    write_row(row, record);
     clean_up_after_report();
     return SARN_OK;
 }
 
-void write_row(int32_t row, const connected_device_record &record) {
+GroupEnd write_row(int32_t row, const connected_device_record &record) {
+    return write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        write_texts(row, record);
+        return true;
+    });
+}
+
+void write_texts(int32_t row, const connected_device_record &record) {
     (void)write_text(Field::ConnectDeviceinfo_ConnSSID, row, record.ssid);
     (void)write_text(Field::ConnectDeviceinfo_DeviceLinkRate, row, record.link_rate);
     (void)write_text(Field::ConnectDeviceinfo_DownloadBW, row, record.download_bw);

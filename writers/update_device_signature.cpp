@@ -4,6 +4,7 @@
 #include "core/bounded_text.h"
 #include "core/call.h"
 #include "core/entry_gate.h"
+#include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -19,7 +20,7 @@ namespace {
 int32_t accept_report(signature_request &request);
 int32_t check_texts(const signature_record &record);
 int32_t store_report(signature_request &request);
-void write_row(int32_t row, const signature_request &request) SARN_REQUIRES(state_lock);
+GroupEnd write_row(int32_t row, const signature_request &request) SARN_REQUIRES(state_lock);
 void write_texts(int32_t row, const signature_record &record) SARN_REQUIRES(state_lock);
 void write_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
 void write_ip(int32_t row, const char *ip) SARN_REQUIRES(state_lock);
@@ -63,24 +64,31 @@ int32_t check_texts(const signature_record &record) {
 
 int32_t store_report(signature_request &request) {
     const Exclusive hold(state_lock);
-    const int32_t row = check_update_mapping_table_locked(request.record.mac, request.producer_id);
-    if (is_row(row)) {
-        write_row(row, request);
-    } else {
-        SARN_LOG(SignatureWithoutRow, row);
+    int32_t row = SARN_ERR_NO_ROW;
+    // Another process may remove the device between the look-up and the write: then it is a new one.
+    for (int32_t attempt = 0; attempt < ROW_COUNT; ++attempt) {
+        row = check_update_mapping_table_locked(request.record.mac, request.producer_id);
+        if (!is_row(row) || write_row(row, request) != GroupEnd::Dropped) break;
+        row = SARN_ERR_NO_ROW;
+        if (sync_global_data() != SARN_OK) break;
     }
+    if (!is_row(row)) SARN_LOG(SignatureWithoutRow, row);
     // Also without a row: a full table may be the reason.
     clean_up_after_report();
     return is_row(row) ? SARN_OK : SARN_ERR_NO_ROW;
 }
 
-void write_row(int32_t row, const signature_request &request) {
-    write_texts(row, request.record);
-    write_state(row, request.record.state);
-    (void)write_number(Field::Sarnsignature_Producerid, row, request.producer_id);
-    write_ip(row, request.record.ip);
-    (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
-    (void)write_number(Field::Sarnsignature_SARNSignatureUpdateStatus, row, 1);
+GroupEnd write_row(int32_t row, const signature_request &request) {
+    return write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row)) return false;
+        write_texts(row, request.record);
+        write_state(row, request.record.state);
+        (void)write_number(Field::Sarnsignature_Producerid, row, request.producer_id);
+        write_ip(row, request.record.ip);
+        (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
+        (void)write_number(Field::Sarnsignature_SARNSignatureUpdateStatus, row, 1);
+        return true;
+    });
 }
 
 void write_texts(int32_t row, const signature_record &record) {

@@ -103,11 +103,12 @@ TEST_F(MappingTable, ResetWritesEveryFieldOfTheRowInOrder) {
     EXPECT_EQ(sarn_init(), SARN_OK);
     const sarn::Exclusive hold(sarn::state_lock);
     (void)fake::take_journal();
-    EXPECT_EQ(sarn::reset_device_entry(256), SARN_ERR_ROW_RANGE);
-    EXPECT_EQ(sarn::reset_device_entry(-1), SARN_ERR_ROW_RANGE);
+    const auto always = [](int32_t) { return true; };
+    EXPECT_EQ(sarn::reset_device_entry(256, always), SARN_ERR_ROW_RANGE);
+    EXPECT_EQ(sarn::reset_device_entry(-1, always), SARN_ERR_ROW_RANGE);
     EXPECT_TRUE(fake::take_journal().empty());
     sarn::inuse_count = 0;
-    EXPECT_EQ(sarn::reset_device_entry(255), SARN_OK);
+    EXPECT_EQ(sarn::reset_device_entry(255, always), SARN_OK);
     EXPECT_EQ(sarn::inuse_count, -1);
     const auto journal = fake::take_journal();
     ASSERT_EQ(journal.size(), 41U);

@@ -48,7 +48,10 @@ TEST_F(OfflineCleanup, FreesAtMostTenRowsAndSkipsEmptySlots) {
     start();
     const sarn::Exclusive hold(sarn::state_lock);
     EXPECT_EQ(sarn::cleanup_offline_entries(), SARN_ERR_NONE_OFFLINE);
-    for (int row = 0; row < 15; ++row) sarn::set_row(sarn::offline_bitmap, row);
+    for (int row = 0; row < 15; ++row) {
+        fake::set("Sarnsignature", row, "Devicestate", "DOWN");
+        sarn::set_row(sarn::offline_bitmap, row);
+    }
     fill_candidates();
     gc_epochtime_array[2] = {-1, -1};
     EXPECT_EQ(sarn::cleanup_offline_entries(), 9);

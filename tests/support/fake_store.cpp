@@ -9,6 +9,7 @@
 #include <mutex>
 #include <set>
 #include <string_view>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -31,6 +32,10 @@ struct Store {
     bool fail_open = false;
     bool keep_reads = false;
     int handles = 0;
+
+    std::map<std::thread::id, bool> groups;  // by the thread that has one; true when it writes
+    std::map<Key, std::string, std::less<>> before_group;
+    int violations = 0;
 };
 
 std::mutex lock;
@@ -78,6 +83,19 @@ std::string value_of(const char *table, int row, const char *field) {
     return found != store.values.end() ? found->second : reset_value_of(table, field);
 }
 
+// Whether the fault is due at this operation.
+bool is_hit() {
+    const bool hit = store.fail_at != 0 &&
+                     (store.operations == store.fail_at || (store.fail_forever && store.operations > store.fail_at));
+    store.fault_fired = store.fault_fired || hit;
+    return hit;
+}
+
+bool is_in_group(bool is_writing) {
+    const auto group = store.groups.find(std::this_thread::get_id());
+    return group != store.groups.end() && group->second == is_writing;
+}
+
 // Journals the operation and tells whether it is to fail.
 bool begin(const char *operation, const char *table, int row, const char *field, const std::string *value) {
     const bool is_kept = value != nullptr || store.keep_reads;
@@ -95,15 +113,13 @@ bool begin(const char *operation, const char *table, int row, const char *field,
     const std::lock_guard hold(lock);
     ++store.operations;
     if (is_kept) store.journal.push_back(line);
-    const bool is_hit = store.fail_at != 0 &&
-                        (store.operations == store.fail_at || (store.fail_forever && store.operations > store.fail_at));
-    store.fault_fired = store.fault_fired || is_hit;
-    return is_hit || (!store.failing.empty() && store.failing.count({table, row, field}) != 0);
+    return is_hit() || (!store.failing.empty() && store.failing.count({table, row, field}) != 0);
 }
 
 int32_t write(const char *operation, const char *table, int row, const char *field, const std::string &value) {
     if (begin(operation, table, row, field, &value)) return -1;
     const std::lock_guard hold(lock);
+    if (is_in_group(false)) ++store.violations;
     store.values[{table, row, field}] = value;
     return 0;
 }
@@ -173,6 +189,34 @@ void on_operation(std::function<void(const std::string &)> hook) {
     const std::lock_guard hold(lock);
     store.hook = std::move(hook);
 }
+
+int32_t begin_group(bool is_writing) {
+    std::function<void(const std::string &)> hook;
+    {
+        const std::lock_guard hold(lock);
+        hook = store.hook;
+    }
+    if (hook) hook(is_writing ? "begin writing" : "begin reading");
+    const std::lock_guard hold(lock);
+    ++store.operations;
+    if (is_hit()) return -1;
+    if (is_in_group(true) || is_in_group(false)) ++store.violations;
+    store.groups[std::this_thread::get_id()] = is_writing;
+    if (is_writing) store.before_group = store.values;
+    return 0;
+}
+
+int32_t end_group(bool is_kept) {
+    const std::lock_guard hold(lock);
+    ++store.operations;
+    const bool is_writing = is_in_group(true);
+    if (store.groups.erase(std::this_thread::get_id()) == 0) ++store.violations;
+    const bool is_lost = is_hit();
+    if (is_writing && (is_lost || !is_kept)) store.values = store.before_group;
+    return is_lost ? -1 : 0;
+}
+
+int group_violations() { return store.violations; }
 
 void fail_threads(bool fail) {
     // A stack that no machine has: pthread_create answers with an error.
@@ -284,6 +328,7 @@ void log_printf(int32_t level, const char *, int32_t, const char *format, ...) {
     std::vsnprintf(message, sizeof message, format, values);
     va_end(values);
     const std::lock_guard hold(lock);
+    if (is_in_group(true) || is_in_group(false)) ++store.violations;
     store.journal.push_back("log " + std::to_string(level) + " " + message);
 }
 

@@ -34,6 +34,13 @@ int open_handles();
 // Called before each operation, without any lock, with its journal line.
 void on_operation(std::function<void(const std::string &)> hook);
 
+// Groups, for processes whose store offers them (fake_groups.cpp). A group that fails to begin or end counts as an
+// operation; the hook sees "begin reading", "begin writing" and "end".
+int32_t begin_group(bool is_writing);
+int32_t end_group(bool is_kept);
+// What a group must not meet: a log line, a group inside it, a write in a reading one.
+int group_violations();
+
 // From now on thread creation fails, or works again.
 void fail_threads(bool fail);
 

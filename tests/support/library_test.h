@@ -76,6 +76,7 @@ protected:
         sarn::last_sync_time = -1;
     }
     void TearDown() override {
+        EXPECT_EQ(fake::group_violations(), 0);
         fake::fail_threads(false);
         fake::reset();
         (void)sarn_uninit();
