@@ -3,11 +3,13 @@
 #include "core/group.h"
 #include "platform/kora.h"
 
-// Not every store offers groups: null where the process has none.
+// Not every store offers groups: null where the process has none. Only a second declaration can say so.
+// NOLINTBEGIN(readability-redundant-declaration)
 extern "C" {
 __attribute__((weak)) int32_t kora_begin(void *handle, int32_t mode);
 __attribute__((weak)) int32_t kora_end(void *handle, int32_t keep);
 }
+// NOLINTEND(readability-redundant-declaration)
 
 namespace sarn {
 

@@ -14,7 +14,7 @@
 namespace sarn {
 
 int32_t store_custom_text(const CustomText &kind, display_request &request) {
-    const int32_t checked = check_display_request(request);
+    const int32_t checked = check_identity_caller(request.producer_id);
     if (checked != SARN_OK) return checked;
 
     const Exclusive hold(state_lock);

@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "core/state.h"
+#include "identity/caller_check.h"
 
 namespace sarn {
 
@@ -21,9 +22,6 @@ int32_t fill_display_request(display_request &request, char (display_request::*m
     memcpy(request.mac, mac, strnlen(mac, sizeof request.mac));
     return SARN_OK;
 }
-
-// The first checks of every display handler: SARN_OK, SARN_ERR_NOT_INITIALISED or SARN_ERR_PRODUCER, logged.
-int32_t check_display_request(const display_request &request) SARN_EXCLUDES(state_lock);
 
 // The refusal of a MAC without a row, logged: SARN_ERR_UNKNOWN_DEVICE.
 int32_t refuse_unknown_device(const display_request &request);

@@ -8,9 +8,9 @@
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
-#include "core/producer_id.h"
 #include "core/store.h"
 #include "core/time_text.h"
+#include "identity/caller_check.h"
 #include "identity/new_device_notice.h"
 #include "identity/post_processor_flags.h"
 #include "include/sarn.h"
@@ -31,15 +31,8 @@ void notify_once(int32_t row) SARN_REQUIRES(state_lock);
 void read_flag(Field field, int32_t row, uint8_t &flag) SARN_REQUIRES(state_lock);
 
 int32_t accept_detail(device_detail_request &request) {
-    if (!is_initialised()) {
-        SARN_LOG(LibraryNotInitialised);
-        return SARN_ERR_NOT_INITIALISED;
-    }
-    const int32_t accepted = check_producer_id(request.producer_id);
-    if (accepted != SARN_OK) {
-        SARN_LOG(ProducerRefused, accepted);
-        return accepted;
-    }
+    const int32_t accepted = check_identity_caller(request.producer_id);
+    if (accepted != SARN_OK) return accepted;
     const int32_t checked = check_texts(request.record);
     return checked == SARN_OK ? store_detail(request) : checked;
 }

@@ -30,7 +30,7 @@ bool is_custom_name_written(int32_t row, const display_request &request) SARN_RE
 bool is_composed_name_written(int32_t row, const ComposedName &composed) SARN_REQUIRES(state_lock);
 
 int32_t store_name(display_request &request) {
-    const int32_t checked = check_display_request(request);
+    const int32_t checked = check_identity_caller(request.producer_id);
     if (checked != SARN_OK) return checked;
 
     const Exclusive hold(state_lock);

@@ -38,7 +38,7 @@ void write_fields(const TypeChange &change) SARN_REQUIRES(state_lock);
 bool is_notice_due(const TypeChange &change);
 
 int32_t store_type(display_request &request) {
-    const int32_t checked = check_display_request(request);
+    const int32_t checked = check_identity_caller(request.producer_id);
     if (checked != SARN_OK) return checked;
 
     const Exclusive hold(state_lock);

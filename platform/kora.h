@@ -67,10 +67,10 @@ int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *
 /*
  * Groups. Between kora_begin and kora_end the operations of the calling thread are one group: reading, they see one
  * snapshot, and writes are refused; writing, they are kept whole or not at all, are invisible to others until kora_end,
- * and are undone when the process dies. A thread has one group at a time and ends it itself, soon: a writing group keeps
- * all other writers out, a reading one keeps replaced pages from being used again.
- * kora_end returns non-zero when there is no group, or when its writes could not be kept; with `keep` 0 it drops them.
- * A host may lack both; libsarn.so then makes each operation by itself.
+ * and are undone when the process dies. A thread has one group at a time and ends it itself, soon: a writing group
+ * keeps all other writers out, a reading one keeps replaced pages from being used again. kora_end returns non-zero when
+ * there is no group, or when its writes could not be kept; with `keep` 0 it drops them. A host may lack both;
+ * libsarn.so then makes each operation by itself.
  */
 enum { KORA_READING = 0, KORA_WRITING = 1 };
 int32_t kora_begin(void *handle, int32_t mode);

@@ -58,9 +58,7 @@ bool is_up(int32_t row) {
     return strcmp(state, "UP") == 0;
 }
 
-int32_t refusal_of(int32_t row) {
-    return holds_known_device(row) && is_up(row) ? SARN_ERR_DEVICE_UP : SARN_ERR_NO_ROW;
-}
+int32_t refusal_of(int32_t row) { return holds_known_device(row) && is_up(row) ? SARN_ERR_DEVICE_UP : SARN_ERR_NO_ROW; }
 
 // Another process may have removed the device meanwhile, or seen it come up.
 bool is_to_be_removed(int32_t row) { return !has_groups() || (holds_known_device(row) && !is_up(row)); }

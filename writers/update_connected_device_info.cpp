@@ -10,9 +10,9 @@
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
-#include "core/producer_id.h"
 #include "core/store.h"
 #include "include/sarn.h"
+#include "writers/reporter_check.h"
 
 namespace sarn {
 
@@ -25,15 +25,8 @@ GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQU
 void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
 
 int32_t accept_connection(connected_device_request &request) {
-    if (!is_initialised()) {
-        SARN_LOG(NotInitialised);
-        return SARN_ERR_NOT_INITIALISED;
-    }
-    const int32_t accepted = check_producer_id(request.producer_id);
-    if (accepted != SARN_OK) {
-        SARN_LOG(SarnProducerRefused, accepted);
-        return accepted;
-    }
+    const int32_t accepted = check_reporter(request.producer_id);
+    if (accepted != SARN_OK) return accepted;
     const int32_t checked = check_texts(request.record);
     return checked == SARN_OK ? store_connection(request.record) : checked;
 }

@@ -8,10 +8,10 @@
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
-#include "core/producer_id.h"
 #include "core/store.h"
 #include "core/time_text.h"
 #include "include/sarn.h"
+#include "writers/reporter_check.h"
 
 namespace sarn {
 
@@ -26,15 +26,8 @@ void write_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
 void write_ip(int32_t row, const char *ip) SARN_REQUIRES(state_lock);
 
 int32_t accept_report(signature_request &request) {
-    if (!is_initialised()) {
-        SARN_LOG(NotInitialised);
-        return SARN_ERR_NOT_INITIALISED;
-    }
-    const int32_t accepted = check_producer_id(request.producer_id);
-    if (accepted != SARN_OK) {
-        SARN_LOG(SarnProducerRefused, accepted);
-        return accepted;
-    }
+    const int32_t accepted = check_reporter(request.producer_id);
+    if (accepted != SARN_OK) return accepted;
     const int32_t checked = check_texts(request.record);
     return checked == SARN_OK ? store_report(request) : checked;
 }
