@@ -1,5 +1,8 @@
 #include "core/offline_cleanup.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
 
@@ -9,6 +12,10 @@ protected:
     void fill_candidates() {
         sarn::clear_gc_candidates();
         for (int i = 0; i < 10; ++i) sarn::add_gc_candidate(std::to_string(10 * (i + 1)).c_str(), i);
+    }
+    int64_t slots_of(int row) {
+        return std::count_if(std::begin(gc_epochtime_array), std::end(gc_epochtime_array),
+                             [row](const gc_candidate &slot) { return slot.row == row; });
     }
     int slot_of(int row) {
         for (int i = 0; i < 10; ++i) {
@@ -35,6 +42,7 @@ TEST_F(OfflineCleanup, ListKeepsTheOldest) {
         fill_candidates();
         sarn::add_gc_candidate(c.time, c.row);
         EXPECT_EQ(slot_of(c.row), c.slot) << c.name;
+        EXPECT_EQ(slots_of(c.row), c.slot < 0 ? 0 : 1) << c.name;
     }
     fill_candidates();
     gc_epochtime_array[4].timestamp = 100;

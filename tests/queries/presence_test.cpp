@@ -20,6 +20,7 @@ TEST_F(Presence, SelectorsPickRowsByState) {
     fake::set("general", 0, "SARNSyncTimestamp", "1");
     int row = 0;
     for (const char *state : {"UP", "UP", "DOWN", "down", "unknown"}) put_device(40 * row, mac_of(row), state), ++row;
+    fake::set("Sarnsignature", 250, "Devicestate", "UP");  // of a row that is free
     const std::pair<uint32_t, int> cases[] = {
         {SARN_ROWS_IN_USE, 5}, {SARN_ROWS_UP, 2}, {SARN_ROWS_DOWN, 1}, {SARN_ROWS_FREE, 251}};
     for (const auto &[selector, count] : cases)

@@ -90,7 +90,7 @@ TEST_F(UpdateDeviceSignature, RefusalsWriteNothing) {
         {"dashes", with([](auto &r) { set_text(r.mac, "02-00-00-00-00-01"); }), 0, SARN_ERR_MAC},
         {"directives", with([](auto &r) { set_text(r.mac, "%n%s%n%s%n%s"); }), 0, SARN_ERR_MAC},
         {"IP out of range", with([](auto &r) { set_text(r.ip, "256.1.1.1"); }), 0, SARN_ERR_IP},
-        {"IP without NUL", with([](auto &r) { std::memset(r.ip, '1', sizeof r.ip); }), 0, SARN_ERR_IP},
+        {"IP without NUL", with([](auto &r) { std::memcpy(r.ip, "255.255.255.0255", sizeof r.ip); }), 0, SARN_ERR_IP},
         {"hua without NUL", with([](auto &r) { std::memset(r.hua, 'h', sizeof r.hua); }), 0, SARN_ERR_UNTERMINATED},
         {"state without NUL", with([](auto &r) { std::memset(r.state, 'U', sizeof r.state); }), 0,
          SARN_ERR_UNTERMINATED},
