@@ -3,6 +3,7 @@
 
 #include "core/address_text.h"
 #include "core/bounded_text.h"
+#include "core/build_mark.h"
 #include "core/entry_gate.h"
 #include "core/group.h"
 #include "core/log.h"
@@ -33,6 +34,7 @@ bool is_row_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_l
 
 // The row keeps the reset values of its other fields. Without a MAC that the store takes, nothing is written.
 GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
+    forget_build();
     {
         const ExportedMutex hold(mutex2);
         mapping_table[row].index = row;

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "core/address_text.h"
+#include "core/build_mark.h"
 #include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
@@ -78,11 +79,15 @@ bool is_build_running() { return __atomic_load_n(&mappingtablestatus, __ATOMIC_A
 int32_t create_mapping_table_locked() {
     if (is_build_running()) return SARN_ERR_BUILD_RUNNING;
     begin_build();
+    forget_build();
     bool all_read = false;
     {
         const ExportedMutex hold(mutex1);
         RowBitmap differing = {};
-        all_read = read_group([&]() SARN_REQUIRES(state_lock) { return read_rows(differing); });
+        all_read = read_group([&]() SARN_REQUIRES(state_lock) {
+            note_build_number();
+            return read_rows(differing);
+        });
         if (!all_read) SARN_LOG(MacUnreadable);
         mend_mirrors(differing);
     }

@@ -1,5 +1,6 @@
 #include "core/entry_gate.h"
 
+#include "core/build_mark.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
 #include "core/offline_cleanup.h"
@@ -40,7 +41,7 @@ int32_t sync_global_data() {
     initialised = 0;
     clear_row_state();
     (void)init_mapping_table_locked();
-    (void)create_mapping_table_locked();
+    if (create_mapping_table_locked() >= 0) mark_build_current();
     const int32_t cleaned = clean_up_crowded_table();
     if (cleaned != SARN_OK) return cleaned;
     last_sync_time = read_sync_timestamp();
@@ -50,7 +51,7 @@ int32_t sync_global_data() {
 
 int32_t pass_entry_gate() {
     if (!is_store_open() || !check_sync_required() || is_build_running()) return SARN_OK;
-    return sync_global_data();
+    return is_build_current() ? SARN_OK : sync_global_data();
 }
 
 int32_t pass_entry_gate(const char *operation) { return log_sync_failure(operation, pass_entry_gate()); }

@@ -1,5 +1,6 @@
 #include <string.h>
 
+#include "core/build_mark.h"
 #include "core/mapping_table.h"
 
 namespace sarn {
@@ -12,6 +13,7 @@ constexpr char UNREAD_MAC[] = "ff:ff:ff:ff:ff:ff";
 }  // namespace
 
 int32_t init_mapping_table_locked() {
+    forget_build();
     const ExportedMutex hold(mutex1);
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
         mapping_table[row].index = row;

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "core/address_text.h"
+#include "core/build_mark.h"
 
 namespace sarn {
 
@@ -30,6 +31,7 @@ bool is_offline_state(const char *state) { return strcmp(state, "DOWN") == 0 || 
 
 bool note_state(int32_t row, const char *state) {
     const bool is_offline = is_offline_state(state);
+    if (is_offline != has_row(offline_bitmap, row)) forget_build();
     if (is_offline) {
         set_row(offline_bitmap, row);
     } else {

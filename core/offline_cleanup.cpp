@@ -1,5 +1,6 @@
 #include "core/offline_cleanup.h"
 
+#include "core/build_mark.h"
 #include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
@@ -41,10 +42,6 @@ bool is_still_offline(int32_t row) SARN_REQUIRES(state_lock) {
     return holds_known_device(row) && is_offline_state(state);
 }
 
-bool is_clean_up_due() SARN_REQUIRES_SHARED(state_lock) {
-    return inuse_count >= CROWDED_FROM && count_offline_entries() > 0;
-}
-
 }  // namespace
 
 void clear_gc_candidates() {
@@ -59,8 +56,12 @@ void add_gc_candidate(const char *timestamp, int32_t row) {
         slot = newest_slot();
         if (candidate.timestamp >= slot->timestamp) return;
     }
+    if (slot->row == candidate.row && slot->timestamp == candidate.timestamp) return;
     *slot = candidate;
+    forget_build();
 }
+
+bool is_clean_up_due() { return inuse_count >= CROWDED_FROM && count_offline_entries() > 0; }
 
 int32_t count_offline_entries() { return count_rows(offline_bitmap); }
 

@@ -16,6 +16,9 @@ void add_gc_candidate(const char *timestamp, int32_t row) SARN_REQUIRES(state_lo
 
 int32_t count_offline_entries() SARN_REQUIRES_SHARED(state_lock);
 
+// True when the table is crowded and some row is offline.
+bool is_clean_up_due() SARN_REQUIRES_SHARED(state_lock);
+
 // The number of rows freed; SARN_ERR_NOT_CROWDED; SARN_ERR_NONE_OFFLINE.
 int32_t cleanup_offline_entries() SARN_REQUIRES(state_lock);
 

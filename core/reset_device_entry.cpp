@@ -1,5 +1,6 @@
 #include "core/reset_device_entry.h"
 
+#include "core/build_mark.h"
 #include "core/entry_gate.h"
 #include "core/group.h"
 #include "core/mapping_table.h"
@@ -25,6 +26,7 @@ int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
         return true;
     });
     if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
+    forget_build();
     mark_row_free(row);
     clear_row_bits(row);
     --inuse_count;

@@ -3,11 +3,12 @@
 #include "core/group.h"
 #include "platform/kora.h"
 
-// Not every store offers groups: null where the process has none. Only a second declaration can say so.
-// NOLINTBEGIN(readability-redundant-declaration)
+// Not every store offers groups and a change number: null where the process has none. Only a second declaration can say
+// so. NOLINTBEGIN(readability-redundant-declaration)
 extern "C" {
 __attribute__((weak)) int32_t kora_begin(void *handle, int32_t mode);
 __attribute__((weak)) int32_t kora_end(void *handle, int32_t keep);
+__attribute__((weak)) int32_t kora_changes(void *handle, uint64_t *number);
 }
 // NOLINTEND(readability-redundant-declaration)
 
@@ -41,6 +42,10 @@ bool begin_group(GroupMode mode) {
 }
 
 bool end_group(bool is_kept) { return kora_end(store_handle, is_kept ? 1 : 0) == 0; }
+
+bool read_change_number(uint64_t *number) {
+    return &kora_changes != nullptr && is_store_open() && kora_changes(store_handle, number) == 0;
+}
 
 bool read_text(Field field, int32_t row, char *buffer, int32_t size) {
     switch (spec_of(field).type) {

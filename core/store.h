@@ -19,6 +19,9 @@ bool open_store() SARN_REQUIRES(state_lock);
 void close_store() SARN_REQUIRES(state_lock);
 bool is_store_open() SARN_REQUIRES_SHARED(state_lock);
 
+// The number that moves with every change of what a rebuild reads; false where the store tells none.
+[[nodiscard]] bool read_change_number(uint64_t *number) SARN_REQUIRES_SHARED(state_lock);
+
 // Text of any of the three text types, cut to size - 1 characters.
 [[nodiscard]] bool read_text(Field field, int32_t row, char *buffer, int32_t size) SARN_REQUIRES_SHARED(state_lock);
 // An enum field through the plain text read, as the build of the mapping table does it.

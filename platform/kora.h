@@ -76,6 +76,13 @@ enum { KORA_READING = 0, KORA_WRITING = 1 };
 int32_t kora_begin(void *handle, int32_t mode);
 int32_t kora_end(void *handle, int32_t keep);
 
+/*
+ * A number that moves in the same transaction as any change of what a rebuild of the device list reads: the MAC of a
+ * row, its state, the time of an offline row, the sync timestamp. Equal numbers: nothing of it has changed. A host may
+ * lack it.
+ */
+int32_t kora_changes(void *handle, uint64_t *number);
+
 /* Text to bytes: six two-digit hexadecimal pairs joined by colons, either case; a dotted quad. The whole text counts.
  */
 int32_t kora_string2mac(const char *text, uint8_t six[6]);

@@ -1,7 +1,5 @@
 #include "support/fake_store.h"
 
-#include <pthread.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -36,6 +34,8 @@ struct Store {
     std::map<std::thread::id, bool> groups;  // by the thread that has one; true when it writes
     std::map<Key, std::string, std::less<>> before_group;
     int violations = 0;
+    uint64_t changes = 0;
+    bool offer_changes = true;
 };
 
 std::mutex lock;
@@ -116,10 +116,18 @@ bool begin(const char *operation, const char *table, int row, const char *field,
     return is_hit() || (!store.failing.empty() && store.failing.count({table, row, field}) != 0);
 }
 
+void note_change(std::string_view table, int row, std::string_view field, const std::string &value) {
+    const bool is_read_by_builds =
+        field == "DeviceMAC" || field == "Devicestate" || field == "SARNSyncTimestamp" || field == "Timestamp";
+    const auto held = store.values.find(std::tuple(table, row, field));
+    if (is_read_by_builds && (held == store.values.end() || held->second != value)) ++store.changes;
+}
+
 int32_t write(const char *operation, const char *table, int row, const char *field, const std::string &value) {
     if (begin(operation, table, row, field, &value)) return -1;
     const std::lock_guard hold(lock);
     if (is_in_group(false)) ++store.violations;
+    note_change(table, row, field, value);
     store.values[{table, row, field}] = value;
     return 0;
 }
@@ -155,6 +163,7 @@ std::string get(const std::string &table, int row, const std::string &field) {
 
 void set(const std::string &table, int row, const std::string &field, const std::string &value) {
     const std::lock_guard hold(lock);
+    note_change(table, row, field, value);
     store.values[{table, row, field}] = value;
 }
 
@@ -216,22 +225,15 @@ int32_t end_group(bool is_kept) {
     return is_lost ? -1 : 0;
 }
 
-int group_violations() { return store.violations; }
-
-void fail_threads(bool fail) {
-    // A stack that no machine has: pthread_create answers with an error.
-    static const size_t usual = [] {
-        pthread_attr_t attributes;
-        size_t size = 0;
-        pthread_getattr_default_np(&attributes);
-        pthread_attr_getstacksize(&attributes, &size);
-        return size;
-    }();
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, fail ? size_t{1} << 46 : usual);
-    pthread_setattr_default_np(&attributes);
+int32_t change_number(uint64_t *number) {
+    const std::lock_guard hold(lock);
+    *number = store.changes;
+    return store.offer_changes ? 0 : -1;
 }
+
+void offer_changes(bool offer) { store.offer_changes = offer; }
+
+int group_violations() { return store.violations; }
 
 }  // namespace fake
 

@@ -40,6 +40,9 @@ int32_t begin_group(bool is_writing);
 int32_t end_group(bool is_kept);
 // What a group must not meet: a log line, a group inside it, a write in a reading one.
 int group_violations();
+// The number that moves with every change of what a rebuild reads; `offer_changes(false)` makes it unknown.
+int32_t change_number(uint64_t *number);
+void offer_changes(bool offer);
 
 // From now on thread creation fails, or works again.
 void fail_threads(bool fail);

@@ -1,0 +1,24 @@
+// Whether a rebuild would find what this process knows already. Where the store tells a number that moves with every
+// change of what a rebuild reads, the number of the last rebuild answers that, as long as nothing in this process has
+// changed the state since in a way that a rebuild would set otherwise. Without such a store every rebuild runs.
+#ifndef SARN_CORE_BUILD_MARK_H
+#define SARN_CORE_BUILD_MARK_H
+
+#include "core/state.h"
+
+namespace sarn {
+
+// First in a build, in the snapshot that it reads.
+void note_build_number() SARN_REQUIRES(state_lock);
+
+// The build went through and nothing but it has touched the state: its number holds.
+void mark_build_current() SARN_REQUIRES(state_lock);
+
+// The state changed otherwise than by a rebuild: the next gate builds again.
+void forget_build() SARN_REQUIRES(state_lock);
+
+bool is_build_current() SARN_REQUIRES(state_lock);
+
+}  // namespace sarn
+
+#endif

@@ -1,0 +1,22 @@
+#include <pthread.h>
+
+#include "support/fake_store.h"
+
+namespace fake {
+
+void fail_threads(bool fail) {
+    // A stack that no machine has: pthread_create answers with an error.
+    static const size_t usual = [] {
+        pthread_attr_t attributes;
+        size_t size = 0;
+        pthread_getattr_default_np(&attributes);
+        pthread_attr_getstacksize(&attributes, &size);
+        return size;
+    }();
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, fail ? size_t{1} << 46 : usual);
+    pthread_setattr_default_np(&attributes);
+}
+
+}  // namespace fake
