@@ -28,7 +28,13 @@ enum { KORA_TEXT_MAX = 256 };
 
 /*
  * Opens the store that the environment variable KORA_STORE names (default "/run/kora/store.mdb"; the folder is made
- * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null.
+ * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. It is the list of this start
+ * of the machine: who comes first and finds none, one from before the last restart, or a damaged one (set aside with
+ * "~" behind its name) makes a new one from the saved copy. That is the file that KORA_SAVE names (default
+ * "/var/lib/kora/saved" for the default store; none for another store, or where KORA_SAVE is empty). A copy that is
+ * damaged, foreign or of a newer version is set aside, and the one before it is tried.
+ * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
+ * later, and opened again.
  * Returns a handle, or null with a line in the log when the store is not to be had.
  * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
  * its own. While one is open KORA_STORE must name the same file, and another copy of this library in the process is
@@ -65,23 +71,38 @@ int32_t kora_get_ipv4(void *handle, const char *table, int32_t row, const char *
 int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *field, const uint8_t four[4]);
 
 /*
- * Groups. Between kora_begin and kora_end the operations of the calling thread are one group: reading, they see one
- * snapshot, and writes are refused; writing, they are kept whole or not at all, are invisible to others until kora_end,
- * and are undone when the process dies. A thread has one group at a time and ends it itself, soon: a writing group
- * keeps all other writers out, a reading one keeps replaced pages from being used again. kora_end returns non-zero when
- * there is no group, or when its writes could not be kept; with `keep` 0 it drops them. A host may lack both;
- * libsarn.so then makes each operation by itself.
+ * Groups. Between kora_begin and kora_end the operations of the calling thread are one group. Reading, they see one
+ * snapshot, and writes are refused. Writing, they see what the group wrote, keep all others who write out, are kept
+ * whole or not at all, are invisible to others until kora_end, and are undone when the process dies. A thread has one
+ * group at a time, under one handle, and ends it itself, soon: a writing group keeps all other writers out, a reading
+ * one keeps replaced pages from being used again. kora_init_ex, kora_destroy and kora_save are refused inside; fork is
+ * not to be called there. A thread that ends gives its group up; so does a fork, in the child. kora_end returns
+ * non-zero when the thread has no group under this handle, or when its writes could not be kept, and then none is; with
+ * `keep` 0 it drops them. One write that fails for the store's sake, and not for its arguments', is enough for that. A
+ * host may lack both; libsarn.so then makes each operation by itself.
  */
 enum { KORA_READING = 0, KORA_WRITING = 1 };
 int32_t kora_begin(void *handle, int32_t mode);
 int32_t kora_end(void *handle, int32_t keep);
 
 /*
- * A number that moves in the same transaction as any change of what a rebuild of the device list reads: the MAC of a
- * row, its state, the time of an offline row, the sync timestamp. Equal numbers: nothing of it has changed. A host may
- * lack it.
+ * A number that moves with every change of what a rebuild of the device list reads: the MAC addresses of
+ * "Sarnsignature" and "ConnectDeviceinfo", the states, the "Timestamp" of a row that is offline ("DOWN" or "unknown"),
+ * the sync timestamp. It moves in the same transaction as the change, is the same for all processes, and in a group is
+ * that of the group. While it is the same, all of these are the same; another store never goes on with the number of
+ * the last. A host may lack it; libsarn.so then rebuilds each time.
  */
 int32_t kora_changes(void *handle, uint64_t *number);
+
+/*
+ * Saves the store now to the file that KORA_SAVE names: written beside, synced, and moved over the last copy, which
+ * stays as the one before (".1"). Writes nothing when the copy says the same about all that a person or the router
+ * decided: which devices there are, their custom names, types, models and brands, allow or block, the two feature
+ * switches. A change of these also saves by itself, at most once in a minute, all processes counted together; what
+ * changes within that minute is saved by the next write after it, or by this call. Returns non-zero when there is no
+ * whole copy of now on the disk, with a line in the log.
+ */
+int32_t kora_save(void *handle);
 
 /* Text to bytes: six two-digit hexadecimal pairs joined by colons, either case; a dotted quad. The whole text counts.
  */

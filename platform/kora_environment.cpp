@@ -2,36 +2,35 @@
 
 #include <fcntl.h>
 #include <string.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "kora_schema.h"
+#include "kora_check.h"
+#include "kora_format.h"
+#include "kora_save.h"
+#include "kora_walk.h"
 
 namespace kora {
 
 namespace {
 
 // The live store lies in memory, and after a power cut it is gone: nothing is synced. A reader belongs to an operation
-// and not to a thread, since a worker thread lives for one call. No MDB_WRITEMAP: writes go through write(2), which
-// answers an error where a mapping would end the process.
+// and not to a thread, since a worker thread lives for one call.
 constexpr unsigned FLAGS = MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC;
 constexpr mode_t FILE_MODE = 0660;
 
-// First entry of every store, so that a foreign file or one of another version is never taken for one.
-struct Format {
-    char magic[8];
-    uint32_t version;
-    uint32_t schema;
-};
-static_assert(sizeof(Format) == 16, "no padding: it is compared as bytes");
-constexpr char MAGIC[sizeof Format::magic + 1] = "KORAlive";
-constexpr uint32_t VERSION = 1;
-
-Format own_format() {
-    Format format = {{}, VERSION, schema_fingerprint()};
-    memcpy(format.magic, MAGIC, sizeof format.magic);
-    return format;
-}
+// Without a system call for each page, a write takes a quarter of the time. Only on a file that is reserved whole:
+// where no page is to be had, a mapping ends the process. The price is that a stray pointer of any daemon can reach the
+// store. LMDB orders its threads by what ThreadSanitizer does not see, and writes in place would be races to it.
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
+constexpr unsigned IN_PLACE = 0;
+#else
+constexpr unsigned IN_PLACE = MDB_WRITEMAP;
+#endif
 
 int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     out_lmdb = nullptr;
@@ -45,16 +44,36 @@ int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     return error;
 }
 
-int write_format(MDB_env *lmdb) {
+// Two stores never begin with the same number: it tells a process too that its store was replaced.
+uint64_t first_change_number() {
+    uint64_t number = 0;
+    if (getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number) return number;
+    return save_clock() << 16 ^ static_cast<uint64_t>(getpid());
+}
+
+int put_restored(void *walk, Place place, Bytes value) {
+    return put_key(*static_cast<Walk *>(walk), key_of(place), value);
+}
+
+int fill_store(Walk &walk, const Image *restored) {
+    const Format format = own_format();
+    const uint64_t number = first_change_number();
+    int error = put_key(walk, FORMAT_KEY, {&format, sizeof format});
+    if (error == 0) error = put_key(walk, CHANGES_KEY, {&number, sizeof number});
+    if (error == 0 && restored != nullptr) error = for_each_value(*restored, put_restored, &walk);
+    return error;
+}
+
+int write_store(MDB_env *lmdb, const Image *restored) {
     MDB_txn *txn = nullptr;
     MDB_dbi values = 0;
+    Walk walk;
     int error = mdb_txn_begin(lmdb, nullptr, 0, &txn);
     if (error != 0) return error;
-    const Format format = own_format();
-    MDB_val key = value_of(FORMAT_KEY);
-    MDB_val value = value_of(&format, sizeof format);
     error = mdb_dbi_open(txn, nullptr, 0, &values);
-    if (error == 0) error = mdb_put(txn, values, &key, &value, 0);
+    if (error == 0) error = mdb_cursor_open(txn, values, &walk.cursor);
+    if (error == 0) error = fill_store(walk, restored);
+    if (walk.cursor != nullptr) mdb_cursor_close(walk.cursor);
     if (error == 0) return mdb_txn_commit(txn);
     mdb_txn_abort(txn);
     return error;
@@ -65,9 +84,11 @@ bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
     char file[PATH_MAX];
     int fd = -1;
     MDB_env *lmdb = nullptr;
+    Image image;
+    const Image *restored = find_what_to_restore(folder, image, out_why) ? &image : nullptr;
     if (!append_suffix(path, ".new", file, out_why) || !make_fresh_file(folder, path, fd, out_why)) return false;
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
-    if (error == 0) error = write_format(lmdb);
+    if (error == 0) error = write_store(lmdb, restored);
     if (lmdb != nullptr) mdb_env_close(lmdb);
     const bool is_made = error == 0
                              ? publish_fresh_file(folder, path, fd, out_why)
@@ -75,6 +96,23 @@ bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
     close(fd);
     if (!is_made) drop_fresh_file(folder, path);
     return is_made;
+}
+
+// As LMDB compares them itself, but without a call of memcmp for each of the dozen keys that a search meets.
+int compare_keys(const MDB_val *one, const MDB_val *other) {
+    if (one->mv_size != sizeof(Key) || other->mv_size != sizeof(Key)) return one->mv_size < other->mv_size ? -1 : 1;
+    const auto *first = static_cast<const uint8_t *>(one->mv_data);
+    const auto *second = static_cast<const uint8_t *>(other->mv_data);
+    return (first[0] << 8 | first[1]) - (second[0] << 8 | second[1]);
+}
+
+bool refuse_origin(const StorePath &path, const Format &found, Refusal &out_why) {
+    const Format own = own_format();
+    if (origin_of(found) == Origin::Foreign) {
+        return refuse(out_why, "store %.300s: not a store of this system", path.text);
+    }
+    return refuse(out_why, "store %.300s: of another version (format %u, fields %08x; wanted %u, %08x)", path.text,
+                  found.version, found.schema, own.version, own.schema);
 }
 
 bool check_format(const StorePath &path, Environment &environment, Refusal &out_why) {
@@ -85,21 +123,15 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     MDB_val value = value_of(nullptr, 0);
     Format found = {};
     error = mdb_dbi_open(txn, nullptr, 0, &environment.values);
+    if (error == 0) error = mdb_set_compare(txn, environment.values, compare_keys);
     if (error == 0) error = mdb_get(txn, environment.values, &key, &value);
-    if (error == 0 && value.mv_size == sizeof found) memcpy(&found, value.mv_data, sizeof found);
+    if (error == 0) found = read_format(value.mv_data, value.mv_size);
     mdb_txn_commit(txn);  // not abort: it keeps the handle of `values`
-
-    const Format own = own_format();
-    if (error == 0 && memcmp(&found, &own, sizeof own) == 0) return true;
-    if (error == 0 && memcmp(found.magic, own.magic, sizeof own.magic) == 0) {
-        return refuse(out_why, "store %.300s: of another version (format %u, fields %08x; wanted %u, %08x)", path.text,
-                      found.version, found.schema, own.version, own.schema);
-    }
-    return refuse(out_why, "store %.300s: not a store of this system", path.text);
+    return (error == 0 && origin_of(found) == Origin::Own) || refuse_origin(path, found, out_why);
 }
 
 // LMDB opens the file by its name once more, and follows what the file says about its own size.
-bool check_mapping(const StorePath &path, const Environment &environment, Refusal &out_why) {
+bool check_mapping(const StorePath &path, Environment &environment, Refusal &out_why) {
     MDB_envinfo info;
     struct stat ours, mapped;
     int fd = -1;
@@ -114,36 +146,74 @@ bool check_mapping(const StorePath &path, const Environment &environment, Refusa
         return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
     }
     fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves this one open in programs that the process starts
+    environment.device = ours.st_dev;
+    environment.inode = ours.st_ino;
     return true;
 }
 
-bool map_store(const Folder &folder, const StorePath &path, Environment &environment, Refusal &out_why) {
-    bool is_shared = false;
-    if (!claim_store_file(environment.claim_fd, path, is_shared, out_why)) return false;
+enum class Finding : uint8_t { Usable, Refused, SetAside };
+
+// Nobody else has the file open. What is ours and no longer to be trusted makes room for the saved copy.
+Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
+    const FileLook look = look_at_file(fd);
+    const Origin origin = origin_of(look.format);
+    if (!look.is_ours || (look.is_tree_whole && origin == Origin::OtherVersion)) {
+        refuse_origin(path, look.format, out_why);
+        return Finding::Refused;
+    }
+    const bool is_damaged = !look.is_tree_whole || !look.are_values_whole;
+    if (!is_damaged && origin == Origin::Own) return Finding::Usable;
+    const char *reason = is_damaged ? "damaged" : "from before the last restart";
+    if (set_aside(folder, path, "", reason, out_why)) return Finding::SetAside;
+    refuse(out_why, "store %.300s: %s", path.text, reason);
+    return Finding::Refused;
+}
+
+bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Environment &environment,
+               Refusal &out_why) {
     if (!prepare_lock_file(folder, path, is_shared, out_why)) return false;
-    const int error = open_lmdb(path.text, 0, environment.lmdb);
+    const int error = open_lmdb(path.text, IN_PLACE, environment.lmdb);
     if (error != 0) return refuse(out_why, "store %.300s: cannot be opened: %s", path.text, mdb_strerror(error));
     int dead_readers = 0;
     mdb_reader_check(environment.lmdb, &dead_readers);  // of killed processes; they would pile up
     return check_mapping(path, environment, out_why) && check_format(path, environment, out_why);
 }
 
+// Opens what lies there, or says that there is nothing to be opened.
+Finding open_present_store(const Folder &folder, const StorePath &path, Environment &opened, Refusal &out_why) {
+    bool is_shared = false;
+    if (!open_store_file(folder, path, opened.claim_fd, out_why)) return Finding::Refused;
+    if (opened.claim_fd < 0) return Finding::SetAside;
+    if (!claim_store_file(opened.claim_fd, path, is_shared, out_why)) return Finding::Refused;
+    const Finding finding = is_shared ? Finding::Usable : check_store_file(folder, path, opened.claim_fd, out_why);
+    if (finding != Finding::Usable) return finding;
+    return map_store(folder, path, is_shared, opened, out_why) ? Finding::Usable : Finding::Refused;
+}
+
+void drop_environment(Environment &environment) {
+    if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+    if (environment.claim_fd >= 0) close(environment.claim_fd);
+    environment = Environment{};
+}
+
 }  // namespace
 
 bool open_environment(const StorePath &path, Environment &out_environment, Refusal &out_why) {
+    const StandardDescriptors none_of_these;
     Folder folder;
     Environment opened;
-    bool is_open = enter_folder(path, folder, out_why) && open_store_file(folder, path, opened.claim_fd, out_why);
-    if (is_open && opened.claim_fd < 0) {
-        is_open = make_store(folder, path, out_why) && open_store_file(folder, path, opened.claim_fd, out_why);
+    if (!enter_folder(path, folder, out_why)) return false;
+    Finding finding = open_present_store(folder, path, opened, out_why);
+    if (finding == Finding::SetAside) {
+        drop_environment(opened);
+        finding = Finding::Refused;
+        if (make_store(folder, path, out_why)) finding = open_present_store(folder, path, opened, out_why);
     }
-    is_open = is_open && map_store(folder, path, opened, out_why);
-    if (is_open) {
+    if (finding == Finding::Usable) {
         out_environment = opened;
         return true;
     }
-    if (opened.lmdb != nullptr) mdb_env_close(opened.lmdb);
-    if (opened.claim_fd >= 0) close(opened.claim_fd);
+    drop_environment(opened);
     return false;
 }
 
@@ -152,9 +222,7 @@ void close_environment(const StorePath &path, Environment &environment) {
     Folder folder;
     Refusal ignored;
     enter_folder(path, folder, ignored);
-    mdb_env_close(environment.lmdb);
-    close(environment.claim_fd);
-    environment = Environment{};
+    drop_environment(environment);
 }
 
 void forget_environment(Environment &environment) {

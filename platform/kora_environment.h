@@ -13,6 +13,10 @@ struct Environment {
     MDB_env *lmdb = nullptr;
     MDB_dbi values = 0;
     int claim_fd = -1;  // holds the claim of claim_store_file for as long as it is open
+    dev_t device = 0;
+    ino_t inode = 0;
+    size_t room_until = 0;       // no transaction before this one needs to look for room
+    bool is_known_full = false;  // someone has waited for room in vain
 };
 
 bool open_environment(const StorePath &path, Environment &out_environment, Refusal &out_why);

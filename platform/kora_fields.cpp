@@ -24,11 +24,14 @@ int32_t get_text(void *handle, const char *table, int32_t row, const char *field
                  int32_t size) {
     Place place;
     if (buffer == nullptr || size < 1 || !find_place(table, row, field, types, place)) return REFUSED;
-    size_t length = 0;
-    const auto capacity = static_cast<size_t>(size) - 1;
-    const Result result = read_value(handle, place, buffer, capacity, 0, KORA_TEXT_MAX, length);
-    if (result == DONE) buffer[length] = '\0';
-    return result;
+    return read_value(handle, place, [&](Bytes value) {
+        if (value.size > KORA_TEXT_MAX) return MDB_CORRUPTED;
+        const auto capacity = static_cast<size_t>(size) - 1;
+        const size_t length = value.size < capacity ? value.size : capacity;
+        memcpy(buffer, value.data, length);
+        buffer[length] = '\0';
+        return 0;
+    });
 }
 
 int32_t set_text(void *handle, const char *table, int32_t row, const char *field, uint32_t types, const char *text) {
@@ -38,12 +41,15 @@ int32_t set_text(void *handle, const char *table, int32_t row, const char *field
     return length > KORA_TEXT_MAX ? REFUSED : write_value(handle, place, {text, length});
 }
 
-int32_t get_bytes(void *handle, const char *table, int32_t row, const char *field, uint32_t types, void *bytes,
-                  size_t size) {
+template <size_t SIZE>
+int32_t get_bytes(void *handle, const char *table, int32_t row, const char *field, uint32_t types, void *bytes) {
     Place place;
-    size_t read = 0;
     if (bytes == nullptr || !find_place(table, row, field, types, place)) return REFUSED;
-    return read_value(handle, place, bytes, size, size, size, read);
+    return read_value(handle, place, [&](Bytes value) {
+        if (value.size != SIZE) return MDB_CORRUPTED;
+        memcpy(bytes, value.data, SIZE);
+        return 0;
+    });
 }
 
 int32_t set_bytes(void *handle, const char *table, int32_t row, const char *field, uint32_t types, const void *bytes,
@@ -87,7 +93,7 @@ int32_t kora_set_enum(void *handle, const char *table, int32_t row, const char *
 int32_t kora_get_bool(void *handle, const char *table, int32_t row, const char *field, uint8_t *value) {
     int32_t number = 0;
     if (value == nullptr) return REFUSED;
-    const int32_t result = get_bytes(handle, table, row, field, only(Type::Bool), &number, sizeof number);
+    const int32_t result = get_bytes<NUMBER_SIZE>(handle, table, row, field, only(Type::Bool), &number);
     if (result == DONE) *value = number != 0;
     return result;
 }
@@ -102,7 +108,7 @@ int32_t kora_set_int(void *handle, const char *table, int32_t row, const char *f
 }
 
 int32_t kora_get_uint(void *handle, const char *table, int32_t row, const char *field, uint32_t *value) {
-    return get_bytes(handle, table, row, field, only(Type::Int) | only(Type::Uint), value, sizeof *value);
+    return get_bytes<NUMBER_SIZE>(handle, table, row, field, only(Type::Int) | only(Type::Uint), value);
 }
 
 int32_t kora_set_uint(void *handle, const char *table, int32_t row, const char *field, uint32_t value) {
@@ -110,7 +116,7 @@ int32_t kora_set_uint(void *handle, const char *table, int32_t row, const char *
 }
 
 int32_t kora_get_mac(void *handle, const char *table, int32_t row, const char *field, uint8_t six[6]) {
-    return get_bytes(handle, table, row, field, only(Type::Mac), six, MAC_SIZE);
+    return get_bytes<MAC_SIZE>(handle, table, row, field, only(Type::Mac), six);
 }
 
 int32_t kora_set_mac(void *handle, const char *table, int32_t row, const char *field, const uint8_t six[6]) {
@@ -118,7 +124,7 @@ int32_t kora_set_mac(void *handle, const char *table, int32_t row, const char *f
 }
 
 int32_t kora_get_ipv4(void *handle, const char *table, int32_t row, const char *field, uint8_t four[4]) {
-    return get_bytes(handle, table, row, field, only(Type::Ipv4), four, IPV4_SIZE);
+    return get_bytes<IPV4_SIZE>(handle, table, row, field, only(Type::Ipv4), four);
 }
 
 int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *field, const uint8_t four[4]) {

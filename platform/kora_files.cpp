@@ -15,6 +15,7 @@ namespace kora {
 namespace {
 
 constexpr char DEFAULT_STORE[] = "/run/kora/store.mdb";
+constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
 constexpr char LOCK_SUFFIX[] = "-lock";
 constexpr char FRESH_SUFFIX[] = ".new";
 constexpr mode_t FOLDER_MODE = 0750;
@@ -27,25 +28,23 @@ constexpr off_t LOCK_SIZE = off_t{64} << 10;
 constexpr int FOLDER_TRIES = 5000;
 constexpr timespec FOLDER_PAUSE = {0, 1'000'000};
 
-struct FileName {
-    char text[NAME_MAX + 1];
-};
+bool is_named(const char *name) { return name != nullptr && *name != '\0'; }
 
-// Fits: read_store_path has left room for every suffix.
-FileName name_with(const StorePath &path, const char *suffix) {
-    FileName name;
-    snprintf(name.text, sizeof name.text, "%.*s%s", NAME_MAX - 8, path.file_name(), suffix);
-    return name;
-}
-
-bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error) {
-    return refuse(out_why, "store %.300s: %s: %s", path.text, what, strerror(error));
-}
-
-bool is_owner_trusted(const Folder &folder, const struct stat &file) {
-    struct stat status;
-    if (file.st_uid == 0 || file.st_uid == geteuid()) return true;
-    return fstat(folder.fd, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+bool read_path(const char *named, const char *what, StorePath &out_path, Refusal &out_why) {
+    char folder[PATH_MAX] = "";
+    if (*named != '/' && getcwd(folder, sizeof folder - 1) == nullptr) {
+        return refuse(out_why, "%s %.300s: the working folder cannot be read: %s", what, named, strerror(errno));
+    }
+    const char *joint = *named == '/' ? "" : "/";
+    const int length = snprintf(out_path.text, sizeof out_path.text, "%s%s%s", folder, joint, named);
+    const char *last_slash = strrchr(out_path.text, '/');
+    const size_t name_length = strlen(last_slash + 1);
+    if (length >= PATH_MAX - 8 || name_length > NAME_MAX - 8)
+        return refuse(out_why, "%s %.300s: name too long", what, named);
+    if (name_length == 0) return refuse(out_why, "%s %.300s: names a folder, not a file", what, named);
+    out_path.what = what;
+    out_path.folder_length = static_cast<size_t>(last_slash - out_path.text);
+    return true;
 }
 
 // The rights that the group needs, whatever the umask of the process that happens to come first.
@@ -63,22 +62,68 @@ Folder::~Folder() {
     if (fd >= 0) close(fd);
 }
 
+StandardDescriptors::StandardDescriptors() {
+    for (;;) {
+        const int fd = open("/", O_PATH | O_CLOEXEC);
+        if (fd >= 0 && fd < COUNT) {
+            is_ours_[fd] = true;
+            continue;
+        }
+        if (fd >= 0) close(fd);
+        return;
+    }
+}
+
+StandardDescriptors::~StandardDescriptors() {
+    for (int fd = 0; fd < COUNT; ++fd) {
+        if (is_ours_[fd]) close(fd);
+    }
+}
+
+FileName name_with(const StorePath &path, const char *suffix) {
+    FileName name;
+    snprintf(name.text, sizeof name.text, "%.*s%s", NAME_MAX - 8, path.file_name(), suffix);
+    return name;
+}
+
+bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error) {
+    return refuse(out_why, "%s %.300s: %s: %s", path.what, path.text, what, strerror(error));
+}
+
+bool is_owner_trusted(const Folder &folder, const struct stat &file) {
+    struct stat status;
+    if (file.st_uid == 0 || file.st_uid == geteuid()) return true;
+    return fstat(folder.fd, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+}
+
+bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why) {
+    char aside_suffix[8];
+    snprintf(aside_suffix, sizeof aside_suffix, "%s~", suffix);
+    const FileName name = name_with(path, suffix);
+    const FileName aside = name_with(path, aside_suffix);
+    if (renameat(folder.fd, name.text, folder.fd, aside.text) != 0) {
+        const int error = errno;
+        note(out_why, "%s %.300s%s: %s, and cannot be set aside: %s", path.what, path.text, suffix, reason,
+             strerror(error));
+        return false;
+    }
+    note(out_why, "%s %.300s%s: %s; set aside as %.100s", path.what, path.text, suffix, reason, aside.text);
+    return true;
+}
+
 bool read_store_path(StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_STORE");
-    if (named == nullptr || *named == '\0') named = DEFAULT_STORE;
-    char folder[PATH_MAX] = "";
-    if (*named != '/' && getcwd(folder, sizeof folder - 1) == nullptr) {
-        return refuse(out_why, "store %.300s: the working folder cannot be read: %s", named, strerror(errno));
-    }
-    const char *joint = *named == '/' ? "" : "/";
-    const int length = snprintf(out_path.text, sizeof out_path.text, "%s%s%s", folder, joint, named);
-    const char *last_slash = strrchr(out_path.text, '/');
-    const size_t name_length = strlen(last_slash + 1);
-    if (length >= PATH_MAX - 8 || name_length > NAME_MAX - 8)
-        return refuse(out_why, "store %.300s: name too long", named);
-    if (name_length == 0) return refuse(out_why, "store %.300s: names a folder, not a file", named);
-    out_path.folder_length = static_cast<size_t>(last_slash - out_path.text);
-    return true;
+    return read_path(is_named(named) ? named : DEFAULT_STORE, "store", out_path, out_why);
+}
+
+bool read_saved_path(StorePath &out_path, Refusal &out_why) {
+    const char *named = secure_getenv("KORA_SAVE");
+    const char *store = secure_getenv("KORA_STORE");
+    // A store elsewhere is another list of devices, which must neither take over the router's nor replace it.
+    const bool is_default_store = !is_named(store) || strcmp(store, DEFAULT_STORE) == 0;
+    if (named == nullptr && is_default_store) named = DEFAULT_SAVED_COPY;
+    out_path.text[0] = '\0';
+    return is_named(named) && read_path(named, "saved copy", out_path, out_why);
 }
 
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {
@@ -86,19 +131,27 @@ bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[P
     return length < PATH_MAX || refuse(out_why, "store %.300s: name too long", path.text);
 }
 
-bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
+bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
     char name[PATH_MAX] = "/";
     if (path.folder_length > 0) snprintf(name, sizeof name, "%.*s", static_cast<int>(path.folder_length), path.text);
     const bool is_made = mkdir(name, FOLDER_MODE) == 0;
     out_folder.fd = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (out_folder.fd < 0) return refuse_for(path, out_why, "its folder cannot be opened", errno);
     if (is_made && fchmod(out_folder.fd, FOLDER_MODE) != 0) return refuse_for(path, out_why, "its folder", errno);
-    for (int i = 0; i < FOLDER_TRIES; ++i) {
-        if (flock(out_folder.fd, LOCK_EX | LOCK_NB) == 0) return true;
+    return true;
+}
+
+bool lock_folder(const StorePath &path, Folder &folder, bool is_waiting, Refusal &out_why) {
+    for (int i = 0; i < (is_waiting ? FOLDER_TRIES : 1); ++i) {
+        if (flock(folder.fd, LOCK_EX | LOCK_NB) == 0) return true;
         if (errno != EWOULDBLOCK && errno != EINTR) break;
-        nanosleep(&FOLDER_PAUSE, nullptr);
+        if (is_waiting) nanosleep(&FOLDER_PAUSE, nullptr);
     }
     return refuse_for(path, out_why, "its folder cannot be locked", errno);
+}
+
+bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
+    return open_folder(path, out_folder, out_why) && lock_folder(path, out_folder, true, out_why);
 }
 
 bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {

@@ -3,7 +3,7 @@
 #define KORA_FILES_H
 
 #include <limits.h>
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include "kora_report.h"
 
@@ -15,6 +15,7 @@ namespace kora {
 inline constexpr off_t STORE_SIZE = off_t{8} << 20;
 
 struct StorePath {
+    const char *what;  // for messages
     char text[PATH_MAX];
     size_t folder_length;  // of the folder's part, its slash not counted
 
@@ -34,11 +35,45 @@ struct Folder {
 // From KORA_STORE or the default; always absolute, so that a later opening means the same file.
 bool read_store_path(StorePath &out_path, Refusal &out_why);
 
+// From KORA_SAVE, or the default beside the default store. Empty when none is wanted, and refused without a reason
+// then.
+bool read_saved_path(StorePath &out_path, Refusal &out_why);
+
 // The path of a file beside the store.
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why);
 
-// Makes the folder where it is absent.
+// Makes the folder where it is absent. With `is_waiting` others have five seconds to leave it.
+bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
+bool lock_folder(const StorePath &path, Folder &folder, bool is_waiting, Refusal &out_why);
 bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
+
+// Belongs to root, to this user, or lies where only the group may write.
+bool is_owner_trusted(const Folder &folder, const struct stat &file);
+
+// Moves the file to its name with "~" behind and notes why.
+bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why);
+
+// A file's name with a suffix. Fits: the paths were read with room for every suffix.
+struct FileName {
+    char text[NAME_MAX + 1];
+};
+FileName name_with(const StorePath &path, const char *suffix);
+
+bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error);
+
+// For as long as it lives no file opened by this process gets one of the descriptors 0 to 2, which a host that closed
+// them may take for its own output.
+class StandardDescriptors {
+public:
+    StandardDescriptors();
+    ~StandardDescriptors();
+    StandardDescriptors(const StandardDescriptors &) = delete;
+    StandardDescriptors &operator=(const StandardDescriptors &) = delete;
+
+private:
+    static constexpr int COUNT = 3;
+    bool is_ours_[COUNT] = {};
+};
 
 // Opens the store's file, checked; out_fd is -1 when there is none.
 bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);

@@ -21,6 +21,8 @@ inline constexpr uint8_t OWN_FIELD = 0xff;
 static_assert(sarn::FIELD_COUNT <= OWN_FIELD);
 
 inline constexpr Key FORMAT_KEY = {OWN_FIELD, 0};
+inline constexpr Key CHANGES_KEY = {OWN_FIELD, 1};  // the change number, 8 bytes
+inline constexpr Key SAVED_KEY = {OWN_FIELD, 2};    // when a save was last begun, in ns of the monotonic clock
 
 }  // namespace kora
 

@@ -1,31 +1,36 @@
 #include "kora_open.h"
 
 #include <string.h>
+#include <sys/stat.h>
+#include <time.h>
 
 #include <atomic>
 
 #include "kora.h"
+#include "kora_group.h"
 #include "kora_pool.h"
+#include "kora_save.h"
+#include "kora_writer.h"
 
 namespace kora {
 
 pthread_mutex_t writing = PTHREAD_MUTEX_INITIALIZER;
 Environment environment;
+std::atomic<uintptr_t> handles[HANDLE_MAX];
 
 namespace {
-
-constexpr uintptr_t HANDLE_MAX = 64;
 
 // Guards all that follows but for what is atomic.
 pthread_mutex_t opening = PTHREAD_MUTEX_INITIALIZER;
 StorePath store_path;
-std::atomic<uintptr_t> handles[HANDLE_MAX];  // each the handle that is open in this place, or 0
 uintptr_t next_serial = 1;
 uint32_t handle_count = 0;
 bool is_watching_fork = false;
 
-// The environment was open when this process was forked off and has to be opened anew.
-std::atomic<bool> is_inherited{false};
+// Handles are open, but the environment is not: this process was just forked off, or its file is gone and could not be
+// opened again.
+std::atomic<bool> is_to_be_opened{false};
+std::atomic<bool> is_failure_logged{false};
 
 void lock_before_fork() { pthread_mutex_lock(&opening); }
 void unlock_after_fork() { pthread_mutex_unlock(&opening); }
@@ -33,29 +38,75 @@ void unlock_after_fork() { pthread_mutex_unlock(&opening); }
 // Other threads of the parent may have held readers and `writing`; none of them exists here.
 void start_over_in_child() {
     pthread_mutex_init(&writing, nullptr);
+    group = Group{};
+    writer = Writer{};
     forget_all_readers();
     forget_environment(environment);
-    is_inherited.store(handle_count > 0, std::memory_order_relaxed);
+    forget_save();
+    is_to_be_opened.store(handle_count > 0, std::memory_order_relaxed);
     pthread_mutex_unlock(&opening);
+}
+
+// Runs `body`, which may change the environment, while no thread is inside an operation or a group.
+template <class Body>
+auto with_nobody_inside(Body body) {
+    take_all_readers();
+    pthread_mutex_lock(&writing);
+    const auto result = body();
+    pthread_mutex_unlock(&writing);
+    give_all_readers();
+    return result;
+}
+
+bool watch_process(Refusal &out_why) {
+    const bool is_done =
+        (is_watching_fork || pthread_atfork(lock_before_fork, unlock_after_fork, start_over_in_child) == 0);
+    is_watching_fork = is_done;
+    return (is_done && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
 }
 
 // With `opening` held.
 bool open_store(Refusal &out_why) {
-    if (!is_watching_fork && pthread_atfork(lock_before_fork, unlock_after_fork, start_over_in_child) != 0) {
-        return refuse(out_why, "store %.300s: no memory", store_path.text);
-    }
-    is_watching_fork = true;
-    if (!open_environment(store_path, environment, out_why)) return false;
-    is_inherited.store(false, std::memory_order_release);
-    return true;
+    if (!watch_process(out_why)) return false;
+    const bool is_opened = with_nobody_inside([&] {
+        if (environment.lmdb != nullptr) close_environment(store_path, environment);
+        return open_environment(store_path, environment, out_why);
+    });
+    is_to_be_opened.store(!is_opened && handle_count > 0, std::memory_order_release);
+    if (is_opened) is_failure_logged.store(false, std::memory_order_relaxed);
+    return is_opened;
 }
 
 // With `opening` held, and the last handle closed.
 void close_store() {
-    end_all_readers();
-    const Lock lock(writing);
-    if (environment.lmdb != nullptr) close_environment(store_path, environment);
-    is_inherited.store(false, std::memory_order_relaxed);
+    with_nobody_inside([] {
+        if (environment.lmdb != nullptr) close_environment(store_path, environment);
+        return 0;
+    });
+    is_to_be_opened.store(false, std::memory_order_relaxed);
+}
+
+// True at most once in a tick of the coarse clock, some milliseconds: looking takes longer than an operation does.
+bool is_look_due() {
+    static std::atomic<int64_t> last{0};
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const int64_t tick = now.tv_sec * int64_t{1'000'000'000} + now.tv_nsec;
+    return last.load(std::memory_order_relaxed) != tick && last.exchange(tick, std::memory_order_relaxed) != tick;
+}
+
+// With a reader or `opening` held.
+bool is_in_place() {
+    struct stat named;
+    return environment.lmdb == nullptr || (stat(store_path.text, &named) == 0 && named.st_dev == environment.device &&
+                                           named.st_ino == environment.inode);
+}
+
+bool is_replaced(const void *handle) {
+    Reader &reader = take_reader();
+    const bool is_replaced = is_open(handle) && !is_in_place();
+    give_reader(reader);
+    return is_replaced;
 }
 
 // With `opening` held; 0 when there is no place left.
@@ -78,7 +129,10 @@ uintptr_t open_handle(Refusal &out_why) {
         refuse(out_why, "store %.200s: this process has %.200s open", wanted.text, store_path.text);
         return 0;
     }
-    store_path = wanted;
+    if (handle_count == 0) {
+        store_path = wanted;
+        choose_saved_copy(out_why);
+    }
     if (environment.lmdb == nullptr && !open_store(out_why)) return 0;
     const uintptr_t handle = add_handle();
     if (handle == 0) refuse(out_why, "store %.300s: opened too often in this process", store_path.text);
@@ -87,37 +141,48 @@ uintptr_t open_handle(Refusal &out_why) {
 
 }  // namespace
 
-bool is_open(const void *handle) {
-    const auto number = reinterpret_cast<uintptr_t>(handle);
-    return number != 0 && handles[number % HANDLE_MAX].load(std::memory_order_acquire) == number;
+bool is_usable() {
+    if (!is_to_be_opened.load(std::memory_order_acquire)) return true;
+    Refusal why;
+    bool is_opened = true;
+    {
+        const Lock lock(opening);
+        if (is_to_be_opened.load(std::memory_order_relaxed)) is_opened = open_store(why);
+    }
+    if (is_opened || !is_failure_logged.exchange(true)) log_refusal(why);
+    return is_opened;
 }
 
-bool is_usable() {
-    if (!is_inherited.load(std::memory_order_acquire)) return true;
-    static std::atomic<bool> is_logged{false};
+void look_after_file(const void *handle) {
+    if (!is_look_due() || !is_replaced(handle)) return;
     Refusal why;
     {
         const Lock lock(opening);
-        if (!is_inherited.load(std::memory_order_relaxed) || open_store(why)) return true;
+        if (handle_count == 0 || is_in_place()) return;
+        note(why, "store %.300s: removed or replaced while it was open; opened again", store_path.text);
+        if (!open_store(why)) is_failure_logged.store(true, std::memory_order_relaxed);
     }
-    if (!is_logged.exchange(true)) log_refusal(why);
-    return false;
+    log_refusal(why);
 }
 
 }  // namespace kora
 
 extern "C" void *kora_init_ex(void *reserved) {
     kora::Refusal why;
+    uintptr_t handle = 0;
     if (reserved != nullptr) {
         kora::refuse(why, "kora_init_ex takes nothing but null");
-    } else if (const uintptr_t handle = kora::open_handle(why)) {
-        return reinterpret_cast<void *>(handle);
+    } else if (kora::is_in_group()) {
+        kora::refuse(why, "kora_init_ex inside a group");
+    } else {
+        handle = kora::open_handle(why);
     }
     kora::log_refusal(why);
-    return nullptr;
+    return reinterpret_cast<void *>(handle);
 }
 
 extern "C" int32_t kora_destroy(void *handle) {
+    if (kora::is_in_group()) return kora::REFUSED;
     const kora::Lock lock(kora::opening);
     if (!kora::is_open(handle)) return kora::REFUSED;
     kora::handles[reinterpret_cast<uintptr_t>(handle) % kora::HANDLE_MAX].store(0, std::memory_order_release);

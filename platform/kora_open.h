@@ -4,6 +4,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+
 #include "kora_environment.h"
 
 namespace kora {
@@ -20,15 +22,25 @@ private:
 };
 
 // Lock order: `opening`, then any reader of the pool, then `writing`. Who holds a reader or `writing` and then finds
-// its handle open may use the environment until it gives that back: closing takes all of them.
+// its handle open may use the environment until it gives that back: opening and closing take all of them.
 extern pthread_mutex_t writing;
 extern Environment environment;
 
-// A handle is a number that is never used twice, not an address: whatever the caller passes is compared, not followed.
-bool is_open(const void *handle);
+// Each the handle that is open in this place, or 0. A handle is a number that is never used twice, not an address:
+// whatever the caller passes is compared, not followed.
+inline constexpr uintptr_t HANDLE_MAX = 64;
+extern std::atomic<uintptr_t> handles[HANDLE_MAX];
 
-// After fork the child's first operation opens the store again; false, and logged, when that fails.
+inline bool is_open(const void *handle) {
+    const auto number = reinterpret_cast<uintptr_t>(handle);
+    return number != 0 && handles[number % HANDLE_MAX].load(std::memory_order_acquire) == number;
+}
+
+// After fork the child's first operation opens the store again; false, and logged once, when that fails.
 bool is_usable();
+
+// Opens the store again when its file was removed or replaced meanwhile; looks at most every few milliseconds.
+void look_after_file(const void *handle);
 
 }  // namespace kora
 

@@ -1,5 +1,6 @@
 #include "kora_pool.h"
 
+#include <errno.h>
 #include <sched.h>
 
 namespace kora {
@@ -41,6 +42,13 @@ int begin_reading(MDB_env *lmdb, MDB_txn *&out_txn) {
     return error;
 }
 
+void drop_transaction(Reader &reader) {
+    if (reader.walk.cursor != nullptr) mdb_cursor_close(reader.walk.cursor);
+    if (reader.txn != nullptr) mdb_txn_abort(reader.txn);
+    reader.txn = nullptr;
+    reader.walk = Walk{};
+}
+
 }  // namespace
 
 Reader &take_reader() {
@@ -58,28 +66,35 @@ Reader &take_reader() {
 void give_reader(Reader &reader) { reader.is_taken.store(false, std::memory_order_release); }
 
 int begin_snapshot(Environment &environment, Reader &reader) {
+    if (environment.lmdb == nullptr) return ENOENT;
+    forget_position(reader.walk);
     if (reader.txn != nullptr) {
-        if (mdb_txn_renew(reader.txn) == 0) return 0;
-        mdb_txn_abort(reader.txn);
-        reader.txn = nullptr;
+        if (mdb_txn_renew(reader.txn) == 0 && mdb_cursor_renew(reader.txn, reader.walk.cursor) == 0) return 0;
+        drop_transaction(reader);
     }
-    return begin_reading(environment.lmdb, reader.txn);
+    int error = begin_reading(environment.lmdb, reader.txn);
+    if (error == 0) error = mdb_cursor_open(reader.txn, environment.values, &reader.walk.cursor);
+    if (error != 0) drop_transaction(reader);
+    return error;
 }
 
 void end_snapshot(Reader &reader) { mdb_txn_reset(reader.txn); }
 
-void end_all_readers() {
+void take_all_readers() {
     for (Reader &reader : readers) {
         while (!try_take(reader)) sched_yield();
-        if (reader.txn != nullptr) mdb_txn_abort(reader.txn);
-        reader.txn = nullptr;
-        give_reader(reader);
+        drop_transaction(reader);
     }
+}
+
+void give_all_readers() {
+    for (Reader &reader : readers) give_reader(reader);
 }
 
 void forget_all_readers() {
     for (Reader &reader : readers) {
         reader.txn = nullptr;
+        reader.walk = Walk{};
         reader.is_taken.store(false, std::memory_order_relaxed);
     }
     reader_count.store(1, std::memory_order_relaxed);

@@ -9,6 +9,7 @@
 #include <atomic>
 
 #include "kora_environment.h"
+#include "kora_walk.h"
 
 namespace kora {
 
@@ -16,19 +17,21 @@ namespace kora {
 struct alignas(64) Reader {
     std::atomic<bool> is_taken{false};
     MDB_txn *txn = nullptr;  // reset between operations; null before the first
+    Walk walk;               // of `txn`
 };
 
-// Waits while all are taken; nobody keeps one for longer than an operation takes. A process that wants to close the
-// environment takes them all, so it lasts as long as a reader is held.
+// Waits while all are taken; nobody keeps one for longer than an operation or a group takes. Who opens or
+// closes the environment takes them all, so it lasts as long as a reader is held.
 Reader &take_reader();
 void give_reader(Reader &reader);
 
-// Opens the reader's snapshot of the store as it is now; an LMDB error otherwise.
+// Opens the reader's snapshot of the store as it is now; an error when there is none to be had.
 int begin_snapshot(Environment &environment, Reader &reader);
 void end_snapshot(Reader &reader);
 
-// Takes every reader, ends its transaction and gives it back.
-void end_all_readers();
+// Takes every reader and ends its transaction: then nobody uses the environment but for a writer.
+void take_all_readers();
+void give_all_readers();
 
 // After fork, in the child: the transactions are the parent's.
 void forget_all_readers();

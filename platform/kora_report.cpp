@@ -29,7 +29,18 @@ bool refuse(Refusal &out_why, const char *format, ...) {
     return false;
 }
 
-void log_refusal(const Refusal &why) { log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: %s", why.text); }
+void note(Refusal &out_why, const char *format, ...) {
+    if (out_why.note_count == Refusal::NOTE_MAX) return;
+    va_list values;
+    va_start(values, format);
+    vsnprintf(out_why.notes[out_why.note_count++], sizeof out_why.text, format, values);
+    va_end(values);
+}
+
+void log_refusal(const Refusal &why) {
+    for (int i = 0; i < why.note_count; ++i) log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: %s", why.notes[i]);
+    if (why.text[0] != '\0') log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: %s", why.text);
+}
 
 Result report(Trouble &trouble, int error) {
     if (error == trouble.code.load(std::memory_order_relaxed)) return error == 0 ? DONE : FAILED;

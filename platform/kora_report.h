@@ -16,14 +16,21 @@ enum Result : int32_t {
     FAILED = -2    // the store
 };
 
-// Why the store is not opened. Kept until no lock is held: the host's logger is code of its own.
+// Why something is not done, and what was met on the way and is told either way. Kept until no lock is held: the host's
+// logger is code of its own.
 struct Refusal {
+    static constexpr int NOTE_MAX = 4;
     char text[512] = "";
+    char notes[NOTE_MAX][512] = {};
+    int note_count = 0;
 };
 
 // Returns false, for `return refuse(...)`.
 [[gnu::format(printf, 2, 3)]] bool refuse(Refusal &out_why, const char *format, ...);
 
+[[gnu::format(printf, 2, 3)]] void note(Refusal &out_why, const char *format, ...);
+
+// Nothing when there is neither.
 void log_refusal(const Refusal &why);
 
 // One for reading and one for writing, since each may go on while the other fails.

@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <atomic>
+
 namespace kora {
 
 using sarn::FIELD_COUNT;
@@ -89,18 +91,43 @@ uint32_t schema_fingerprint() {
     return FINGERPRINT;
 }
 
-bool find_field(const char *table, const char *name, sarn::Field &out_field) {
+namespace {
+
+// Callers pass literals, so where names lie in memory tells which field was meant the last time. It is never more than
+// a guess: what lies there is compared.
+constexpr size_t GUESS_COUNT = 256;
+std::atomic<uint8_t> guesses[GUESS_COUNT];
+
+std::atomic<uint8_t> &guess_for(const char *table, const char *name) {
+    constexpr uint64_t GOLDEN = 0x9e3779b97f4a7c15;
+    const uint64_t mixed = (reinterpret_cast<uintptr_t>(table) * 3 + reinterpret_cast<uintptr_t>(name)) * GOLDEN;
+    return guesses[mixed >> (64 - 8)];
+}
+
+bool is_named(const FieldSpec &spec, const char *table, const char *name) {
+    return strcmp(spec.name, name) == 0 && strcmp(TABLES[static_cast<uint8_t>(spec.table)].name, table) == 0;
+}
+
+bool search_field(const char *table, const char *name, uint8_t &out_index) {
     const size_t table_length = strnlen(table, sizeof TABLES->name);
     const size_t name_length = strnlen(name, sizeof FIELDS->name);
     if (table_length == 0 || table_length == sizeof TABLES->name) return false;
     if (name_length == 0 || name_length == sizeof FIELDS->name) return false;
 
     const uint64_t wanted = features(table, table_length, name, name_length);
-    const uint8_t index = NAME_INDEX.fields[index_of(wanted, NAME_INDEX.multiplier)];
-    if (index == NO_FIELD) return false;
-    const FieldSpec &spec = FIELDS[index];
-    if (memcmp(TABLES[static_cast<uint8_t>(spec.table)].name, table, table_length + 1) != 0) return false;
-    if (memcmp(spec.name, name, name_length + 1) != 0) return false;
+    out_index = NAME_INDEX.fields[index_of(wanted, NAME_INDEX.multiplier)];
+    return out_index != NO_FIELD && is_named(FIELDS[out_index], table, name);
+}
+
+}  // namespace
+
+bool find_field(const char *table, const char *name, sarn::Field &out_field) {
+    std::atomic<uint8_t> &guess = guess_for(table, name);
+    uint8_t index = guess.load(std::memory_order_relaxed);
+    if (!is_named(FIELDS[index], table, name)) {
+        if (!search_field(table, name, index)) return false;
+        guess.store(index, std::memory_order_relaxed);
+    }
     out_field = static_cast<sarn::Field>(index);
     return true;
 }

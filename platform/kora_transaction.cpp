@@ -1,114 +1,88 @@
 #include "kora_transaction.h"
 
 #include <string.h>
-#include <time.h>
 
-#include "kora_open.h"
-#include "kora_pool.h"
+#include "kora.h"
+#include "kora_save.h"
 
 namespace kora {
 
 namespace {
 
-Trouble reading = {"read"};
+Trouble reading_trouble = {"read"};
 Trouble writing_trouble = {"write"};
 
-Key key_of(Place place) { return {static_cast<uint8_t>(place.field), place.row}; }
-
-// Points into the snapshot of `txn`.
-int find_value(MDB_txn *txn, Place place, Bytes &out_value) {
-    const Key own_key = key_of(place);
-    MDB_val key = value_of(own_key);
-    MDB_val value;
-    const int error = mdb_get(txn, environment.values, &key, &value);
-    if (error == 0) out_value = {value.mv_data, value.mv_size};
-    if (error != MDB_NOTFOUND) return error;
-    out_value = reset_value(place.field);
-    return 0;
+Result write_in_group(const void *handle, Place place, Bytes value) {
+    if (group.mode == GroupMode::Reading || !is_open(handle)) return REFUSED;
+    return change_value(place, value) == 0 ? DONE : FAILED;
 }
 
-// Runs `body` on a snapshot of its own. Failures are logged when nothing is held any more.
-template <class Body>
-Result with_snapshot(const void *handle, Body body) {
+Result write_alone(const void *handle, Place place, Bytes value) {
+    WriteEnd end;
+    {
+        const Lock lock(writing);
+        if (!is_open(handle)) return REFUSED;
+        end.error = begin_writing();
+        if (end.error == 0) {
+            (void)change_value(place, value);
+            end = end_writing(true);
+        }
+    }
+    const Result result = report_writing(end);
+    if (end.is_save_due) save_by_itself(handle);
+    return result;
+}
+
+}  // namespace
+
+Result enter_snapshot(const void *handle, Reader *&out_reader) {
     if (!is_usable()) return FAILED;
     Reader &reader = take_reader();
     if (!is_open(handle)) {
         give_reader(reader);
         return REFUSED;
     }
-    int error = begin_snapshot(environment, reader);
+    const int error = begin_snapshot(environment, reader);
     if (error == 0) {
-        error = body(reader.txn);
-        end_snapshot(reader);
+        out_reader = &reader;
+        return DONE;
     }
     give_reader(reader);
-    return report(reading, error);
+    return report_reading(error);
 }
 
-int put_value(Place place, Bytes bytes) {
-    MDB_txn *txn = nullptr;
-    int error = mdb_txn_begin(environment.lmdb, nullptr, 0, &txn);
-    if (error != 0) return error;
-    const Key own_key = key_of(place);
-    MDB_val key = value_of(own_key);
-    MDB_val value = value_of(bytes.data, bytes.size);
-    error = mdb_put(txn, environment.values, &key, &value, 0);
-    if (error == 0) return mdb_txn_commit(txn);
-    mdb_txn_abort(txn);
-    return error;
+void leave_snapshot(Reader &reader) {
+    end_snapshot(reader);
+    give_reader(reader);
 }
 
-// The map fills within milliseconds of writing while anyone stays inside an older snapshot: for a moment when a reader
-// lost its CPU there, until it is looked for when it was killed, and for good when it was stopped. So a writer waits,
-// but only the first time: the next ones would wait in vain.
-int put_value_when_there_is_room(Place place, Bytes value) {
-    constexpr int TRIES = 2000;
-    constexpr timespec PAUSE = {0, 1'000'000};
-    const int tries = writing_trouble.code.load(std::memory_order_relaxed) == MDB_MAP_FULL ? 1 : TRIES;
-    int error = put_value(place, value);
-    for (int i = 0; i < tries && error == MDB_MAP_FULL; ++i) {
-        int dead_readers = 0;
-        mdb_reader_check(environment.lmdb, &dead_readers);
-        if (dead_readers == 0) nanosleep(&PAUSE, nullptr);
-        error = put_value(place, value);
-    }
-    return error;
-}
+Result report_reading(int error) { return report(reading_trouble, error); }
 
-Result store_value(const void *handle, Place place, Bytes value) {
-    int error = 0;
-    {
-        const Lock lock(writing);
-        if (!is_open(handle)) return REFUSED;
-        error = put_value_when_there_is_room(place, value);
-    }
-    return report(writing_trouble, error);
-}
-
-}  // namespace
-
-Result read_value(const void *handle, Place place, void *buffer, size_t capacity, size_t least, size_t most,
-                  size_t &out_size) {
-    return with_snapshot(handle, [&](MDB_txn *txn) {
-        Bytes value = {};
-        const int error = find_value(txn, place, value);
-        if (error != 0) return error;
-        if (value.size < least || value.size > most) return MDB_CORRUPTED;
-        out_size = value.size < capacity ? value.size : capacity;
-        memcpy(buffer, value.data, out_size);
-        return 0;
-    });
+Result report_writing(const WriteEnd &end) {
+    return end.error == 0 && end.is_limited ? DONE : report(writing_trouble, end.error);
 }
 
 Result write_value(const void *handle, Place place, Bytes value) {
+    if (is_in_group()) return write_in_group(handle, place, value);
     bool is_there = false;
-    const Result result = with_snapshot(handle, [&](MDB_txn *txn) {
-        Bytes stored = {};
-        const int error = find_value(txn, place, stored);
-        is_there = error == 0 && stored.size == value.size && memcmp(stored.data, value.data, value.size) == 0;
-        return error;
+    const Result result = read_value(handle, place, [&](Bytes stored) {
+        is_there = stored.size == value.size && memcmp(stored.data, value.data, value.size) == 0;
+        return 0;
     });
-    return result != DONE || is_there ? result : store_value(handle, place, value);
+    return result != DONE || is_there ? result : write_alone(handle, place, value);
 }
 
 }  // namespace kora
+
+extern "C" int32_t kora_changes(void *handle, uint64_t *number) {
+    using namespace kora;
+    if (number == nullptr) return REFUSED;
+    if (!is_in_group()) look_after_file(handle);
+    return read_store(handle, [&](Walk &walk) {
+        Bytes stored = {};
+        const int error = find_key(walk, CHANGES_KEY, stored);
+        if (error == 0 && stored.size != sizeof *number) return MDB_CORRUPTED;
+        if (error == 0) memcpy(number, stored.data, sizeof *number);
+        return error;
+    });
+}

@@ -1,7 +1,5 @@
 #include <functional>
-#include <string>
 
-#include "core/schema.h"
 #include "tests/platform/support.h"
 
 namespace {
@@ -15,56 +13,6 @@ protected:
         open();
     }
 };
-
-// What any field can hold; the members that are not of its type stay empty.
-struct Value {
-    char text[16] = "";
-    uint8_t bytes[6] = {};
-    uint8_t flag = 0;
-    uint32_t number = 0;
-    bool operator==(const Value &) const = default;
-};
-
-Value make_value(Type type, uint8_t seed) {
-    switch (type) {
-        case Type::Bool: return {.flag = 1};
-        case Type::Int: return {.number = 0U - seed};
-        case Type::Uint: return {.number = seed};
-        case Type::Mac: return {.bytes = {seed, 2, 3, 4, 5, 6}};
-        case Type::Ipv4: return {.bytes = {seed, 2, 3, 4}};
-        default: return {.text = {'t', static_cast<char>(seed)}};
-    }
-}
-
-int32_t write_any(void *handle, sarn::Field field, int32_t row, const Value &value) {
-    const char *table = sarn::table_of(field).name, *name = sarn::spec_of(field).name;
-    switch (sarn::spec_of(field).type) {
-        case Type::Ascii: return kora_set_ascii(handle, table, row, name, value.text);
-        case Type::String: return kora_set_string(handle, table, row, name, value.text);
-        case Type::Enum: return kora_set_enum(handle, table, row, name, value.text);
-        case Type::Bool: return kora_set_bool(handle, table, row, name, value.flag);
-        case Type::Int: return kora_set_int(handle, table, row, name, static_cast<int32_t>(value.number));
-        case Type::Uint: return kora_set_uint(handle, table, row, name, value.number);
-        case Type::Mac: return kora_set_mac(handle, table, row, name, value.bytes);
-        case Type::Ipv4: return kora_set_ipv4(handle, table, row, name, value.bytes);
-    }
-    return -1;
-}
-
-int32_t read_any(void *handle, sarn::Field field, int32_t row, Value &value) {
-    const char *table = sarn::table_of(field).name, *name = sarn::spec_of(field).name;
-    switch (sarn::spec_of(field).type) {
-        case Type::Ascii: return kora_get_ascii(handle, table, row, name, value.text, sizeof value.text);
-        case Type::String: return kora_get_string(handle, table, row, name, value.text, sizeof value.text);
-        case Type::Enum: return kora_get_enum(handle, table, row, name, value.text, sizeof value.text);
-        case Type::Bool: return kora_get_bool(handle, table, row, name, &value.flag);
-        case Type::Int:
-        case Type::Uint: return kora_get_uint(handle, table, row, name, &value.number);
-        case Type::Mac: return kora_get_mac(handle, table, row, name, value.bytes);
-        case Type::Ipv4: return kora_get_ipv4(handle, table, row, name, value.bytes);
-    }
-    return -1;
-}
 
 TEST_F(Fields, EachKeepsItsOwnValueInEachRow) {
     for (const bool is_writing : {true, false}) {

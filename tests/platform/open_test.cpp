@@ -3,42 +3,25 @@
 #include <sched.h>
 #include <sys/mount.h>
 
-#include <fstream>
 #include <functional>
+#include <random>
 #include <set>
-#include <sstream>
 
-#include "core/schema.h"
 #include "tests/platform/support.h"
 
 namespace {
 
 class Open : public StoreTest {
 protected:
-    void write_file(const std::string &content) { std::ofstream(path) << content; }
-    std::string content() {
-        std::ostringstream all;
-        all << std::ifstream(path).rdbuf();
-        return all.str();
-    }
+    void write_file(const std::string &text) { ::write_file(path, text); }
+    std::string content() { return content_of(path); }
     mode_t mode_of(const std::string &name) {
         struct stat status = {};
         EXPECT_EQ(stat(name.c_str(), &status), 0) << name;
         return status.st_mode & 07777;
     }
-    // A whole LMDB file with one entry more.
-    void write_lmdb(const std::string &key_text, const std::string &value_text) {
-        MDB_env *env = open_raw(path, MDB_NOLOCK);
-        MDB_txn *txn = nullptr;
-        MDB_dbi values;
-        MDB_val key = {key_text.size(), const_cast<char *>(key_text.data())};
-        MDB_val value = {value_text.size(), const_cast<char *>(value_text.data())};
-        ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
-        ASSERT_EQ(mdb_dbi_open(txn, nullptr, 0, &values), 0);
-        ASSERT_EQ(mdb_put(txn, values, &key, &value, 0), 0);
-        ASSERT_EQ(mdb_txn_commit(txn), 0);
-        mdb_env_close(env);
-        ASSERT_EQ(truncate(path.c_str(), STORE_SIZE), 0);
+    void put(const std::string &key, const std::string &value, bool is_checked = false) {
+        put_raw(path, key, value, is_checked);
     }
     // Of the two pages that LMDB finds all others by, the numbers of the last page in use.
     void damage_meta_pages() {
@@ -48,7 +31,8 @@ protected:
     void make_store() {
         open();
         ASSERT_EQ(set("kept"), 0);
-        ASSERT_EQ(kora_destroy(handle), 0);
+        ASSERT_EQ(kora_save(handle), 0);
+        close();
     }
 };
 
@@ -101,8 +85,8 @@ TEST_F(Open, WhatIsNoStoreIsRefusedAndLeftAlone) {
     } cases[] = {
         {"empty file", "0 bytes", [&] { write_file(""); }},
         {"text", "cut short, or not a store", [&] { write_file("letters\n"); }},
-        {"letters of the right size", "cannot be opened", [&] { write_file(std::string(STORE_SIZE, 'x')); }},
-        {"zeros of the right size", "cannot be opened", [&] { write_file(std::string(STORE_SIZE, '\0')); }},
+        {"letters of the right size", "not a store of this system", [&] { write_file(std::string(STORE_SIZE, 'x')); }},
+        {"zeros of the right size", "not a store of this system", [&] { write_file(std::string(STORE_SIZE, '\0')); }},
         {"one page short", "cut short",
          [&] {
              make_store();
@@ -118,14 +102,9 @@ TEST_F(Open, WhatIsNoStoreIsRefusedAndLeftAlone) {
              make_store();
              ASSERT_EQ(truncate(path.c_str(), STORE_SIZE + 1), 0);
          }},
-        {"foreign entries", "not a store of this system", [&] { write_lmdb("a", "b"); }},
-        {"foreign format", "not a store of this system", [&] { write_lmdb(format, "KORAdead\1\0\0\0abcd"); }},
-        {"other version", "of another version", [&] { write_lmdb(format, std::string("KORAlive\7\0\0\0abcd", 16)); }},
-        {"a last page past the end", "longer than its file",
-         [&] {
-             make_store();
-             damage_meta_pages();
-         }},
+        {"foreign entries", "not a store of this system", [&] { put("a", "b"); }},
+        {"foreign format", "not a store of this system", [&] { put(format, "KORAdead\1\0\0\0abcd"); }},
+        {"other version", "of another version", [&] { put(format, std::string("KORAlive\7\0\0\0abcd", 16)); }},
         {"link", "a link",
          [&] {
              make_store();
@@ -175,17 +154,118 @@ TEST_F(Open, ProgramsThatTheProcessStartsInheritNothing) {
     EXPECT_GE(seen, 3);
 }
 
-TEST_F(Open, AValueOfTheWrongSizeIsAnErrorAndCanBeReplaced) {
-    make_store();
-    write_lmdb({static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0}, "seven b");
+TEST_F(Open, WhatIsNoLongerToBeTrustedIsSetAsideAndRestored) {
+    const std::string mac_key = {static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0};
+    const struct {
+        const char *name;
+        const char *reason;
+        std::function<void()> spoil;
+    } cases[] = {
+        {"a last page past the end", "damaged", [&] { damage_meta_pages(); }},
+        {"letters in both meta pages", "damaged",
+         [&] {
+             std::fstream file(path);
+             for (const int page : {0, 4096}) file.seekp(page + 16).write("letters", 7);
+         }},
+        {"a value without its check", "damaged", [&] { put(mac_key, "six by"); }},
+        {"an earlier start of the machine", "from before the last restart",
+         [&] {
+             const size_t at = content().find("KORAlive");
+             std::string format = content().substr(at, 52);
+             format.back() = format.back() == '0' ? '1' : '0';
+             put({'\xff', 0}, format, true);
+         }},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        use(folder + "/" + c.name);
+        make_store();
+        c.spoil();
+        const std::string spoiled = content();
+        const std::string log = opening_log();
+        EXPECT_NE(log.find(std::string(c.reason) + "; set aside as"), std::string::npos) << log;
+        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+        EXPECT_EQ(text(), "kept") << "not restored";
+        EXPECT_TRUE(content_of(path + "~") == spoiled);
+        close();
+    }
+}
+
+TEST_F(Open, LettersAnywhereInTheFileAreFoundOrHarmless) {
     open();
-    uint8_t six[6] = {9};
-    testing::internal::CaptureStderr();
-    EXPECT_NE(kora_get_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot read the store"), std::string::npos);
-    EXPECT_EQ(six[0], 9);
-    EXPECT_EQ(kora_set_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
-    EXPECT_EQ(kora_get_mac(handle, "Sarnsignature", 0, "DeviceMAC", six), 0);
+    for (int32_t row = 0; row < sarn::ROW_COUNT; ++row)
+        ASSERT_EQ(set("row " + std::to_string(row), "DeviceUUID", row), 0);
+    ASSERT_EQ(kora_save(handle), 0);
+    lose_live_store();  // the new one has no free pages
+    open();
+    close();
+    const std::string whole = content();
+    const size_t in_use = whole.find_last_not_of('\0') + 1;
+    std::mt19937 random(7);
+    int found = 0;
+    for (int i = 0; i < 150; ++i) {
+        const size_t at = random() % in_use;
+        const size_t length = i % 2 == 0 ? 1 : 1 + random() % 200;
+        std::string spoiled = whole;
+        for (size_t n = at; n < std::min(at + length, whole.size()); ++n)
+            spoiled[n] = static_cast<char>('a' + random() % 26);
+        write_file(spoiled);
+        const std::string log = log_of([&] { handle = kora_init_ex(nullptr); });
+        EXPECT_LE(std::count(log.begin(), log.end(), '\n'), 1) << log;
+        found += !log.empty();
+        for (int32_t row = 0; handle != nullptr && row < sarn::ROW_COUNT; ++row) {
+            ASSERT_EQ(text("DeviceUUID", row), "row " + std::to_string(row)) << "letters at " << at << ": " << length;
+        }
+        kora_destroy(handle);
+    }
+    EXPECT_GT(found, 20);
+}
+
+TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
+    const auto read_group = [&] { (void)(kora_begin(handle, KORA_READING), kora_end(handle, 0)); };
+    // The library looks again when some milliseconds have passed.
+    const auto log_until_changed = [&](auto look) {
+        const std::string before = text();
+        return log_of([&] {
+            for (int i = 0; i < 10'000'000 && text() == before; ++i) look();
+        });
+    };
+    open();
+    ASSERT_EQ(set("saved"), 0);
+    ASSERT_EQ(kora_save(handle), 0);
+    const std::string whole = content();
+    for (const bool is_replaced : {false, true}) {
+        const uint64_t before = changes();
+        ASSERT_EQ(set("lost"), 0);
+        ASSERT_EQ(unlink(path.c_str()), 0);
+        const int made = is_replaced ? run_process([&] { return kora_init_ex(nullptr) == nullptr; }) : 0;
+        ASSERT_EQ(made, 0);
+        const std::string log =
+            is_replaced ? log_until_changed([&] { (void)changes(); }) : log_until_changed(read_group);
+        EXPECT_NE(log.find("removed or replaced while it was open"), std::string::npos) << log;
+        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+        EXPECT_EQ(text(), "saved");
+        EXPECT_NE(changes(), before);
+        EXPECT_EQ(set("again"), 0);
+        EXPECT_EQ(set("saved"), 0);
+    }
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+    const std::string log = log_until_changed(read_group);
+    EXPECT_NE(log.find("cannot be opened"), std::string::npos) << log;
+    EXPECT_NE(set("nowhere"), 0);
+    ASSERT_EQ(rmdir(path.c_str()), 0);
+    EXPECT_EQ(set("works again"), 0);
+}
+
+TEST_F(Open, NoFileOfTheLibraryBecomesTheHostsOutput) {
+    EXPECT_EQ(run_process([&] {
+                  for (const int fd : {0, 1, 2}) ::close(fd);
+                  handle = kora_init_ex(nullptr);
+                  const bool is_free = fcntl(0, F_GETFD) < 0 && fcntl(1, F_GETFD) < 0 && fcntl(2, F_GETFD) < 0;
+                  return handle != nullptr && is_free && set("x") == 0 && kora_save(handle) == 0 ? 0 : 1;
+              }),
+              0);
 }
 
 TEST_F(Open, AnotherUserIsRefused) {
@@ -260,6 +340,7 @@ TEST(Library, NeedsLmdbAndLibcAlone) {
     for (const ElfW(Dyn) *entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
         if (entry->d_tag == DT_NEEDED) needed.insert(names + entry->d_un.d_val);
     }
+    needed.erase("ld-linux-x86-64.so.2");  // libc's own, for what each thread has of its own
     EXPECT_EQ(needed, (std::set<std::string>{"libc.so.6", "liblmdb.so.0"}));
 }
 #endif

@@ -146,8 +146,23 @@ TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     EXPECT_NE(log.find("cannot write the store: it is full"), std::string::npos) << log;
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
 
+    EXPECT_EQ(kora_begin(handle, KORA_WRITING), 0);
+    EXPECT_NE(set("does not fit"), 0);
+    EXPECT_NE(set("", "DeviceUUID"), 0) << "nothing of this group is kept";
+    EXPECT_NE(kora_end(handle, 1), 0);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(kora_begin(handle, KORA_WRITING), 0);
+        EXPECT_EQ(set("", "DeviceHostname", i) + kora_set_ascii(handle, "general", 0, "SARNSyncTimestamp", &"123"[i]),
+                  0);
+        EXPECT_EQ(kora_end(handle, 1), 0) << "a removal still works";
+        EXPECT_EQ(text("DeviceHostname", i), "");
+    }
+    EXPECT_NE(set("still full"), 0);
+
     EXPECT_EQ(text("DeviceUUID"), "kept");
-    for (int i = written - 256; i < written; ++i) EXPECT_EQ(text("DeviceHostname", i % 256), std::to_string(i));
+    for (int i = written - 256; i < written; ++i) {
+        EXPECT_EQ(text("DeviceHostname", i % 256), i % 256 < 3 ? "" : std::to_string(i));
+    }
     kill(reader, SIGKILL);
     EXPECT_EQ(end_of(reader), KILLED);
     for (int i = 0; i < 256; ++i) EXPECT_EQ(set("", "DeviceHostname", i), 0) << "a dead reader still holds pages";

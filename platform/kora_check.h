@@ -1,0 +1,23 @@
+// A look at the live file before LMDB maps it. LMDB trusts every number in its pages, and what it would make of a
+// damaged one ranges from a missing device to the end of the process. Each page is held against its place in the tree,
+// and each value against the check that was stored with it.
+#ifndef KORA_CHECK_H
+#define KORA_CHECK_H
+
+#include "kora_format.h"
+
+namespace kora {
+
+struct FileLook {
+    bool is_ours = false;  // a store, or what is left of one
+    bool is_tree_whole = false;
+    bool are_values_whole = false;
+    Format format = {};  // of whole trees only
+};
+
+// Nobody may write to the file meanwhile.
+FileLook look_at_file(int fd);
+
+}  // namespace kora
+
+#endif

@@ -1,0 +1,34 @@
+// First entry of every live store, so that a foreign file, one of another version, or one from before the last restart
+// is never taken for a store of now.
+#ifndef KORA_FORMAT_H
+#define KORA_FORMAT_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace kora {
+
+inline constexpr char FORMAT_MAGIC[] = "KORAlive";
+
+struct Format {
+    char magic[8];
+    uint32_t version;
+    uint32_t schema;
+    char boot[36];  // the kernel's random id of this start of the machine
+};
+static_assert(sizeof(Format) == 52, "no padding: it is compared as bytes");
+
+Format own_format();
+
+enum class Origin : uint8_t { Own, EarlierStart, OtherVersion, Foreign };
+Origin origin_of(const Format &found);
+
+// Of a stored entry that may have any size.
+Format read_format(const void *bytes, size_t size);
+
+// The size of LMDB's pages here.
+size_t page_size();
+
+}  // namespace kora
+
+#endif

@@ -1,0 +1,35 @@
+// When the store is saved, and from what it is restored.
+#ifndef KORA_SAVE_H
+#define KORA_SAVE_H
+
+#include "kora_files.h"
+#include "kora_image.h"
+
+namespace kora {
+
+// At the first opening, from the surroundings of the process.
+void choose_saved_copy(Refusal &out_why);
+bool has_saved_copy();
+
+// What a new store begins with; false when it begins empty. `store_folder` is the one that the caller holds locked.
+bool find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why);
+
+// Something decided has changed, but the last save is not long ago: a write after `from` looks again.
+bool is_pending_save_due();
+void set_save_pending(uint64_t from);
+void clear_save_pending();
+
+// Nanoseconds since the machine started, the same for all processes.
+uint64_t save_clock();
+// When the next save may be, after one that was begun at `last`.
+uint64_t next_save(uint64_t last, uint64_t now);
+
+// At the end of an operation or group that made a save due. Does not wait for another save.
+void save_by_itself(const void *handle);
+
+// After fork, in the child.
+void forget_save();
+
+}  // namespace kora
+
+#endif

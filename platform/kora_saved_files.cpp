@@ -1,0 +1,122 @@
+#include "kora_saved_files.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+namespace kora {
+
+namespace {
+
+constexpr char LAST[] = "";
+constexpr char BEFORE[] = ".1";
+constexpr char FRESH[] = ".new";
+constexpr mode_t FILE_MODE = 0660;
+
+enum class CopyState : uint8_t { Whole, Absent, Unreadable, Foreign, Newer, Damaged };
+
+const char *reason_of(CopyState state) {
+    switch (state) {
+        case CopyState::Foreign: return "not a saved copy of this system";
+        case CopyState::Newer: return "of a newer version";
+        case CopyState::Damaged: return "damaged";
+        default: return "cannot be read";
+    }
+}
+
+// Reads until the end; false at an error.
+bool read_all(int fd, Image &image) {
+    while (image.size < IMAGE_MAX) {
+        const ssize_t count = read(fd, image.bytes + image.size, IMAGE_MAX - image.size);
+        if (count == 0) return true;
+        if (count < 0 && errno != EINTR) return false;
+        if (count > 0) image.size += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
+    struct stat status;
+    if (fstat(fd, &status) != 0) return CopyState::Unreadable;
+    if (!S_ISREG(status.st_mode) || !is_owner_trusted(folder, status)) return CopyState::Foreign;
+    image.size = 0;
+    if ((image.bytes == nullptr && !make_room(image)) || !read_all(fd, image)) return CopyState::Unreadable;
+    switch (state_of(image)) {
+        case ImageState::Whole: return CopyState::Whole;
+        case ImageState::Newer: return CopyState::Newer;
+        case ImageState::Foreign: return CopyState::Foreign;
+        default: return CopyState::Damaged;
+    }
+}
+
+CopyState read_copy(const Folder &folder, const StorePath &path, const char *suffix, Image &out_image) {
+    const FileName name = name_with(path, suffix);
+    const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0 && errno == ENOENT) return CopyState::Absent;
+    if (fd < 0) return errno == ELOOP ? CopyState::Foreign : CopyState::Unreadable;
+    const CopyState state = read_open_copy(folder, fd, out_image);
+    close(fd);
+    return state;
+}
+
+bool write_all(int fd, const Image &image) {
+    size_t written = 0;
+    while (written < image.size) {
+        const ssize_t count = write(fd, image.bytes + written, image.size - written);
+        if (count < 0 && errno != EINTR) return false;
+        if (count > 0) written += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
+    const FileName name = name_with(path, FRESH);
+    unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
+    const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
+    if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
+    const bool is_written = fchmod(fd, FILE_MODE) == 0 && write_all(fd, image) && fsync(fd) == 0;
+    const int error = errno;
+    close(fd);
+    if (is_written) return true;
+    unlinkat(folder.fd, name.text, 0);
+    return refuse_for(path, out_why, "cannot be written", error);
+}
+
+bool move(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why) {
+    return renameat(folder.fd, name_with(path, from).text, folder.fd, name_with(path, to).text) == 0 ||
+           refuse_for(path, out_why, "cannot be put in its place", errno);
+}
+
+}  // namespace
+
+bool read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
+    for (const char *suffix : {LAST, BEFORE}) {
+        const CopyState state = read_copy(folder, path, suffix, out_image);
+        if (state == CopyState::Whole) return true;
+        if (state == CopyState::Absent) continue;
+        if (state != CopyState::Unreadable) {
+            set_aside(folder, path, suffix, reason_of(state), out_why);
+        } else {
+            // Perhaps by this user alone: it stays where it is.
+            note(out_why, "%s %.300s%s: %s", path.what, path.text, suffix, reason_of(state));
+        }
+    }
+    return false;
+}
+
+bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
+    Image last;
+    const CopyState state = read_copy(folder, path, LAST, last);
+    if (state == CopyState::Whole && digest_of(last) == digest_of(image)) return true;
+    if (!write_fresh_copy(folder, path, image, out_why)) return false;
+    // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
+    const bool is_kept = state == CopyState::Whole || state == CopyState::Unreadable;
+    if (is_kept && !move(folder, path, LAST, BEFORE, out_why)) return false;
+    if (!is_kept && state != CopyState::Absent) set_aside(folder, path, LAST, reason_of(state), out_why);
+    if (!move(folder, path, FRESH, LAST, out_why)) return false;
+    return fsync(folder.fd) == 0 || refuse_for(path, out_why, "its folder cannot be synced", errno);
+}
+
+}  // namespace kora

@@ -1,0 +1,19 @@
+// The saved copy's files: the last copy under its name and the one before with ".1" behind, each whole or set aside.
+#ifndef KORA_SAVED_FILES_H
+#define KORA_SAVED_FILES_H
+
+#include "kora_files.h"
+#include "kora_image.h"
+
+namespace kora {
+
+// The last whole copy. What is no copy is set aside, and the one before is tried. With the folder held locked.
+bool read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why);
+
+// Puts the image in the last copy's place, and that in the place of the one before. Writes nothing when the last copy
+// says the same about all that was decided. With the folder held locked.
+bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why);
+
+}  // namespace kora
+
+#endif

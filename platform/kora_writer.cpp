@@ -1,0 +1,153 @@
+#include "kora_writer.h"
+
+#include <errno.h>
+#include <string.h>
+#include <time.h>
+
+#include "kora_effects.h"
+#include "kora_open.h"
+#include "kora_room.h"
+#include "kora_save.h"
+
+namespace kora {
+
+Writer writer;
+
+namespace {
+
+int begin_transaction() {
+    writer = Writer{};
+    if (environment.lmdb == nullptr) return ENOENT;
+    int error = mdb_txn_begin(environment.lmdb, nullptr, 0, &writer.txn);
+    if (error != 0) {
+        writer.txn = nullptr;
+        return error;
+    }
+    error = mdb_cursor_open(writer.txn, environment.values, &writer.walk.cursor);
+    if (error == 0) {
+        writer.is_limited = !has_room(environment, writer.txn);
+        return 0;
+    }
+    mdb_txn_abort(writer.txn);
+    writer = Writer{};
+    return error;
+}
+
+void abort_transaction() {
+    mdb_cursor_close(writer.walk.cursor);
+    mdb_txn_abort(writer.txn);
+    writer = Writer{};
+}
+
+bool is_same(Bytes one, Bytes other) { return one.size == other.size && memcmp(one.data, other.data, one.size) == 0; }
+
+bool is_offline(uint8_t row, int &out_error) {
+    Bytes state = {};
+    out_error = find_value(writer.walk, {sarn::Field::Sarnsignature_Devicestate, row}, state);
+    for (const char *offline : {OFFLINE_STATES[0], OFFLINE_STATES[1]}) {
+        if (out_error == 0 && is_same(state, {offline, strlen(offline)})) return true;
+    }
+    return false;
+}
+
+int move_change_number() {
+    uint64_t number = 0;
+    Bytes stored = {};
+    const int error = find_key(writer.walk, CHANGES_KEY, stored);
+    if (error != 0) return error;
+    if (stored.size != sizeof number) return MDB_CORRUPTED;
+    memcpy(&number, stored.data, sizeof number);
+    ++number;
+    writer.is_counted = true;
+    return put_key(writer.walk, CHANGES_KEY, {&number, sizeof number});
+}
+
+int note_effects(Place place) {
+    const Effect &effect = effect_of(place.field);
+    writer.is_decided |= effect.is_decided;
+    if (writer.is_counted || effect.rebuild == Rebuild::No) return 0;
+    int error = 0;
+    const bool is_read = effect.rebuild == Rebuild::Reads || is_offline(place.row, error);
+    if (error == 0 && is_read) error = move_change_number();
+    return error;
+}
+
+int store_change(Place place, Bytes value) {
+    if (!writer.has_changed) writer.is_removal = is_same(value, reset_value(place.field));
+    if (writer.is_limited && !writer.is_removal) return MDB_MAP_FULL;
+    writer.has_changed = true;
+    const int error = put_key(writer.walk, key_of(place), value);
+    return error != 0 ? error : note_effects(place);
+}
+
+// A save is due when something was decided since the last one and that one is long enough ago, whoever made it.
+int claim_save(bool &out_is_due) {
+    uint64_t last = 0;
+    const uint64_t now = save_clock();
+    Bytes stored = {};
+    const int error = find_key(writer.walk, SAVED_KEY, stored);
+    if (error != 0 && error != MDB_NOTFOUND) return error;
+    if (error == 0 && stored.size == sizeof last) memcpy(&last, stored.data, sizeof last);
+    out_is_due = error == MDB_NOTFOUND || now >= next_save(last, now);
+    if (out_is_due) return put_key(writer.walk, SAVED_KEY, {&now, sizeof now});
+    set_save_pending(next_save(last, now));
+    return 0;
+}
+
+int commit(bool &out_is_save_due) {
+    bool is_due = false;
+    int error = writer.error;
+    if (error == 0 && has_saved_copy() && (writer.is_decided || is_pending_save_due())) error = claim_save(is_due);
+    if (error != 0) {
+        abort_transaction();
+        return error;
+    }
+    mdb_cursor_close(writer.walk.cursor);
+    error = mdb_txn_commit(writer.txn);
+    writer = Writer{};
+    out_is_save_due = error == 0 && is_due;
+    return error;
+}
+
+}  // namespace
+
+// A reader that was killed keeps its snapshot until it is looked for, one that lost its CPU gives it back in a moment,
+// and one that was stopped never: so a writer that finds no room waits, but only the first of them.
+int begin_writing() {
+    constexpr int TRIES = 2000;
+    constexpr timespec PAUSE = {0, 1'000'000};
+    int error = begin_transaction();
+    for (int i = 0; error == 0 && writer.is_limited && i < TRIES; ++i) {
+        abort_transaction();
+        int dead_readers = 0;
+        mdb_reader_check(environment.lmdb, &dead_readers);
+        const bool is_waiting = dead_readers == 0 && !environment.is_known_full;
+        if (is_waiting) nanosleep(&PAUSE, nullptr);
+        error = begin_transaction();
+        if (!is_waiting && dead_readers == 0) break;
+    }
+    if (error == 0) environment.is_known_full = writer.is_limited;
+    return error;
+}
+
+int change_value(Place place, Bytes value) {
+    if (writer.error != 0) return writer.error;
+    Bytes stored = {};
+    int error = find_value(writer.walk, place, stored);
+    if (error == 0 && !is_same(stored, value)) error = store_change(place, value);
+    writer.error = error;
+    return error;
+}
+
+WriteEnd end_writing(bool is_kept) {
+    WriteEnd end;
+    end.is_limited = writer.is_limited;
+    if (is_kept && (writer.has_changed || writer.error != 0)) {
+        end.error = commit(end.is_save_due);
+    } else {
+        abort_transaction();
+    }
+    return end;
+}
+
+}  // namespace kora

@@ -1,0 +1,280 @@
+#include <cstring>
+#include <functional>
+#include <set>
+
+#include "tests/platform/support.h"
+
+namespace {
+
+using sarn::Field;
+
+class Saved : public StoreTest {
+protected:
+    ino_t inode() {
+        struct stat status = {};
+        return stat(saved.c_str(), &status) == 0 ? status.st_ino : 0;
+    }
+    // Two copies: "before", and "last" with one device more.
+    void make_two_copies() {
+        open();
+        for (const char *name : {"before", "last"}) {
+            ASSERT_EQ(kora_set_string(handle, "DeviceIdList", 0, "DisplayNameCustom", name), 0);
+            ASSERT_EQ(kora_save(handle), 0);
+        }
+        lose_live_store();
+        last = content_of(saved);
+        before = content_of(saved + ".1");
+    }
+    std::string restored() {
+        char buffer[16] = "unread";
+        kora_get_string(handle, "DeviceIdList", 0, "DisplayNameCustom", buffer, sizeof buffer);
+        return buffer;
+    }
+    // With the length and the checksum that it must have.
+    static std::string sealed(std::string image) {
+        const auto length = static_cast<uint32_t>(image.size());
+        memcpy(&image[12], &length, 4);
+        const uint32_t check = kora::checksum(0, image.data(), image.size() - 4);
+        memcpy(&image[image.size() - 4], &check, 4);
+        return image;
+    }
+    std::string last, before;
+};
+
+TEST_F(Saved, AllRowsAndFlagsComeBack) {
+    for (const bool is_written : {true, false}) {
+        open();
+        uint8_t seed = 1;
+        for (int i = 0; i < sarn::FIELD_COUNT; ++i) {
+            const auto field = static_cast<Field>(i);
+            for (int32_t row = 0; row < sarn::table_of(field).rows; row += 51) {
+                const Value expected = make_value(sarn::spec_of(field).type, seed++);
+                Value found;
+                EXPECT_EQ(is_written ? write_any(handle, field, row, expected) : read_any(handle, field, row, found),
+                          0);
+                EXPECT_TRUE(is_written || found == expected) << sarn::spec_of(field).name << " " << row;
+            }
+        }
+        EXPECT_EQ(kora_save(handle), 0);
+        const std::string copy = content_of(saved);
+        lose_live_store();
+        EXPECT_TRUE(content_of(saved) == copy);
+    }
+}
+
+TEST_F(Saved, OnlyWhatSomeoneDecidedCausesASave) {
+    const std::set<Field> decided = {Field::Sarnsignature_DeviceMAC,
+                                     Field::DeviceIdList_DisplayNameCustom,
+                                     Field::DeviceIdList_DeviceTypeCustom,
+                                     Field::DeviceIdList_DisplayModelCustom,
+                                     Field::DeviceIdList_DisplayBrandCustom,
+                                     Field::Sarnsignature_AllowOrBlock,
+                                     Field::FeatureCfg_ACLEnable,
+                                     Field::FeatureCfg_NDNEnable};
+    open();
+    ASSERT_EQ(kora_save(handle), 0);
+    for (int i = 0; i < sarn::FIELD_COUNT; ++i) {
+        const auto field = static_cast<Field>(i);
+        const char *name = sarn::spec_of(field).name;
+        for (const bool is_grouped : {false, true}) {
+            faults::seconds_later += 60;
+            const ino_t inode_before = inode();
+            EXPECT_TRUE(!is_grouped || kora_begin(handle, KORA_WRITING) == 0);
+            const Value value = make_value(sarn::spec_of(field).type, is_grouped ? 2 : 1);
+            const bool changes = !is_grouped || sarn::spec_of(field).type != sarn::Type::Bool;
+            EXPECT_EQ(write_any(handle, field, 0, value), 0) << name;
+            EXPECT_TRUE(!is_grouped || kora_end(handle, 1) == 0);
+            EXPECT_EQ(inode() != inode_before, changes && decided.count(field) == 1) << name;
+            const ino_t inode_after = inode();
+            EXPECT_EQ(kora_save(handle), 0);
+            EXPECT_EQ(inode(), inode_after) << name << ": would say the same";
+        }
+    }
+}
+
+TEST_F(Saved, AtMostOnceInAMinuteWhoeverMakesTheChange) {
+    open();
+    const auto rename_device = [&](const char *name) {
+        return kora_set_string(handle, "DeviceIdList", 0, "DisplayNameCustom", name);
+    };
+    const struct {
+        const char *name;
+        int seconds_later;
+        std::function<int32_t()> call;
+        bool is_saved;
+    } cases[] = {
+        {"first", 0, [&] { return rename_device("first"); }, true},
+        {"at once", 0, [&] { return rename_device("second"); }, false},
+        {"59 seconds later", 59, [&] { return rename_device("third"); }, false},
+        {"a minute after the first, by any write", 1, [&] { return set("x"); }, true},
+        {"nothing left to save", 60, [&] { return set("y"); }, false},
+        {"another process", 0, [&] { return run_process([&] { return rename_device("fourth"); }); }, true},
+        {"after another process", 0, [&] { return rename_device("fifth"); }, false},
+        {"dropped", 60, [&] { return kora_begin(handle, 1) + rename_device("sixth") + kora_end(handle, 0); }, false},
+        {"asked for", 0, [&] { return kora_save(handle); }, true},
+    };
+    for (const auto &c : cases) {
+        faults::seconds_later += c.seconds_later;
+        const ino_t before_it = inode();
+        EXPECT_EQ(c.call(), 0) << c.name;
+        EXPECT_EQ(inode() != before_it, c.is_saved) << c.name;
+    }
+    lose_live_store();
+    open();
+    EXPECT_EQ(restored(), "fifth");
+}
+
+TEST_F(Saved, ACopyThatIsNotWholeIsSetAsideAndTheOneBeforeTried) {
+    make_two_copies();
+    std::string newer = last;
+    newer[8] = 2;
+    const struct {
+        const char *name;
+        std::function<void()> spoil;
+        const char *restored;
+        int lines;
+        const char *reason;
+    } cases[] = {
+        {"whole", [] {}, "last", 0, ""},
+        {"absent", [&] { unlink(saved.c_str()); }, "before", 0, ""},
+        {"damaged", [&] { write_file(saved, last.substr(0, last.size() - 1) + "x"); }, "before", 1,
+         "damaged; set aside"},
+        {"cut", [&] { write_file(saved, last.substr(0, last.size() / 2)); }, "before", 1, "damaged; set aside"},
+        {"empty", [&] { write_file(saved, ""); }, "before", 1, "not a saved copy"},
+        {"foreign", [&] { write_file(saved, "letters\n"); }, "before", 1, "not a saved copy"},
+        {"newer", [&] { write_file(saved, sealed(newer)); }, "before", 1, "of a newer version"},
+        {"longer than any", [&] { write_file(saved, last + std::string(5 << 20, 'x')); }, "before", 1, "damaged"},
+        {"link", [&] { unlink(saved.c_str()), (void)!symlink((saved + ".1").c_str(), saved.c_str()); }, "before", 1,
+         "not a"},
+        {"pipe", [&] { unlink(saved.c_str()), mkfifo(saved.c_str(), 0600); }, "before", 1, "not a saved copy"},
+        {"both damaged", [&] { write_file(saved, "x"), write_file(saved + ".1", "KORAsave"); }, "", 2, "saved.1~"},
+        {"none", [&] { unlink(saved.c_str()), unlink((saved + ".1").c_str()); }, "", 0, ""},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        for (const char *suffix : {"", ".1", "~", ".1~"}) unlink((saved + suffix).c_str());
+        write_file(saved, last);
+        write_file(saved + ".1", before);
+        c.spoil();
+        const std::string log = opening_log();
+        EXPECT_EQ(restored(), c.restored);
+        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), c.lines) << log;
+        EXPECT_NE(log.find(c.reason), std::string::npos) << log;
+        std::error_code ignored;
+        EXPECT_EQ(std::filesystem::exists(std::filesystem::symlink_status(saved + "~", ignored)), c.lines > 0);
+        EXPECT_EQ(kora_save(handle), 0);
+        lose_live_store();
+    }
+}
+
+TEST_F(Saved, NoChangedByteAndNoLengthPasses) {
+    make_two_copies();
+    for (size_t at = 0; at < 2 * last.size(); ++at) {
+        std::string spoiled = last;
+        if (at < last.size()) {
+            spoiled[at] = static_cast<char>(spoiled[at] ^ (1 << at % 8));
+        } else {
+            spoiled.resize(at - last.size());
+        }
+        write_file(saved, spoiled);
+        write_file(saved + ".1", before);
+        (void)opening_log();
+        EXPECT_EQ(restored(), "before") << at;
+        EXPECT_TRUE(content_of(saved + "~") == spoiled) << at;
+        lose_live_store();
+    }
+}
+
+TEST_F(Saved, WhatASchemaDoesNotHaveIsLeftOut) {
+    make_two_copies();
+    const auto field = [](const std::string &table, const std::string &name, char kind, const std::string &values) {
+        return std::string(1, static_cast<char>(table.size())) + table + static_cast<char>(name.size()) + name + kind +
+               std::string("\1\0", 2) + values;
+    };
+    const std::string value("\0\1\0x", 4);
+    const struct {
+        const char *name;
+        std::string fields;
+        bool is_whole;
+    } cases[] = {
+        {"unknown table", field("Devices", "DisplayNameCustom", 't', value), true},
+        {"unknown field", field("DeviceIdList", "DisplayName", 't', value), true},
+        {"empty names", field("", "", 't', value), true},
+        {"another kind", field("DeviceIdList", "Producerid", 't', value), true},
+        {"number of one byte", field("DeviceIdList", "Producerid", 'n', value), true},
+        {"address of one byte", field("DeviceIdList", "DeviceMAC", 'm', value), true},
+        {"row past the table", field("general", "SARNSyncTimestamp", 't', std::string("\1\1\0x", 4)), true},
+        {"text too long", field("DeviceIdList", "DeviceOS", 't', std::string("\0\2\1", 3) + std::string(258, 'x')),
+         true},
+        {"value past the end", field("DeviceIdList", "DeviceOS", 't', std::string("\0\2\0x", 4)), false},
+        {"name past the end",
+         "\xff"
+         "Device",
+         false},
+        {"count past the end", field("DeviceIdList", "DeviceOS", 't', ""), false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        write_file(saved + ".1", before);
+        write_file(saved, sealed(last.substr(0, last.size() - 4) + c.fields + "seal"));
+        const std::string log = opening_log();
+        EXPECT_EQ(restored(), c.is_whole ? "last" : "before") << log;
+        EXPECT_EQ(text("DeviceOS"), "");
+        lose_live_store();
+    }
+}
+
+TEST_F(Saved, ACutOrAFailureAtAnyCallLeavesTheLastOrTheOneBefore) {
+    int positions = 0;
+    for (const bool kills : {true, false}) {
+        bool has_fired = true;
+        for (int call = 1; has_fired; ++call, ++positions) {
+            make_two_copies();
+            open();
+            const int result = run_process([&] {
+                testing::internal::CaptureStderr();  // its line is no call of the save
+                faults::arm(call, kills);
+                const int32_t failed = kora_set_string(handle, "DeviceIdList", 0, "DisplayNameCustom", "new");
+                return faults::disarm() ? 3 : failed;
+            });
+            has_fired = result != 0;
+            EXPECT_TRUE(result == 0 || result == (kills ? KILLED : 3)) << call << ": " << result;
+            lose_live_store();
+            EXPECT_EQ(opening_log(), "") << call;
+            EXPECT_TRUE(restored() == "new" || restored() == "last") << call << restored();
+            EXPECT_TRUE(has_fired || restored() == "new") << call;
+            EXPECT_EQ(kora_set_string(handle, "DeviceIdList", 0, "DisplayNameCustom", "next"), 0);
+            EXPECT_EQ(kora_save(handle), 0) << call;
+            lose_live_store();
+            open();
+            EXPECT_EQ(restored(), "next") << call;
+            close();
+            for (const std::string &name : {path, saved, saved + ".1"}) unlink(name.c_str());
+        }
+    }
+    EXPECT_GE(positions, 2 * 7) << "calls that change a file";
+    printf("%d positions\n", positions);
+}
+
+TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
+    setenv("KORA_SAVE", (folder + "/none/none/saved").c_str(), 1);
+    std::string log = log_of([&] {
+        open();
+        faults::seconds_later += 60;
+        EXPECT_EQ(kora_set_bool(handle, "FeatureCfg", 0, "ACLEnable", 1), 0);
+        EXPECT_NE(kora_save(handle), 0);
+    });
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+    lose_live_store();
+    setenv("KORA_SAVE", "", 1);
+    open();
+    EXPECT_EQ(kora_set_bool(handle, "FeatureCfg", 0, "ACLEnable", 1), 0);
+    EXPECT_NE(log_of([&] { EXPECT_NE(kora_save(handle), 0); }).find("names no file"), std::string::npos);
+    lose_live_store();
+    unsetenv("KORA_SAVE");
+    open();
+    EXPECT_NE(kora_save(handle), 0) << "the default copy is the default store's";
+    EXPECT_NE(kora_save(nullptr), 0);
+}
+
+}  // namespace
