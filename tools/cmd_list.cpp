@@ -1,4 +1,4 @@
-// sarn list: every device that the router knows, one a line.
+// sarn list: the devices that the router knows, one a line; or the rows that are free.
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
@@ -17,6 +17,7 @@ namespace tool {
 namespace {
 
 struct ListOptions {
+    std::string state;
     bool json = false;
     bool wide = false;
 };
@@ -78,15 +79,21 @@ TextTable table_of(const std::vector<Device> &devices, bool wide) {
     return table;
 }
 
+std::vector<uint32_t> rows_to_list(const Session &session, const std::string &state) {
+    if (state == "up") return session.rows_in_state(SARN_ROWS_UP);
+    if (state == "down") return session.rows_in_state(SARN_ROWS_DOWN);
+    return session.rows_in_use();
+}
+
 ExitCode list_devices(const ListOptions &options, Output &output) {
     std::vector<Device> devices;
     ExitCode exit_code = EXIT_DONE;
     const Session session;
-    for (const uint32_t row : session.rows_in_use()) {
+    for (const uint32_t row : rows_to_list(session, options.state)) {
         try {
-            devices.push_back(session.read_device(row));
+            // It may have been freed since the rows were asked for.
+            if (const auto device = session.read_device_if_used(row)) devices.push_back(*device);
         } catch (const Refusal &refusal) {
-            if (refusal.exit_code() == EXIT_NOT_FOUND) continue;  // freed since the rows were asked for
             print_message(refusal.what());
             exit_code = refusal.exit_code();
         }
@@ -97,13 +104,36 @@ ExitCode list_devices(const ListOptions &options, Output &output) {
     return exit_code;
 }
 
+// "253 free rows: 3-255"
+std::string words_of_free(const std::vector<uint32_t> &rows) {
+    std::string words = std::to_string(rows.size()) + (rows.size() == 1 ? " free row" : " free rows");
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const uint32_t first = rows[i];
+        while (i + 1 < rows.size() && rows[i + 1] == rows[i] + 1) ++i;
+        words += first == rows.front() ? ": " : ", ";
+        words += std::to_string(first) + (rows[i] == first ? "" : "-" + std::to_string(rows[i]));
+    }
+    return words + "\n";
+}
+
+ExitCode list_free_rows(const ListOptions &options, Output &output) {
+    const std::vector<uint32_t> rows = Session().rows_in_state(SARN_ROWS_FREE);
+    output.text += options.json ? json_of_rows(rows) : words_of_free(rows);
+    return EXIT_DONE;
+}
+
 }  // namespace
 
 Run setup_list(CLI::App &command) {
     const auto options = std::make_shared<ListOptions>();
+    command.add_option("--state", options->state, "Only those that are up or down; or the rows that are free")
+        ->type_name("up|down|free")
+        ->check(CLI::IsMember({"up", "down", "free"}).description(""));
     command.add_flag("--json", options->json, "Print an array of objects with every field");
     command.add_flag("--wide,-w", options->wide, "Print more columns, and cut no text");
-    return [options](Output &output) { return list_devices(*options, output); };
+    return [options](Output &output) {
+        return options->state == "free" ? list_free_rows(*options, output) : list_devices(*options, output);
+    };
 }
 
 }  // namespace tool

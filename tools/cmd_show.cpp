@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "device_json.h"
 #include "device_record.h"
 #include "device_text.h"
+#include "mac_text.h"
 #include "refusal.h"
 #include "session.h"
 #include "text_table.h"
@@ -19,17 +21,29 @@ namespace tool {
 namespace {
 
 struct ShowOptions {
-    std::string row;
+    std::string device;
     bool json = false;
 };
 
-uint32_t parse_row(const std::string &text) {
+// Nothing for a text that is no row.
+std::optional<uint32_t> read_row(const std::string &text) {
     uint32_t row = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, row);
-    if (error != std::errc{} || stop != end || row >= SARN_ROWS)
-        throw Refusal(EXIT_USAGE, "'" + text + "' is not a row: rows are 0 to " + std::to_string(SARN_ROWS - 1));
+    if (error != std::errc{} || stop != end || row >= SARN_ROWS) return std::nullopt;
     return row;
+}
+
+Device read_device(const std::string &typed) {
+    // A MAC address may be written in digits alone, and is then far longer than a row.
+    static constexpr size_t ROW_DIGITS = 3;
+    const std::optional<uint32_t> row = typed.size() <= ROW_DIGITS ? read_row(typed) : std::nullopt;
+    const std::optional<std::string> mac = read_mac(typed);
+    if (!row && !mac)
+        throw Refusal(EXIT_USAGE, in_quotes(typed) + " is neither a row (0 to " + std::to_string(SARN_ROWS - 1) +
+                                      ") nor a MAC address");
+    const Session session;
+    return row ? session.read_device(*row) : session.find_device(*mac);
 }
 
 std::vector<FieldSpec> fields_of(Group group) {
@@ -59,9 +73,7 @@ std::string lines_of(const Device &device, bool with_colour) {
 }
 
 ExitCode show_device(const ShowOptions &options, Output &output) {
-    const uint32_t row = parse_row(options.row);
-    const Session session;
-    const Device device = session.read_device(row);
+    const Device device = read_device(options.device);
     output.text += options.json ? json_of(device) : lines_of(device, output.with_colour);
     return EXIT_DONE;
 }
@@ -70,7 +82,9 @@ ExitCode show_device(const ShowOptions &options, Output &output) {
 
 Run setup_show(CLI::App &command) {
     const auto options = std::make_shared<ShowOptions>();
-    command.add_option("ROW", options->row, "Row of the device, as `sarn list` shows it")->required();
+    command.add_option("DEVICE", options->device, "MAC address in any usual spelling, or row as `sarn list` shows it")
+        ->required()
+        ->type_name("");
     command.add_flag("--json", options->json, "Print one object with every field");
     return [options](Output &output) { return show_device(*options, output); };
 }

@@ -25,8 +25,20 @@ struct Command {
     Setup setup;
 };
 
+// Those that serve several commands look at the command's name.
+Run setup_forget(CLI::App &command);
 Run setup_list(CLI::App &command);
+Run setup_log_level(CLI::App &command);
+Run setup_pause(CLI::App &command);
+Run setup_refresh(CLI::App &command);
+Run setup_report(CLI::App &command);
+Run setup_save(CLI::App &command);
+Run setup_set(CLI::App &command);
 Run setup_show(CLI::App &command);
+Run setup_status(CLI::App &command);
+Run setup_switch(CLI::App &command);
+Run setup_text(CLI::App &command);
+Run setup_types(CLI::App &command);
 
 }  // namespace tool
 

@@ -1,12 +1,10 @@
 #include "device_json.h"
 
-#include <nlohmann/json.hpp>
+#include "json_text.h"
 
 namespace tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json object_of(const Device &device) {
     Json object = {{"row", device.row}};
@@ -21,12 +19,6 @@ Json object_of(const Device &device) {
     return object;
 }
 
-std::string dump(const Json &json) {
-    static constexpr int INDENT = 2;
-    static constexpr bool ASCII_ONLY = true;
-    return json.dump(INDENT, ' ', ASCII_ONLY, Json::error_handler_t::replace) + "\n";
-}
-
 }  // namespace
 
 std::string json_of(const Device &device) { return dump(object_of(device)); }
@@ -34,6 +26,12 @@ std::string json_of(const Device &device) { return dump(object_of(device)); }
 std::string json_of(const std::vector<Device> &devices) {
     Json array = Json::array();
     for (const Device &device : devices) array.push_back(object_of(device));
+    return dump(array);
+}
+
+std::string json_of_rows(const std::vector<uint32_t> &rows) {
+    Json array = Json::array();
+    for (const uint32_t row : rows) array.push_back({{"row", row}});
     return dump(array);
 }
 

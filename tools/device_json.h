@@ -13,6 +13,9 @@ namespace tool {
 std::string json_of(const Device &device);
 std::string json_of(const std::vector<Device> &devices);
 
+// Rows without a device: objects that have "row" alone.
+std::string json_of_rows(const std::vector<uint32_t> &rows);
+
 }  // namespace tool
 
 #endif

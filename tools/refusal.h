@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "exit_codes.h"
 
@@ -20,10 +21,31 @@ private:
 };
 
 // One number means different things to different calls.
-enum class Call : uint8_t { Start, Enquiry, ReadRow };
+enum class Call : uint8_t {
+    Start,
+    Enquiry,
+    States,
+    Find,
+    ReadRow,
+    DisplayText,
+    Pause,
+    Forget,
+    SetField,
+    Report,
+    Signature,
+    ReadAccess,
+    Switch,
+    Refresh
+};
 
 // `attempt` says what was tried: "cannot read row 7".
 Refusal refusal_of(Call call, int32_t code, const std::string &attempt);
+
+// Returns the call's answer, a row or a count. Throws the Refusal of a code.
+int32_t require(Call call, int32_t answer, const std::string &attempt);
+
+// An argument as messages show it: in quotation marks, and not all of a long one.
+std::string in_quotes(std::string_view argument);
 
 }  // namespace tool
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "commands.h"
+#include "log_levels.h"
 #include "refusal.h"
-#include "sarn.h"
 
 namespace {
 
@@ -16,11 +16,23 @@ using namespace tool;
 constexpr Command COMMANDS[] = {
     {"list", "List the devices that the router knows", setup_list},
     {"show", "Show everything that is known of one device", setup_show},
+    {"name", "Give a device a name", setup_text},
+    {"type", "Say what type a device is", setup_text},
+    {"brand", "Say what brand a device is", setup_text},
+    {"model", "Say what model a device is", setup_text},
+    {"block", "Keep devices off the network", setup_pause},
+    {"allow", "Let devices onto the network again", setup_pause},
+    {"forget", "Take a device that is not up out of the list", setup_forget},
+    {"set", "Change one field of a device", setup_set},
+    {"report", "Report a device as a producer does", setup_report},
+    {"access", "Show or turn the router's access control", setup_switch},
+    {"upgrade", "Show or turn the router's upgrade switch", setup_switch},
+    {"refresh", "Ask for a refresh of what is known of all devices", setup_refresh},
+    {"types", "List the device types, and the recogniser's keys for each", setup_types},
+    {"status", "Show how full the list is and where it is kept", setup_status},
+    {"save", "Save the list where it outlasts a restart of the router", setup_save},
+    {"log-level", "Show what --log-level may be", setup_log_level},
 };
-
-constexpr int32_t LOG_ALL = 1;
-constexpr int32_t LOG_REFUSALS = 4;
-constexpr int32_t LOG_NOTHING = 5;
 
 // Help and version are output like any other: asking for them with nowhere to write is an error too.
 ExitCode answer_parser(const CLI::App &app, const CLI::Error &error, Output &output) {
@@ -37,12 +49,10 @@ ExitCode run(int argc, char **argv, Output &output) {
     CLI::App app("The device list of the router", "sarn");
     app.require_subcommand(0, 1);  // a missing one is refused below: the parser would say so of a misspelt one too
     app.set_version_flag("--version", std::string("sarn " SARN_TOOL_VERSION), "Print the version and exit");
-    app.footer(EXIT_CODE_HELP);
-    __log_level = LOG_REFUSALS;
-    app.add_option("--log-level", __log_level,
-                   "Library messages to show: 1 all, 2 notices, 4 refusals (default), 5 none")
+    app.get_formatter()->label("REQUIRED", "(required)");
+    app.add_option("--log-level", log_level, "Messages of the library to show; `sarn log-level` lists the levels")
         ->type_name("N")
-        ->check(CLI::Range(LOG_ALL, LOG_NOTHING).description(""));
+        ->check(CLI::Range(std::begin(LOG_LEVELS)->number, std::rbegin(LOG_LEVELS)->number).description(""));
 
     std::vector<Run> runs;
     for (const Command &command : COMMANDS) {
@@ -50,6 +60,7 @@ ExitCode run(int argc, char **argv, Output &output) {
         subcommand->fallthrough();
         runs.push_back(command.setup(*subcommand));
     }
+    app.footer(HELP_FOOTER);  // after the subcommands, which would take it over
     try {
         app.parse(argc, argv);
         for (size_t i = 0; i < runs.size(); ++i) {

@@ -1,15 +1,25 @@
 #include "session.h"
 
-#include <string>
-
 #include "refusal.h"
-#include "sarn.h"
 
 namespace tool {
 
 namespace {
-constexpr uint32_t BITS_PER_WORD = 32;
+
+using Bitmap = uint32_t[SARN_BITMAP_WORDS];
+
+std::vector<uint32_t> rows_of(const Bitmap &words) {
+    static constexpr uint32_t BITS_PER_WORD = 32;
+    std::vector<uint32_t> rows;
+    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
+        if ((words[row / BITS_PER_WORD] >> (row % BITS_PER_WORD) & 1u) != 0) rows.push_back(row);
+    }
+    return rows;
 }
+
+std::string attempt_to_read(uint32_t row) { return "cannot read row " + std::to_string(row); }
+
+}  // namespace
 
 Session::Session() {
     const int32_t code = sarn_init();
@@ -21,21 +31,51 @@ Session::Session() {
 Session::~Session() { (void)sarn_uninit(); }
 
 std::vector<uint32_t> Session::rows_in_use() const {
-    uint32_t words[SARN_BITMAP_WORDS] = {};
-    const int32_t code = sarn_table_enquiry(words, SARN_BITMAP_WORDS);
-    if (code != SARN_OK) throw refusal_of(Call::Enquiry, code, "cannot read which rows are in use");
-    std::vector<uint32_t> rows;
-    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
-        if ((words[row / BITS_PER_WORD] >> (row % BITS_PER_WORD) & 1u) != 0) rows.push_back(row);
-    }
-    return rows;
+    Bitmap words = {};
+    require(Call::Enquiry, sarn_table_enquiry(words, SARN_BITMAP_WORDS), "cannot read which rows are in use");
+    return rows_of(words);
+}
+
+std::vector<uint32_t> Session::rows_in_state(sarn_state_selector selector) const {
+    Bitmap words = {};
+    require(Call::States, sarn_device_state_info(words, SARN_BITMAP_WORDS, selector), "cannot read the states");
+    return rows_of(words);
 }
 
 Device Session::read_device(uint32_t row) const {
+    const std::optional<Device> device = read_device_if_used(row);
+    if (!device) throw refusal_of(Call::ReadRow, SARN_ERR_UNUSED_ROW, attempt_to_read(row));
+    return *device;
+}
+
+std::optional<Device> Session::read_device_if_used(uint32_t row) const {
     Device device = {.row = row, .record = {}};
     const int32_t code = get_device_info_at_index(&device.record, row);
-    if (code != SARN_OK) throw refusal_of(Call::ReadRow, code, "cannot read row " + std::to_string(row));
+    if (code == SARN_ERR_UNUSED_ROW) return std::nullopt;
+    require(Call::ReadRow, code, attempt_to_read(row));
     return device;
+}
+
+Device Session::find_device(const std::string &mac) const {
+    char text[sizeof device_info::DeviceMAC] = {};
+    mac.copy(text, sizeof text - 1);
+    const std::string attempt = "cannot find " + mac;
+    const int32_t row = require(Call::Find, check_macaddress_entry(text), attempt);
+    Device device = read_device(static_cast<uint32_t>(row));
+    // The row may have gone to another device between the two calls.
+    if (read_text(device.record, field_named("DeviceMAC")) != mac)
+        throw refusal_of(Call::Find, SARN_ERR_NOT_FOUND, attempt);
+    return device;
+}
+
+bool Session::is_access_control_on() const {
+    return require(Call::ReadAccess, sarn_get_ACL(), "cannot read the access-control switch") != 0;
+}
+
+bool Session::is_upgrade_on() const {
+    uint8_t status = 0;
+    require(Call::Switch, get_sarn_upgrade_status(&status), "cannot read the upgrade switch");
+    return status != 0;
 }
 
 }  // namespace tool

@@ -2,22 +2,30 @@
 #define SARN_TOOLS_SESSION_H
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "device_record.h"
+#include "sarn.h"
 
 namespace tool {
 
-// The library open for one command.
+// The library open for one command. Everything here throws Refusal.
 class Session {
 public:
-    Session();  // throws Refusal
+    Session();
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 
-    std::vector<uint32_t> rows_in_use() const;  // throws Refusal
-    Device read_device(uint32_t row) const;     // throws Refusal
+    std::vector<uint32_t> rows_in_use() const;
+    std::vector<uint32_t> rows_in_state(sarn_state_selector selector) const;
+    Device read_device(uint32_t row) const;
+    std::optional<Device> read_device_if_used(uint32_t row) const;
+    Device find_device(const std::string &mac) const;
+    bool is_access_control_on() const;
+    bool is_upgrade_on() const;
 };
 
 }  // namespace tool

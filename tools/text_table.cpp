@@ -67,9 +67,12 @@ void append_line(std::string &out, const std::vector<Cell> &cells, const Widths 
     for (size_t i = 0; i < cells.size(); ++i) {
         if (widths[i] == 0) continue;
         const std::string text = cut_to_width(cells[i].text, widths[i]);
-        out.append(owed, ' ');
-        out += styled(text, cells[i].style, with_colour);
-        owed = widths[i] - display_width(text) + GAP;
+        if (!text.empty()) {
+            out.append(owed, ' ');
+            out += styled(text, cells[i].style, with_colour);
+            owed = 0;
+        }
+        owed += widths[i] - display_width(text) + GAP;
     }
     out += '\n';
 }

@@ -1,11 +1,12 @@
 // Stands behind the tool in place of the library: SARN_FAKE says what each call answers, "start=-24 enquiry=0 3=0
 // 7=-12" (a number is a row in use and what reading it gives). Every row that can be read holds the same hostile
-// device.
+// device. A call that writes keeps nothing, whatever it answers.
 #include <cstdlib>
 #include <sstream>
 #include <string>
 
 #include "hostile_device.h"
+#include "kora.h"
 
 namespace {
 
@@ -22,22 +23,51 @@ int32_t answer(const std::string &key) {
     return 0;
 }
 
-}  // namespace
-
-int32_t __log_level;
-
-int32_t sarn_init() { return answer("start"); }
-
-int32_t sarn_uninit() { return 0; }
-
-int32_t sarn_table_enquiry(uint32_t *words, int32_t) {
+void put_rows(uint32_t *words) {
     for (uint32_t row = 0; row < SARN_ROWS; ++row) {
         if (script().find(" " + std::to_string(row) + "=") != std::string::npos) words[row / 32] |= 1u << row % 32;
     }
-    return answer("enquiry");
 }
 
+}  // namespace
+
+device_type_row Newtypestorage[SARN_DEVICE_TYPE_ROWS];
+const char *get_quorvex_device_type(int32_t) { return nullptr; }
+
+int32_t sarn_init() { return answer("start"); }
+int32_t sarn_uninit() { return 0; }
+
+int32_t sarn_table_enquiry(uint32_t *words, int32_t) {
+    put_rows(words);
+    return answer("enquiry");
+}
+int32_t sarn_device_state_info(uint32_t *words, int32_t, uint32_t) {
+    put_rows(words);
+    return answer("states");
+}
 int32_t get_device_info_at_index(device_info *record, uint32_t index) {
     *record = hostile_device();
     return answer(std::to_string(index));
 }
+int32_t check_macaddress_entry(char *) { return answer("find"); }
+
+int32_t update_device_displayname(const char *, const char *, int32_t, int32_t) { return answer("text"); }
+int32_t update_device_displaytype(const char *, const char *, int32_t, int32_t) { return answer("text"); }
+int32_t update_device_displaymodel(const char *, const char *, int32_t, int32_t) { return answer("text"); }
+int32_t update_device_displaybrand(const char *, const char *, int32_t, int32_t) { return answer("text"); }
+int32_t sarn_update_pause_list(const char *const *, uint8_t, uint32_t, int32_t) { return answer("pause"); }
+int32_t sarn_remove_macaddress_entry(const char *) { return answer("forget"); }
+int32_t sarn_update_table_field(const char *, int32_t, const void *, int32_t, int32_t) { return answer("set"); }
+int32_t update_device_detail(const device_detail_record *, int32_t) { return answer("detail"); }
+int32_t update_connected_device_info(const connected_device_record *, int32_t) { return answer("connection"); }
+int32_t update_device_signature(const signature_record *, int32_t) { return answer("signature"); }
+
+int32_t sarn_get_ACL() { return answer("acl"); }
+int32_t sarn_set_ACL(uint8_t) { return answer("acl"); }
+int32_t get_sarn_upgrade_status(uint8_t *) { return answer("upgrade"); }
+int32_t set_sarn_upgrade_status(uint8_t) { return answer("upgrade"); }
+int32_t sarn_weekly_refresh_request() { return answer("refresh"); }
+
+void *kora_init_ex(void *) { return answer("open") == 0 ? &Newtypestorage : nullptr; }
+int32_t kora_destroy(void *) { return 0; }
+extern "C" int32_t kora_save(void *) { return answer("save"); }

@@ -1,44 +1,17 @@
 // Runs the tool as a person does, on a library that answers as told (fake_sarn.cpp) and on the real one.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <string>
 
+#include "run_tool.h"
 #include "sarn.h"
 
 namespace {
-
-struct Result {
-    int exit_code;
-    std::string out;
-};
-
-Result run(const std::string &command) {
-    Result result = {-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return result;
-    char buffer[4096];
-    while (const size_t count = fread(buffer, 1, sizeof buffer, pipe)) result.out.append(buffer, count);
-    const int status = pclose(pipe);
-    if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
-    return result;
-}
-
-Result run_on_fake(const std::string &script, const std::string &arguments) {
-    return run("SARN_FAKE='" + script + "' " SARN_TOOL_ON_FAKE " " + arguments);
-}
 
 template <size_t N>
 void put(char (&field)[N], const char *text) {
     ASSERT_LT(std::string(text).copy(field, N), N);
 }
-
-bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 
 TEST(SarnTool, ExitCodesAndWords) {
     const struct {
@@ -47,16 +20,21 @@ TEST(SarnTool, ExitCodesAndWords) {
         const char *words;
     } rows[] = {
         {"", "--help", 0, "list"},
-        {"", "show --help", 0, "ROW"},
+        {"", "show --help", 0, "DEVICE"},
         {"", "--version", 0, "sarn "},
         {"", "", 2, "a command is required"},
         {"", "nonsense", 2, "nonsense"},
         {"", "list extra", 2, "extra"},
         {"", "list --nonsense", 2, "--nonsense"},
-        {"", "show", 2, "ROW"},
-        {"", "show 256", 2, "rows are 0 to 255"},
-        {"", "show 1x", 2, "rows are 0 to 255"},
-        {"", "show ''", 2, "rows are 0 to 255"},
+        {"", "show", 2, "DEVICE"},
+        {"", "show 256", 2, "neither a row (0 to 255) nor a MAC"},
+        {"", "show 1x", 2, "neither a row"},
+        {"", "show ''", 2, "neither a row"},
+        {"", "show 0001", 2, "neither a row"},
+        {"find=9 9=0", "show 2:0:0:0:0:1 --json", 0, "\"row\": 9"},
+        {"find=-1", "show 2:0:0:0:0:1", 1, "no device with this MAC address (code -1)"},
+        {"find=9 9=0", "show 2:0:0:0:0:2", 1, "no device with this MAC"},
+        {"find=9 9=-12", "show 2:0:0:0:0:1", 1, "no device in that row"},
         {"", "--log-level 9 list", 2, "--log-level"},
         {"", "list --log-level 1", 0, "VENDOR CLASS"},
         {"start=-24", "list", 3, "the store cannot be opened (code -24)"},
@@ -64,6 +42,16 @@ TEST(SarnTool, ExitCodesAndWords) {
         {"enquiry=-16", "list", 3, "could not be built again from the store (code -16)"},
         {"9=-12", "show 9", 1, "row 9: no device in that row (code -12)"},
         {"9=-2", "show 9", 3, "cannot read row 9"},
+        {"states=-1", "list --state up", 3, "could not read a row (code -1)"},
+        {"states=-16", "list --state free", 3, "built again"},
+        {"", "list --state gone", 2, "--state"},
+        {"0=0 2=0 3=0 255=0", "list --state free", 0, "4 free rows: 0, 2-3, 255\n"},
+        {"", "list --state free", 0, "0 free rows\n"},
+        {"acl=1", "access", 0, "on\n"},
+        {"acl=-21", "access", 3, "could not read it (code -21)"},
+        {"acl=-2", "status", 3, "not initialised (code -2)"},
+        {"upgrade=1", "upgrade", 3, "refused a read or a write (code 1)"},
+        {"", "access on --json", 2, "--json"},
         {"9=0", "list >/dev/full", 5, "cannot write the output"},
         {"9=0", "list >&-", 5, "cannot write the output"},
         {"", "--help >/dev/full", 5, "cannot write the output"},
@@ -116,21 +104,8 @@ TEST(SarnTool, ShowsEveryFieldOfTheRecord) {
         EXPECT_TRUE(has(out, part)) << part << "\n" << out;
 }
 
-class SarnToolOnStore : public testing::Test {
-protected:
-    void SetUp() override {
-        char folder[] = "/tmp/sarn-tool-XXXXXX";
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        folder_ = folder;
-        setenv("KORA_STORE", (folder_ + "/store.mdb").c_str(), 1);
-        __log_level = 4;
-    }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-
-    std::string folder_;
-};
-
-TEST_F(SarnToolOnStore, ShowsWhatAProducerReported) {
+TEST_F(ToolOnStore, ShowsWhatAProducerReported) {
+    __log_level = 4;
     signature_record report = {};
     put(report.mac, "02:aa:bb:cc:dd:ee");
     put(report.ip, "10.0.0.7");
@@ -140,23 +115,23 @@ TEST_F(SarnToolOnStore, ShowsWhatAProducerReported) {
     ASSERT_EQ(update_device_signature(&report, 20), SARN_OK);
     ASSERT_EQ(sarn_uninit(), SARN_OK);
 
-    EXPECT_EQ(run(SARN_TOOL " list").out,
+    EXPECT_EQ(run_tool("list").out,
               "ROW  NAME            MAC                IP        STATE  ACCESS  TYPE  VENDOR CLASS\n"
               "0    kitchen\\x1b[2J  02:AA:BB:CC:DD:EE  10.0.0.7  UP     allow   -     -\n");
-    EXPECT_EQ(nlohmann::json::parse(run(SARN_TOOL " show 0 --json").out)["DeviceHostname"], "kitchen\033[2J");
-    EXPECT_EQ(run(SARN_TOOL " show 1 2>&1 | grep -c 'no device in that row'").out, "1\n");
+    EXPECT_EQ(nlohmann::json::parse(run_tool("show 0 --json").out)["DeviceHostname"], "kitchen\033[2J");
+    EXPECT_EQ(run_tool("show 1 2>&1 | grep -c 'no device in that row'").out, "1\n");
 
     // With its output closed the tool must not take the store for it, nor may the library's messages go there.
-    EXPECT_EQ(run(SARN_TOOL " list >&- 2>/dev/null").exit_code, 5);
+    EXPECT_EQ(run_tool("list >&- 2>/dev/null").exit_code, 5);
     for (const char *closed : {"2>&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
-        run(SARN_TOOL " --log-level 1 list " + std::string(closed));
-        EXPECT_TRUE(has(run(SARN_TOOL " list").out, "10.0.0.7")) << closed;
+        run_tool("--log-level 1 list " + std::string(closed));
+        EXPECT_TRUE(has(run_tool("list").out, "10.0.0.7")) << closed;
     }
 }
 
-TEST_F(SarnToolOnStore, StoreThatIsNoStoreIsToldApart) {
+TEST_F(ToolOnStore, StoreThatIsNoStoreIsToldApart) {
     setenv("KORA_STORE", folder_.c_str(), 1);
-    const Result result = run(SARN_TOOL " list 2>&1");
+    const Result result = run_tool("list 2>&1");
     EXPECT_EQ(result.exit_code, 3);
     EXPECT_TRUE(has(result.out, "sarn: cannot open the device list: the store cannot be opened")) << result.out;
 }

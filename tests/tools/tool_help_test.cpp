@@ -1,0 +1,62 @@
+// What goes with the tool: its pages and its completion say what it takes.
+#include <algorithm>
+#include <sstream>
+
+#include "run_tool.h"
+
+namespace {
+
+// Each name that the tool's own help gives stands in its page.
+TEST(ManPage, NamesEveryCommandOptionAndField) {
+    const Result names =
+        run("cd \"$(dirname " SARN_TOOL
+            ")\" && { ./sarn --help; ./sarn set --help; for kind in detail connection signature; "
+            "do ./sarn report $kind --help; done; for command in list show name; do ./sarn $command --help; done; } | "
+            "grep -oE '^  (-.,)?(--)?[a-z][a-z-]+' | grep -oE '(--)?[a-z][a-z-]+$' | sort -u");
+    EXPECT_GT(std::count(names.out.begin(), names.out.end(), '\n'), 50);
+    std::istringstream lines(names.out);
+    for (std::string name; std::getline(lines, name);)
+        EXPECT_EQ(run("grep -qE -- '[^a-z-]" + name + "([^a-z-]|$)' " SARN_SOURCE "/man/sarn.1.scd").exit_code, 0)
+            << name;
+}
+
+TEST(ManPage, NamesEveryExport) {
+    const Result missing =
+        run("nm -D --defined-only " SARN_LIBRARY " | while read -r _ _ name; do tr -d '\\\\' <" SARN_SOURCE
+            "/man/libsarn.3.scd | grep -q \"\\*$name\\*\" || echo $name; done; echo end");
+    EXPECT_EQ(missing.out, "end\n");
+}
+
+TEST_F(ToolOnStore, CompletionOffersWhatTheToolTakes) {
+    ASSERT_EQ(run_tool("report signature 2:0:0:0:0:a --ip 10.0.0.1 --state UP").exit_code, 0);
+    const struct {
+        const char *typed, *offered;
+    } rows[] = {
+        {"sarn l", "list log-level"},
+        {"sarn --log-level 4 re", "report refresh"},
+        {"sarn report ", "detail connection signature"},
+        {"sarn report detail --b", "--brand"},
+        {"sarn report signature --state ", "UP DOWN unknown"},
+        {"sarn report detail --model x ", "02:00:00:00:00:0A"},
+        {"sarn list --json --state ", "up down free"},
+        {"sarn access o", "on off"},
+        {"sarn show 02:00:00:00:00:0a", "0A"},
+        {"sarn block 2:0:0:0:0:b 02:", "00:00:00:00:0A"},
+        {"sarn set 2:0:0:0:0:a dhcp-v", "dhcp-vendor"},
+        {"sarn type 2:0:0:0:0:a smart\\ p", "Smart\\ Phone\\ \\(Generic\\) Smart\\ Plug"},
+        {"sarn name 2:0:0:0:0:a ", ""},
+        {"sarn name --producer ", ""},
+        {"sarn nonsense ", ""},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(run("PATH=\"$(dirname " SARN_TOOL "):$PATH\" bash -c '. " SARN_SOURCE
+                      "/packaging/completion/sarn; COMP_WORDBREAKS=\" :\"; COMP_LINE=$1; COMP_POINT=${#1}; _sarn; "
+                      "printf %s \"${COMPREPLY[*]}\"' bash '" +
+                      std::string(row.typed) + "'")
+                      .out,
+                  row.offered)
+            << row.typed;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,286 @@
+// What the tool writes, and what it refuses to.
+#include <nlohmann/json.hpp>
+
+#include "mac_text.h"
+#include "refusal.h"
+#include "run_tool.h"
+
+using namespace tool;
+using namespace std::string_literals;
+
+namespace {
+
+constexpr char MAC[] = "02:AB:CD:0F:00:01";
+
+TEST(MacText, TakesWhatPeopleTypeAndNothingElse) {
+    const struct {
+        const char *typed;
+        bool is_mac;
+    } rows[] = {
+        {"02:AB:CD:0F:00:01", true},
+        {"02:ab:cd:0f:00:01", true},
+        {"02-ab-CD-0f-00-01", true},
+        {"02ab.cd0f.0001", true},
+        {"02ABCD0F0001", true},
+        {"02abcd-0f0001", true},
+        {"2:ab:cd:f:0:1", true},
+        {"2-AB-cd-F-0-1", true},
+        {"", false},
+        {"02:ab:cd:0f:00", false},
+        {"02:ab:cd:0f:00:", false},
+        {"02:ab:cd:0f:00:01:", false},
+        {"02:ab:cd:0f:00:01:02", false},
+        {"02:ab:cd:0f:00:0g", false},
+        {"002:ab:cd:0f:0:01", false},
+        {"02:ab-cd:0f:00:01", false},
+        {"2ab.cd0f.0001", false},
+        {"02ab.cd0f.00010", false},
+        {"02abcd0f001", false},
+        {"02abcd0f00011", false},
+        {" 02:ab:cd:0f:00:01", false},
+        {"02:ab:cd:0f:00:01 ", false},
+        {"0x:ab:cd:0f:00:01", false},
+        {"+2:ab:cd:0f:00:01", false},
+        {"::::::", false},
+        {"-----", false},
+        {"02:ab::0f:00:01", false},
+        {"%n%n%n%n%n%n", false},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(read_mac(row.typed), row.is_mac ? std::optional(std::string(MAC)) : std::nullopt) << row.typed;
+    EXPECT_EQ(read_mac(std::string(10000, '0')), std::nullopt);
+    EXPECT_EQ(read_mac("02:ab:cd:0f:00:0\0"s), std::nullopt);
+    EXPECT_THROW(require_mac("0:0:0:0:0:0"), Refusal);
+}
+
+TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
+    const std::string too_long_name(65, 'n');
+    const struct {
+        std::string arguments;
+        const char *words;
+    } rows[] = {
+        {"name MAC", "TEXT is required"},
+        {"name nonsense x", "'nonsense' is not a MAC address"},
+        {"name " + std::string(10000, '1') + " x", "1...' is not a MAC address"},
+        {"name $'\\e[2J\\xff' x", "'\\x1b[2J\\xff' is not a MAC"},
+        {"name 0:0:0:0:0:0 x", "stands for no device"},
+        {"name MAC " + too_long_name, "a name takes at most 64 bytes"},
+        {"type MAC " + too_long_name.substr(0, 33), "a type takes at most 32 bytes"},
+        {"model MAC " + too_long_name.substr(0, 33), "a model takes at most 32"},
+        {"brand MAC " + too_long_name.substr(0, 33), "a brand takes at most 32"},
+        {"name MAC x --producer 7", "not a producer"},
+        {"name MAC x --producer 110", "not a producer"},
+        {"name MAC x --producer 99999999990", "not a producer"},
+        {"name MAC x --producer 1e1", "not a producer"},
+        {"block", "MAC is required"},
+        {"block MAC nonsense", "not a MAC address"},
+        {"forget MAC --producer 0", "--producer"},
+        {"set MAC colour x", "'colour' is not a field"},
+        {"set MAC ssid " + std::string(256, 's'), "ssid takes at most 255 bytes"},
+        {"set MAC ip 10.0.0", "not an IPv4 address"},
+        {"set MAC ip 10.0.0.256", "not an IPv4 address"},
+        {"set MAC ap-mac 1", "not a MAC address"},
+        {"set MAC access Block", "allow or block, not 'Block'"},
+        {"set MAC user-agent ''", "cannot be emptied"},
+        {"report", "a kind of report is required"},
+        {"report nonsense", "nonsense"},
+        {"report detail", "MAC is required"},
+        {"report detail MAC --model " + too_long_name.substr(0, 33), "--model takes at most 32 bytes"},
+        {"report connection MAC --ssid " + too_long_name.substr(0, 32), "--ssid takes at most 31 bytes"},
+        {"report connection MAC --ap-mac x", "not a MAC address"},
+        {"report signature MAC --ip 1.2.3.4", "--state is required"},
+        {"report signature MAC --state UP", "--ip is required"},
+        {"report signature MAC --ip ' 1.2.3.4' --state UP", "not an IPv4 address"},
+        {"report signature MAC --ip 1.2.3.4 --state UP --dhcp-vendor v", "--dhcp-options"},
+        {"access maybe", "STATE"},
+        {"refresh now", "now"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.arguments.substr(0, 80));
+        std::string arguments = row.arguments;
+        if (const size_t at = arguments.find("MAC"); at != std::string::npos) arguments.replace(at, 3, MAC);
+        // The library would answer that the store is gone.
+        const Result result =
+            run("bash -c \"$(cat <<'END'\nSARN_FAKE=start=-24 " SARN_TOOL_ON_FAKE " " + arguments + " 2>&1\nEND\n)\"");
+        EXPECT_EQ(result.exit_code, 2);
+        EXPECT_TRUE(has(result.out, row.words)) << result.out;
+    }
+}
+
+TEST(SarnTool, CodesOfEachCallInWords) {
+    const struct {
+        const char *script, *arguments;
+        int exit_code;
+        const char *words;
+    } rows[] = {
+        {"text=-2", "name MAC x", 1, "cannot write the name of 02:00:00:00:00:01: no device with this MAC address"},
+        {"text=-16", "type MAC x", 3, "no worker thread could be created (code -16)"},
+        {"text=-3", "model MAC x", 2, "refused the producer"},
+        {"text=0", "brand MAC x", 3, "still shows another brand"},
+        {"text=-77", "brand MAC x", 3, "unexpected answer of the library (code -77)"},
+        {"find=-1", "block MAC", 1, "cannot find"},
+        {"pause=-22", "allow MAC", 4, "cannot allow 02:00:00:00:00:01: nothing to change"},
+        {"pause=-1", "block MAC", 3, "not initialised"},
+        {"pause=-8", "block MAC", 2, "refused the MAC"},
+        {"pause=0", "allow MAC", 3, "still shows another access"},
+        {"forget=-17", "forget MAC", 4, "the device is up"},
+        {"forget=-12", "forget MAC", 1, "no device"},
+        {"forget=-16 find=-1", "forget MAC", 3, "built again"},
+        {"forget=0 find=0", "forget MAC", 3, "still in the list"},
+        {"forget=0 find=-1", "forget MAC", 0, ""},
+        {"set=-12", "set MAC uuid x", 1, "cannot write the uuid of"},
+        {"set=-15", "set MAC uuid x", 2, "length"},
+        {"set=-8", "set MAC ap-mac MAC", 2, "refused the MAC"},
+        {"set=0", "set MAC state x", 3, "still shows another state"},
+        {"detail=-12", "report detail MAC", 1, "no device"},
+        {"detail=0", "report detail MAC --os x", 3, "still shows another"},
+        {"connection=-12", "report connection MAC", 1, "no device"},
+        {"connection=-2", "report connection MAC", 3, "not initialised"},
+        {"signature=-12", "report signature MAC --ip 1.2.3.4 --state UP", 1, "got no row"},
+        {"signature=-13", "report signature MAC --ip 1.2.3.4 --state UP", 2, "refused the IP"},
+        {"find=-1", "report signature MAC --ip 1.2.3.4 --state UP", 1, "no device"},
+        {"find=-1", "report signature MAC --ip 1.2.3.4 --state DOWN", 0, ""},
+        {"acl=1", "access on", 3, "cannot turn access on"},
+        {"upgrade=1", "upgrade off", 3, "cannot turn upgrade off"},
+        {"refresh=-18", "refresh", 4, "the Internet is down"},
+        {"refresh=19", "refresh", 4, "running already (code 19)"},
+        {"refresh=-2", "refresh", 3, "not initialised"},
+        {"save=0", "save", 0, ""},
+        {"save=-5", "save", 3, "refused (code -5)"},
+        {"open=-1", "save", 3, "cannot be opened"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.script) + " | " + row.arguments);
+        std::string arguments = row.arguments;
+        for (size_t at; (at = arguments.find("MAC")) != std::string::npos;) arguments.replace(at, 3, "2:0:0:0:0:1");
+        const Result result = run_on_fake(row.script, arguments + " 2>&1");
+        EXPECT_EQ(result.exit_code, row.exit_code);
+        EXPECT_TRUE(row.words[0] == '\0' ? result.out.empty() : has(result.out, row.words)) << result.out;
+    }
+}
+
+// In this order, on one device.
+TEST_F(ToolOnStore, EachCommandWritesItsField) {
+    const std::string dots(64, '.');
+    const struct {
+        std::string arguments, key, value;
+    } rows[] = {
+        {"report signature MAC --ip 10.0.0.7 --state DOWN --interface lan --category c --dhcp-options 1,3 "
+         "--dhcp-vendor 'v 1' --dhcp-hostname host --user-agent agent --producer 20",
+         "DeviceIP", "10.0.0.7"},
+        {"", "DeviceConnectionInterface", "lan"},
+        {"", "DeviceCategory", "c"},
+        {"", "DeviceDHCPOptions", "1,3"},
+        {"", "DeviceDHCPVendor", "v 1"},
+        {"", "DeviceHostname", "host"},
+        {"", "DeviceHua", "agent"},
+        {"report detail MAC --brand B --model M --type GARAGE --os O --mac-vendor V --producer 40", "DeviceBrand", "B"},
+        {"", "DeviceModel", "M"},
+        {"", "DeviceOS", "O"},
+        {"", "DeviceMacVendor", "V"},
+        {"", "DeviceTypeDPI", "GARAGE"},
+        {"", "DeviceTypeQuorvex", "IoT (Generic)"},
+        {"", "DisplayNameQuorvex", "B-M"},
+        {"report connection MAC --ssid '$(id)' --ap-mac 2.2.2 --signal -40 2>/dev/null || true", "ConnSSID", ""},
+        {"report connection MAC --ssid net --ap-mac 020a.0000.0002 --signal=-40 --link-rate 1 --download 2 --upload 3",
+         "ConnSSID", "net"},
+        {"", "ConnAPMac", "02:0A:00:00:00:02"},
+        {"", "DeviceSignalStrength", "-40"},
+        {"", "DeviceLinkRate", "1"},
+        {"", "DownloadBW", "2"},
+        {"", "UploadBW", "3"},
+        {"name 02abcd0f0001 \"Anna's \\\"TV\\\" %n%s\"", "DisplayNameCustom", "Anna's \"TV\" %n%s"},
+        {"name MAC list", "DisplayNameCustom", "list"},
+        {"name MAC -- --json", "DisplayNameCustom", "--json"},
+        {"name MAC '[a,b]'", "DisplayNameCustom", "[a,b]"},
+        {"name MAC " + dots, "DisplayNameCustom", dots.substr(0, 63)},
+        {"name MAC ''", "DisplayNameCustom", ""},
+        {"type MAC TV", "DeviceTypeCustom", "TV"},
+        {"model MAC m", "DisplayModelCustom", "m"},
+        {"brand MAC b", "DisplayBrandCustom", "b"},
+        {"block MAC", "AllowOrBlock", "block"},
+        {"allow MAC", "AllowOrBlock", "allow"},
+        {"set MAC name n2", "DisplayNameCustom", "n2"},
+        {"set MAC type t2", "DeviceTypeCustom", "t2"},
+        {"set MAC brand b2", "DisplayBrandCustom", "b2"},
+        {"set MAC model m2", "DisplayModelCustom", "m2"},
+        {"set MAC category c2", "DeviceCategory", "c2"},
+        {"set MAC uuid u2", "DeviceUUID", "u2"},
+        {"set MAC access block", "AllowOrBlock", "block"},
+        {"set MAC state DOWN", "Devicestate", "DOWN"},
+        {"set MAC tag BOTH", "IsTagged", "BOTH"},
+        {"set MAC ip 10.0.0.8", "DeviceIP", "10.0.0.8"},
+        {"set MAC interface i2", "DeviceConnectionInterface", "i2"},
+        {"set MAC ssid " + dots, "ConnSSID", dots.substr(0, 31)},
+        {"set MAC ssid ''", "ConnSSID", ""},
+        {"set MAC ap-mac 2-0-0-0-0-3", "ConnAPMac", "02:00:00:00:00:03"},
+        {"set MAC signal 1", "DeviceSignalStrength", "1"},
+        {"set MAC link-rate 2", "DeviceLinkRate", "2"},
+        {"set MAC download 3", "DownloadBW", "3"},
+        {"set MAC upload 4", "UploadBW", "4"},
+        {"set MAC dhcp-hostname h2", "DisplayNameDPI", "h2"},
+        {"set MAC dhcp-vendor v2", "DeviceDHCPVendor", "v2"},
+        {"set MAC dhcp-options 9", "DeviceDHCPOptions", "9"},
+        {"set MAC user-agent " + std::string(255, 'a'), "DeviceHua", std::string(255, 'a')},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.arguments + " | " + row.key);
+        std::string arguments = row.arguments;
+        if (const size_t at = arguments.find("MAC"); at != std::string::npos) arguments.replace(at, 3, MAC);
+        EXPECT_EQ(arguments.empty() ? 0 : run_tool(arguments).exit_code, 0);
+        EXPECT_EQ(nlohmann::json::parse(run_tool("show "s + MAC + " --json").out)[row.key], row.value);
+    }
+}
+
+TEST_F(ToolOnStore, ForgetsBlocksAndCounts) {
+    ASSERT_EQ(run_tool("report signature 2:0:0:0:0:a --ip 10.0.0.1 --state UP").exit_code, 0);
+    ASSERT_EQ(run_tool("report signature 2:0:0:0:0:b --ip 10.0.0.2 --state DOWN").exit_code, 0);
+    ASSERT_EQ(run_tool("report signature 2:0:0:0:0:c --ip 10.0.0.3 --state idle").exit_code, 0);
+    EXPECT_EQ(run_tool("block 2:0:0:0:0:a 2:0:0:0:0:d 2>/dev/null").exit_code, 1);
+    EXPECT_FALSE(has(run_tool("list").out, "block")) << "one is unknown, so none is changed";
+    EXPECT_EQ(run_tool("block 2:0:0:0:0:a 2:0:0:0:0:b").exit_code, 0);
+    EXPECT_EQ(run_tool("block 2:0:0:0:0:a 2>/dev/null").exit_code, 4);
+    EXPECT_EQ(run_tool("access on; " SARN_TOOL " upgrade on").exit_code, 0);
+    EXPECT_EQ(run_tool("upgrade --json").out, "{\n  \"upgrade\": true\n}\n");
+
+    auto status = nlohmann::json::parse(run_tool("status --json").out);
+    EXPECT_GT(status["size"], 0);
+    status.erase("size");
+    EXPECT_EQ(status, nlohmann::json({{"store", folder_ + "/store.mdb"},
+                                      {"used", 3},
+                                      {"up", 1},
+                                      {"offline", 1},
+                                      {"free", 253},
+                                      {"access", true},
+                                      {"upgrade", true}}));
+    EXPECT_EQ(nlohmann::json::parse(run_tool("list --state down --json").out)[0]["DeviceMAC"], "02:00:00:00:00:0B");
+
+    EXPECT_EQ(run_tool("forget 2:0:0:0:0:a 2>/dev/null").exit_code, 4);
+    EXPECT_EQ(run_tool("forget 2:0:0:0:0:b").exit_code, 0);
+    EXPECT_EQ(run_tool("forget 2:0:0:0:0:b 2>/dev/null").exit_code, 1);
+    EXPECT_EQ(run_tool("list --state free").out, "254 free rows: 1, 3-255\n");
+    EXPECT_EQ(nlohmann::json::parse(run_tool("list --state free --json").out)[0], nlohmann::json({{"row", 1}}));
+}
+
+TEST_F(ToolOnStore, TypesAreAllThereAndTheFirstOfTwoKeysCounts) {
+    const auto types = nlohmann::json::parse(run_tool("types --json").out);
+    EXPECT_EQ(types.size(), 151u);
+    const std::string words = run_tool("types").out;
+    for (const auto &row : types) EXPECT_TRUE(has(words, row["key"])) << row;
+    EXPECT_LT(words.find("GARAGE"), words.find("Security (Generic)"));
+    EXPECT_EQ(words.find("GARAGE"), words.rfind("GARAGE"));
+}
+
+TEST_F(ToolOnStore, LogLevelChoosesWhatIsSaid) {
+    EXPECT_EQ(run_tool("name 2:0:0:0:0:9 x 2>&1").out,
+              "sarn: cannot write the name of 02:00:00:00:00:09: no device with this MAC address (code -2)\n");
+    EXPECT_TRUE(has(run_tool("--log-level 4 name 2:0:0:0:0:9 x 2>&1").out, "sarn: 4 sarnapi:"));
+    EXPECT_FALSE(has(run_tool("--log-level 4 name 2:0:0:0:0:9 x 2>&1").out, "sarn: 1 "));
+    EXPECT_TRUE(has(run_tool("--log-level 1 list 2>&1").out, "sarn: 1 sarnapi:"));
+    EXPECT_EQ(nlohmann::json::parse(run_tool("--log-level 2 log-level --json").out)["level"], 2);
+    setenv("KORA_STORE", "/proc/none/store.mdb", 1);
+    EXPECT_TRUE(has(run_tool("list 2>&1").out, "sarn: KORA: "));
+    EXPECT_FALSE(has(run_tool("--log-level 5 list 2>&1").out, "KORA"));
+}
+
+}  // namespace

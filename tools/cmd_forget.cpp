@@ -1,0 +1,35 @@
+// sarn forget: takes a device that is not up out of the list.
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "arguments.h"
+#include "commands.h"
+#include "mac_text.h"
+#include "refusal.h"
+#include "session.h"
+
+namespace tool {
+
+namespace {
+
+ExitCode forget_device(const std::string &typed) {
+    const std::string mac = require_mac(typed);
+    const Session session;
+    require(Call::Forget, sarn_remove_macaddress_entry(mac.c_str()), "cannot forget " + mac);
+    // The library does not tell when the store refused a write.
+    std::string text = mac;
+    if (check_macaddress_entry(text.data()) >= 0)
+        throw Refusal(EXIT_NO_STORE, "not forgotten: " + mac + " is still in the list; the store may be full");
+    return EXIT_DONE;
+}
+
+}  // namespace
+
+Run setup_forget(CLI::App &command) {
+    const auto mac = std::make_shared<std::string>();
+    add_mac(command, *mac);
+    return [mac](Output &) { return forget_device(*mac); };
+}
+
+}  // namespace tool

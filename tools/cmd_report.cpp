@@ -1,0 +1,97 @@
+// sarn report: what a producer says of a device, whole records at a time.
+#include <CLI/CLI.hpp>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "arguments.h"
+#include "commands.h"
+#include "mac_text.h"
+#include "refusal.h"
+#include "report_fields.h"
+#include "session.h"
+#include "written.h"
+
+namespace tool {
+
+namespace {
+
+struct ReportOptions {
+    std::string mac;
+    std::vector<std::string> texts;  // one for each field of the record
+    int32_t producer = 0;
+};
+
+std::string require_text(const ReportField &field, const std::string &typed) {
+    require_length(typed, field.width - 1, std::string("--") + field.option);
+    if (field.form == ReportForm::Ip) return require_ip(typed);
+    if (field.form == ReportForm::Mac && !typed.empty()) return require_mac(typed);
+    return typed;
+}
+
+// A device that is not up may have to make room at once when the list is crowded.
+bool may_be_gone(const Refusal &refusal, const std::vector<Written> &texts) {
+    if (refusal.exit_code() != EXIT_NOT_FOUND) return false;
+    for (const auto &[field, text] : texts) {
+        if (field == &field_named("Devicestate") && text != "DOWN" && text != "unknown") return false;
+    }
+    return true;
+}
+
+ExitCode send_report(const Report &report, const ReportOptions &options) {
+    const std::string mac = require_mac(options.mac);
+    std::vector<char> record(report.size);
+    mac.copy(record.data() + report.mac_offset, mac.size());
+    std::vector<Written> written;
+    for (size_t i = 0; i < report.fields.size(); ++i) {
+        const ReportField &field = report.fields[i];
+        const std::string text = require_text(field, options.texts[i]);
+        text.copy(record.data() + field.offset, field.width - 1);
+        if (!text.empty() || field.is_cleared_by_empty) written.push_back({field.shown, text});
+    }
+    const Session session;
+    require(report.call, report.send(record.data(), options.producer), "cannot report " + mac);
+    try {
+        require_written(session, mac, written);
+    } catch (const Refusal &refusal) {
+        if (!may_be_gone(refusal, written)) throw;
+    }
+    return EXIT_DONE;
+}
+
+Run setup_one(CLI::App &command, const Report &report) {
+    const auto options = std::make_shared<ReportOptions>();
+    options->texts.resize(report.fields.size());
+    add_mac(command, options->mac);
+    for (size_t i = 0; i < report.fields.size(); ++i) {
+        const ReportField &field = report.fields[i];
+        CLI::Option *option =
+            command.add_option(std::string("--") + field.option, options->texts[i], field.help)->type_name("TEXT");
+        if (field.is_required) option->required();
+        if (field.needs != nullptr) option->needs(std::string("--") + field.needs);
+    }
+    add_producer(command, options->producer);
+    command.footer(report.footer);
+    return [options, &report](Output &) { return send_report(report, *options); };
+}
+
+}  // namespace
+
+Run setup_report(CLI::App &command) {
+    command.require_subcommand(0, 1);  // a missing one is refused below: the parser would say so of a misspelt one too
+    std::vector<std::pair<const CLI::App *, Run>> runs;
+    for (const Report &report : REPORTS) {
+        CLI::App *subcommand = command.add_subcommand(report.name, report.help);
+        subcommand->fallthrough();
+        runs.emplace_back(subcommand, setup_one(*subcommand, report));
+    }
+    return [runs](Output &output) -> ExitCode {
+        for (const auto &[subcommand, run] : runs) {
+            if (subcommand->parsed()) return run(output);
+        }
+        throw Refusal(EXIT_USAGE, "a kind of report is required; `sarn report --help` lists them");
+    };
+}
+
+}  // namespace tool

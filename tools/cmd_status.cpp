@@ -1,0 +1,98 @@
+// sarn status: how full the list is, where it is kept, and how the router's switches stand.
+#include <sys/stat.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "commands.h"
+#include "device_text.h"
+#include "json_text.h"
+#include "refusal.h"
+#include "session.h"
+
+namespace tool {
+
+namespace {
+
+struct Status {
+    std::string store;
+    int64_t size;
+    size_t used;
+    size_t up;
+    size_t offline;
+    bool access;
+    bool upgrade;
+};
+
+std::string store_path() {
+    const char *named = secure_getenv("KORA_STORE");
+    return named == nullptr || *named == '\0' ? "/run/kora/store.mdb" : named;
+}
+
+int64_t size_of_file(const std::string &path) {
+    struct stat file = {};
+    if (stat(path.c_str(), &file) != 0)
+        throw Refusal(EXIT_NO_STORE, "cannot read the size of the store " + path + ": " + strerror(errno));
+    return file.st_size;
+}
+
+Status read_status() {
+    const Session session;
+    Status status = {store_path(), 0, 0, 0, 0, session.is_access_control_on(), session.is_upgrade_on()};
+    status.size = size_of_file(status.store);
+    for (const uint32_t row : session.rows_in_use()) {
+        const auto device = session.read_device_if_used(row);
+        if (!device) continue;
+        ++status.used;
+        const std::string_view state = read_text(device->record, field_named("Devicestate"));
+        if (state == "UP") ++status.up;
+        if (state == "DOWN" || state == "unknown") ++status.offline;
+    }
+    return status;
+}
+
+std::string words_of_size(int64_t bytes) {
+    static constexpr int64_t KIB = 1024;
+    return std::to_string((bytes + KIB - 1) / KIB) + " KiB";
+}
+
+std::string words_of(const Status &status) {
+    const auto count = [](size_t rows) { return std::to_string(rows); };
+    const size_t other = status.used - status.up - status.offline;
+    return "store           " + escape_for_terminal(status.store) + " (" + words_of_size(status.size) + ")\n" +
+           "rows used       " + count(status.used) + " of " + count(SARN_ROWS) + "\n" + "  up            " +
+           count(status.up) + "\n" + "  offline       " + count(status.offline) + "\n" +
+           (other == 0 ? "" : "  other state   " + count(other) + "\n") + "rows free       " +
+           count(SARN_ROWS - status.used) + "\n" + "access control  " + (status.access ? "on" : "off") + "\n" +
+           "upgrade         " + (status.upgrade ? "on" : "off") + "\n";
+}
+
+std::string json_of(const Status &status) {
+    return dump({{"store", status.store},
+                 {"size", status.size},
+                 {"used", status.used},
+                 {"up", status.up},
+                 {"offline", status.offline},
+                 {"free", SARN_ROWS - status.used},
+                 {"access", status.access},
+                 {"upgrade", status.upgrade}});
+}
+
+}  // namespace
+
+Run setup_status(CLI::App &command) {
+    const auto as_json = std::make_shared<bool>(false);
+    command.add_flag("--json", *as_json, "Print one object; sizes are bytes");
+    return [as_json](Output &output) {
+        const Status status = read_status();
+        output.text += *as_json ? json_of(status) : words_of(status);
+        return EXIT_DONE;
+    };
+}
+
+}  // namespace tool

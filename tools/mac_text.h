@@ -1,0 +1,19 @@
+#ifndef SARN_TOOLS_MAC_TEXT_H
+#define SARN_TOOLS_MAC_TEXT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+// A MAC address in any spelling that people type or paste, as the library writes it: "02:AB:CD:EF:00:01". Nothing for
+// any other text.
+std::optional<std::string> read_mac(std::string_view typed);
+
+// The same for an argument. Throws Refusal, also for the address that stands for no device.
+std::string require_mac(std::string_view typed);
+
+}  // namespace tool
+
+#endif
