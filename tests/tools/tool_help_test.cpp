@@ -21,10 +21,13 @@ TEST(ManPage, NamesEveryCommandOptionAndField) {
 }
 
 TEST(ManPage, NamesEveryExport) {
-    const Result missing =
-        run("nm -D --defined-only " SARN_LIBRARY " | while read -r _ _ name; do tr -d '\\\\' <" SARN_SOURCE
-            "/man/libsarn.3.scd | grep -q \"\\*$name\\*\" || echo $name; done; echo end");
-    EXPECT_EQ(missing.out, "end\n");
+    for (const char *pair :
+         {SARN_LIBRARY " " SARN_SOURCE "/man/libsarn.3.scd", KORA_LIBRARY " " SARN_SOURCE "/man/kora.7.scd"}) {
+        const Result missing = run("set -- " + std::string(pair) +
+                                   "; nm -D --defined-only $1 | while read -r _ _ name; do "
+                                   "tr -d '\\\\' <$2 | grep -q \"\\*$name\\*\" || echo $name; done; echo end");
+        EXPECT_EQ(missing.out, "end\n") << pair;
+    }
 }
 
 TEST_F(ToolOnStore, CompletionOffersWhatTheToolTakes) {

@@ -146,7 +146,7 @@ TEST(SarnTool, CodesOfEachCallInWords) {
         {"refresh=19", "refresh", 4, "running already (code 19)"},
         {"refresh=-2", "refresh", 3, "not initialised"},
         {"save=0", "save", 0, ""},
-        {"save=-5", "save", 3, "refused (code -5)"},
+        {"save=-5", "save", 3, "not saved: the store could not write its copy (code -5)"},
         {"open=-1", "save", 3, "cannot be opened"},
     };
     for (const auto &row : rows) {
@@ -271,6 +271,17 @@ TEST_F(ToolOnStore, TypesAreAllThereAndTheFirstOfTwoKeysCounts) {
     EXPECT_EQ(words.find("GARAGE"), words.rfind("GARAGE"));
 }
 
+TEST_F(ToolOnStore, SavesWhereItIsTold) {
+    ASSERT_EQ(run_tool("report signature 2:0:0:0:0:a --ip 10.0.0.1 --state UP").exit_code, 0);
+    const Result nowhere = run_tool("save 2>&1");
+    EXPECT_EQ(nowhere.exit_code, 3);
+    EXPECT_TRUE(has(nowhere.out, "KORA_SAVE")) << nowhere.out;
+    const std::string saving_tool = "KORA_SAVE=" + folder_ + "/saved " SARN_TOOL;
+    EXPECT_EQ(run(saving_tool + " save").exit_code, 0);
+    for (const char *file : {"/store.mdb", "/store.mdb-lock"}) std::filesystem::remove(folder_ + file);
+    EXPECT_TRUE(has(run(saving_tool + " list").out, "02:00:00:00:00:0A"));
+}
+
 TEST_F(ToolOnStore, LogLevelChoosesWhatIsSaid) {
     EXPECT_EQ(run_tool("name 2:0:0:0:0:9 x 2>&1").out,
               "sarn: cannot write the name of 02:00:00:00:00:09: no device with this MAC address (code -2)\n");
@@ -278,6 +289,8 @@ TEST_F(ToolOnStore, LogLevelChoosesWhatIsSaid) {
     EXPECT_FALSE(has(run_tool("--log-level 4 name 2:0:0:0:0:9 x 2>&1").out, "sarn: 1 "));
     EXPECT_TRUE(has(run_tool("--log-level 1 list 2>&1").out, "sarn: 1 sarnapi:"));
     EXPECT_EQ(nlohmann::json::parse(run_tool("--log-level 2 log-level --json").out)["level"], 2);
+    const std::string levels = run_tool("--log-level 2 log-level").out;
+    EXPECT_TRUE(has(levels, "failures  <- now\n") && !has(levels, " \n")) << levels;
     setenv("KORA_STORE", "/proc/none/store.mdb", 1);
     EXPECT_TRUE(has(run_tool("list 2>&1").out, "sarn: KORA: "));
     EXPECT_FALSE(has(run_tool("--log-level 5 list 2>&1").out, "KORA"));
