@@ -104,6 +104,12 @@ int32_t kora_changes(void *handle, uint64_t *number);
  */
 int32_t kora_save(void *handle);
 
+/*
+ * The process that is writing now, or 0. Others that want to write wait until it is done, without end if it was
+ * stopped; reads go on. One that was killed while it wrote is told until the next write. A host may lack this call.
+ */
+int32_t kora_writing_process(void *handle, int32_t *process);
+
 /* Text to bytes: six two-digit hexadecimal pairs joined by colons, either case; a dotted quad. The whole text counts.
  */
 int32_t kora_string2mac(const char *text, uint8_t six[6]);

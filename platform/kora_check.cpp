@@ -172,15 +172,21 @@ bool check_tree(TreeWalk &walk) {
            walk.overflow_pages == tree.overflow_pages && walk.entries == tree.entries;
 }
 
-// LMDB checks both meta pages and goes by the younger.
+// LMDB checks both meta pages, finds the second by what the first says, and goes by the younger. Transactions write
+// them in turn, so an older one that was made the younger by damage is told by its number.
 bool read_meta(const uint8_t *bytes, size_t size, Meta &out_meta) {
+    Meta metas[META_PAGES];
     for (size_t i = 0; i < META_PAGES; ++i) {
         const auto header = read_struct<PageHeader>(bytes + i * size);
         const auto meta = read_struct<Meta>(bytes + i * size + HEADER_SIZE);
-        if ((header.flags & META) == 0 || meta.magic != MAGIC || meta.version != DATA_VERSION) return false;
-        if (i == 0 || meta.transaction > out_meta.transaction) out_meta = meta;
+        if ((header.flags & KIND) != META || meta.magic != MAGIC || meta.version != DATA_VERSION) return false;
+        if (meta.free_pages.page_size != size) return false;
+        metas[i] = meta;
     }
-    return true;
+    const size_t younger = metas[0].transaction < metas[1].transaction ? 1 : 0;
+    out_meta = metas[younger];
+    return out_meta.transaction % META_PAGES == younger &&
+           out_meta.transaction - metas[1 - younger].transaction == (out_meta.transaction == 0 ? 0 : 1);
 }
 
 FileLook look_at_pages(File &file) {
@@ -190,8 +196,8 @@ FileLook look_at_pages(File &file) {
     Meta meta;
     if (!read_meta(file.bytes, file.page_size, meta)) return look;
     const size_t page_count = STORE_SIZE / file.page_size;
-    const bool is_sound = meta.map_size == STORE_SIZE && meta.free_pages.page_size == file.page_size &&
-                          (meta.free_pages.flags & OF_TREES) == KEYS_ARE_NUMBERS && meta.values.flags == 0;
+    const bool is_sound =
+        meta.map_size == STORE_SIZE && (meta.free_pages.flags & OF_TREES) == KEYS_ARE_NUMBERS && meta.values.flags == 0;
     if (!is_sound || meta.last_page < META_PAGES - 1 || meta.last_page >= page_count) return look;
     file.last_page = meta.last_page;
     TreeWalk values = {file, meta.values, check_value, sizeof(Key)};

@@ -18,7 +18,6 @@ namespace {
 // The live store lies in memory, and after a power cut it is gone: nothing is synced. A reader belongs to an operation
 // and not to a thread, since a worker thread lives for one call.
 constexpr unsigned FLAGS = MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC;
-constexpr mode_t FILE_MODE = 0660;
 
 // Without a system call for each page, a write takes a quarter of the time. Only on a file that is reserved whole:
 // where no page is to be had, a mapping ends the process. The price is that a stray pointer of any daemon can reach the
@@ -127,7 +126,10 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     if (error == 0) error = mdb_get(txn, environment.values, &key, &value);
     if (error == 0) found = read_format(value.mv_data, value.mv_size);
     mdb_txn_commit(txn);  // not abort: it keeps the handle of `values`
-    return (error == 0 && origin_of(found) == Origin::Own) || refuse_origin(path, found, out_why);
+    // Which start of the machine it is from has been looked at, or others have it open now.
+    const Origin origin = origin_of(found);
+    return (error == 0 && origin != Origin::Foreign && origin != Origin::OtherVersion) ||
+           refuse_origin(path, found, out_why);
 }
 
 // LMDB opens the file by its name once more, and follows what the file says about its own size.
@@ -176,6 +178,8 @@ bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Envi
     if (error != 0) return refuse(out_why, "store %.300s: cannot be opened: %s", path.text, mdb_strerror(error));
     int dead_readers = 0;
     mdb_reader_check(environment.lmdb, &dead_readers);  // of killed processes; they would pile up
+    environment.writing_process = map_mark(folder, path);
+    environment.process = getpid();
     return check_mapping(path, environment, out_why) && check_format(path, environment, out_why);
 }
 
@@ -192,6 +196,7 @@ Finding open_present_store(const Folder &folder, const StorePath &path, Environm
 
 void drop_environment(Environment &environment) {
     if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+    unmap_mark(environment.writing_process);
     if (environment.claim_fd >= 0) close(environment.claim_fd);
     environment = Environment{};
 }
@@ -226,6 +231,7 @@ void close_environment(const StorePath &path, Environment &environment) {
 }
 
 void forget_environment(Environment &environment) {
+    unmap_mark(environment.writing_process);
     if (environment.claim_fd >= 0) close(environment.claim_fd);
     environment = Environment{};
 }

@@ -6,13 +6,16 @@
 
 #include "kora_files.h"
 #include "kora_key.h"
+#include "kora_mark.h"
 
 namespace kora {
 
 struct Environment {
     MDB_env *lmdb = nullptr;
     MDB_dbi values = 0;
-    int claim_fd = -1;  // holds the claim of claim_store_file for as long as it is open
+    int claim_fd = -1;                                // holds the claim of claim_store_file for as long as it is open
+    std::atomic<int32_t> *writing_process = nullptr;  // shared; 0 while nobody writes
+    int32_t process = 0;                              // this one
     dev_t device = 0;
     ino_t inode = 0;
     size_t room_until = 0;       // no transaction before this one needs to look for room

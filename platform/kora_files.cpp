@@ -19,7 +19,6 @@ constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
 constexpr char LOCK_SUFFIX[] = "-lock";
 constexpr char FRESH_SUFFIX[] = ".new";
 constexpr mode_t FOLDER_MODE = 0750;
-constexpr mode_t FILE_MODE = 0660;
 
 // 1,022 readers: LMDB takes as many as the file has room for. A killed reader keeps its place until it is looked for.
 constexpr off_t LOCK_SIZE = off_t{64} << 10;
@@ -47,8 +46,10 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
     return true;
 }
 
-// The rights that the group needs, whatever the umask of the process that happens to come first.
-bool reserve(int fd, off_t size) { return fchmod(fd, FILE_MODE) == 0 && (errno = posix_fallocate(fd, 0, size)) == 0; }
+bool is_suffixed(const StorePath &path, const char *suffix, const StorePath &whole) {
+    const size_t length = strlen(path.text);
+    return strncmp(whole.text, path.text, length) == 0 && strcmp(whole.text + length, suffix) == 0;
+}
 
 bool is_usable_lock_file(const Folder &folder, const FileName &name) {
     struct stat status;
@@ -60,6 +61,12 @@ bool is_usable_lock_file(const Folder &folder, const FileName &name) {
 
 Folder::~Folder() {
     if (fd >= 0) close(fd);
+}
+
+// A member of the group may not change the rights of a file that another user made, and need not.
+bool reserve(int fd, off_t size) {
+    (void)fchmod(fd, FILE_MODE);
+    return (errno = posix_fallocate(fd, 0, size)) == 0;
 }
 
 StandardDescriptors::StandardDescriptors() {
@@ -116,14 +123,20 @@ bool read_store_path(StorePath &out_path, Refusal &out_why) {
     return read_path(is_named(named) ? named : DEFAULT_STORE, "store", out_path, out_why);
 }
 
-bool read_saved_path(StorePath &out_path, Refusal &out_why) {
+bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_SAVE");
     const char *store = secure_getenv("KORA_STORE");
     // A store elsewhere is another list of devices, which must neither take over the router's nor replace it.
     const bool is_default_store = !is_named(store) || strcmp(store, DEFAULT_STORE) == 0;
     if (named == nullptr && is_default_store) named = DEFAULT_SAVED_COPY;
     out_path.text[0] = '\0';
-    return is_named(named) && read_path(named, "saved copy", out_path, out_why);
+    if (!is_named(named) || !read_path(named, "saved copy", out_path, out_why)) return false;
+    for (const char *suffix : {"", ".new", "~", ".1", ".1~", "-lock", "-writer"}) {
+        if (is_suffixed(store_path, suffix, out_path) || is_suffixed(out_path, suffix, store_path)) {
+            return refuse(out_why, "saved copy %.300s: would overwrite the store", out_path.text);
+        }
+    }
+    return true;
 }
 
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {

@@ -37,7 +37,7 @@ bool read_store_path(StorePath &out_path, Refusal &out_why);
 
 // From KORA_SAVE, or the default beside the default store. Empty when none is wanted, and refused without a reason
 // then.
-bool read_saved_path(StorePath &out_path, Refusal &out_why);
+bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why);
 
 // The path of a file beside the store.
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why);
@@ -60,6 +60,11 @@ struct FileName {
 FileName name_with(const StorePath &path, const char *suffix);
 
 bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error);
+
+inline constexpr mode_t FILE_MODE = 0660;
+
+// Gives the file its size, and the rights that the group needs, whatever the umask of who happens to come first.
+bool reserve(int fd, off_t size);
 
 // For as long as it lives no file opened by this process gets one of the descriptors 0 to 2, which a host that closed
 // them may take for its own output.

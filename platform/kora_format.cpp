@@ -21,7 +21,6 @@ Format own_format() {
     memcpy(format.magic, FORMAT_MAGIC, sizeof format.magic);
     const int fd = open(BOOT_ID, O_RDONLY | O_CLOEXEC);
     if (fd >= 0) {
-        // Where there is none, all starts of the machine look alike.
         if (read(fd, format.boot, sizeof format.boot) != sizeof format.boot) memset(format.boot, 0, sizeof format.boot);
         close(fd);
     }
@@ -32,7 +31,8 @@ Origin origin_of(const Format &found) {
     const Format own = own_format();
     if (memcmp(found.magic, own.magic, sizeof own.magic) != 0) return Origin::Foreign;
     if (found.version != own.version || found.schema != own.schema) return Origin::OtherVersion;
-    return memcmp(found.boot, own.boot, sizeof own.boot) == 0 ? Origin::Own : Origin::EarlierStart;
+    const bool is_same_start = own.boot[0] == '\0' || memcmp(found.boot, own.boot, sizeof own.boot) == 0;
+    return is_same_start ? Origin::Own : Origin::EarlierStart;
 }
 
 Format read_format(const void *bytes, size_t size) {

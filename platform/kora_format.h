@@ -20,6 +20,7 @@ static_assert(sizeof(Format) == 52, "no padding: it is compared as bytes");
 
 Format own_format();
 
+// A process that cannot tell this start of the machine takes every one for it.
 enum class Origin : uint8_t { Own, EarlierStart, OtherVersion, Foreign };
 Origin origin_of(const Format &found);
 

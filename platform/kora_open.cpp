@@ -131,7 +131,7 @@ uintptr_t open_handle(Refusal &out_why) {
     }
     if (handle_count == 0) {
         store_path = wanted;
-        choose_saved_copy(out_why);
+        choose_saved_copy(store_path, out_why);
     }
     if (environment.lmdb == nullptr && !open_store(out_why)) return 0;
     const uintptr_t handle = add_handle();

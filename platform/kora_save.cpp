@@ -63,9 +63,10 @@ Result write_image_to(const StorePath &path, const Image &image, bool is_waiting
     Folder folder;
     if (!open_folder(path, folder, out_why)) return FAILED;
     locked_folder = folder.fd;
-    const bool is_saved =
-        lock_folder(path, folder, is_waiting, out_why) && write_saved_copy(folder, path, image, out_why);
+    const bool is_locked = lock_folder(path, folder, is_waiting, out_why);
+    const bool is_saved = is_locked && write_saved_copy(folder, path, image, out_why);
     locked_folder = -1;
+    if (!is_locked && !is_waiting) out_why.text[0] = '\0';  // somebody else is at it, and that is no trouble
     return is_saved ? DONE : FAILED;
 }
 
@@ -85,9 +86,9 @@ Result save(const void *handle, bool is_waiting) {
 
 }  // namespace
 
-void choose_saved_copy(Refusal &out_why) {
+void choose_saved_copy(const StorePath &store_path, Refusal &out_why) {
     Refusal why;
-    if (!read_saved_path(saved_path, why) && why.text[0] != '\0') {
+    if (!read_saved_path(store_path, saved_path, why) && why.text[0] != '\0') {
         saved_path.text[0] = '\0';
         note(out_why, "%.500s", why.text);
     }

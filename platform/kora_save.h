@@ -8,7 +8,7 @@
 namespace kora {
 
 // At the first opening, from the surroundings of the process.
-void choose_saved_copy(Refusal &out_why);
+void choose_saved_copy(const StorePath &store_path, Refusal &out_why);
 bool has_saved_copy();
 
 // What a new store begins with; false when it begins empty. `store_folder` is the one that the caller holds locked.

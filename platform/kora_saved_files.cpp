@@ -13,7 +13,6 @@ namespace {
 constexpr char LAST[] = "";
 constexpr char BEFORE[] = ".1";
 constexpr char FRESH[] = ".new";
-constexpr mode_t FILE_MODE = 0660;
 
 enum class CopyState : uint8_t { Whole, Absent, Unreadable, Foreign, Newer, Damaged };
 
@@ -116,7 +115,8 @@ bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &
     if (is_kept && !move(folder, path, LAST, BEFORE, out_why)) return false;
     if (!is_kept && state != CopyState::Absent) set_aside(folder, path, LAST, reason_of(state), out_why);
     if (!move(folder, path, FRESH, LAST, out_why)) return false;
-    return fsync(folder.fd) == 0 || refuse_for(path, out_why, "its folder cannot be synced", errno);
+    // Some file systems have no such thing as syncing a folder.
+    return fsync(folder.fd) == 0 || errno == EINVAL || refuse_for(path, out_why, "its folder cannot be synced", errno);
 }
 
 }  // namespace kora

@@ -1,5 +1,6 @@
 #include "kora_transaction.h"
 
+#include <errno.h>
 #include <string.h>
 
 #include "kora.h"
@@ -84,5 +85,15 @@ extern "C" int32_t kora_changes(void *handle, uint64_t *number) {
         if (error == 0 && stored.size != sizeof *number) return MDB_CORRUPTED;
         if (error == 0) memcpy(number, stored.data, sizeof *number);
         return error;
+    });
+}
+
+extern "C" int32_t kora_writing_process(void *handle, int32_t *process) {
+    using namespace kora;
+    if (process == nullptr) return REFUSED;
+    return read_store(handle, [&](Walk &) {
+        if (environment.writing_process == nullptr) return ENOENT;
+        *process = environment.writing_process->load(std::memory_order_relaxed);
+        return 0;
     });
 }

@@ -15,6 +15,10 @@ Writer writer;
 
 namespace {
 
+void tell_who_writes(int32_t process) {
+    if (environment.writing_process != nullptr) environment.writing_process->store(process, std::memory_order_relaxed);
+}
+
 int begin_transaction() {
     writer = Writer{};
     if (environment.lmdb == nullptr) return ENOENT;
@@ -23,17 +27,20 @@ int begin_transaction() {
         writer.txn = nullptr;
         return error;
     }
+    tell_who_writes(environment.process);
     error = mdb_cursor_open(writer.txn, environment.values, &writer.walk.cursor);
     if (error == 0) {
         writer.is_limited = !has_room(environment, writer.txn);
         return 0;
     }
+    tell_who_writes(0);
     mdb_txn_abort(writer.txn);
     writer = Writer{};
     return error;
 }
 
 void abort_transaction() {
+    tell_who_writes(0);
     mdb_cursor_close(writer.walk.cursor);
     mdb_txn_abort(writer.txn);
     writer = Writer{};
@@ -102,6 +109,7 @@ int commit(bool &out_is_save_due) {
         abort_transaction();
         return error;
     }
+    tell_who_writes(0);
     mdb_cursor_close(writer.walk.cursor);
     error = mdb_txn_commit(writer.txn);
     writer = Writer{};

@@ -55,7 +55,11 @@ TEST_F(Saved, AllRowsAndFlagsComeBack) {
                 EXPECT_TRUE(is_written || found == expected) << sarn::spec_of(field).name << " " << row;
             }
         }
+        std::string calls;
+        faults::trace = &calls;
         EXPECT_EQ(kora_save(handle), 0);
+        faults::trace = nullptr;
+        EXPECT_EQ(calls, is_written ? "ocwsmms" : "") << "written, synced, moved, and the folder synced";
         const std::string copy = content_of(saved);
         lose_live_store();
         EXPECT_TRUE(content_of(saved) == copy);
@@ -256,6 +260,49 @@ TEST_F(Saved, ACutOrAFailureAtAnyCallLeavesTheLastOrTheOneBefore) {
     printf("%d positions\n", positions);
 }
 
+TEST_F(Saved, ADayOfStatesAndTenEditsIsTenSaves) {
+#ifdef KORA_SANITIZED
+    constexpr int MINUTES = 30;
+#else
+    constexpr int MINUTES = 24 * 60;
+#endif
+    constexpr int EDITS = 10;
+    open();
+    for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) {
+        ASSERT_EQ(kora_begin(handle, KORA_WRITING), 0);
+        for (int i = 0; i < sarn::DEVICE_FIELD_COUNT; ++i) {
+            const auto field = static_cast<Field>(i);
+            EXPECT_EQ(write_any(handle, field, row, make_value(sarn::spec_of(field).type, 'x')), 0);
+        }
+        for (const char *field : {"DeviceHostname", "DeviceMacVendor", "DeviceModel", "DeviceBrand", "DeviceOS"}) {
+            EXPECT_EQ(set("twenty characters or", field, row), 0);
+        }
+        ASSERT_EQ(kora_end(handle, 1), 0);
+    }
+    ASSERT_EQ(kora_save(handle), 0);
+    faults::bytes_written = 0;
+    int saves = 0;
+    for (int minute = 0; minute < MINUTES; ++minute) {
+        faults::seconds_later += 60;
+        const ino_t before_it = inode();
+        for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) {
+            const char *state = minute % 2 == 0 ? "DOWN" : "UP";
+            EXPECT_EQ(kora_begin(handle, KORA_WRITING), 0);
+            EXPECT_EQ(kora_set_enum(handle, "Sarnsignature", row, "Devicestate", state), 0);
+            EXPECT_EQ(set(std::to_string(1'700'000'000 + minute * 60 + row), "Timestamp", row), 0);
+            EXPECT_EQ(kora_end(handle, 1), 0);
+        }
+        EXPECT_EQ(inode(), before_it) << minute;
+        if (minute % (MINUTES / EDITS) == 0) {
+            EXPECT_EQ(set("edit " + std::to_string(minute), "DeviceTypeCustom", minute % sarn::ROW_COUNT), 0);
+        }
+        saves += inode() != before_it;
+    }
+    EXPECT_EQ(saves, EDITS);
+    printf("256 devices, %d minutes, %d edits: %zu bytes in %d saves\n", MINUTES, EDITS, faults::bytes_written.load(),
+           saves);
+}
+
 TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
     setenv("KORA_SAVE", (folder + "/none/none/saved").c_str(), 1);
     std::string log = log_of([&] {
@@ -266,10 +313,21 @@ TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
     });
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
     lose_live_store();
+    std::string said;
+    use(folder + "/store~");
+    for (const std::string &name : {path, path + "-lock", path + ".new", folder + "/store", folder + "/"}) {
+        setenv("KORA_SAVE", name.c_str(), 1);
+        log = opening_log();
+        EXPECT_NE(log.find(": "), std::string::npos) << name << " is taken";
+        said += log_of([&] { EXPECT_NE(kora_save(handle), 0) << name; });
+        lose_live_store();
+    }
     setenv("KORA_SAVE", "", 1);
     open();
     EXPECT_EQ(kora_set_bool(handle, "FeatureCfg", 0, "ACLEnable", 1), 0);
-    EXPECT_NE(log_of([&] { EXPECT_NE(kora_save(handle), 0); }).find("names no file"), std::string::npos);
+    EXPECT_NE(kora_save(handle), 0);
+    EXPECT_NE(said.find("names no file"), std::string::npos);
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
     lose_live_store();
     unsetenv("KORA_SAVE");
     open();

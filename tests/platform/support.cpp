@@ -50,7 +50,8 @@ int32_t read_any(void *handle, sarn::Field field, int32_t row, Value &value) {
 namespace {
 
 // -1 when this call is the one that fails.
-long forward(long number, long one = 0, long two = 0, long three = 0, long four = 0) {
+long forward(char letter, long number, long one = 0, long two = 0, long three = 0, long four = 0) {
+    if (faults::trace != nullptr) *faults::trace += letter;
     if (faults::calls_until > 0 && --faults::calls_until == 0) {
         faults::calls_until = -1;
         if (faults::is_killing) kill(getpid(), SIGKILL);
@@ -78,20 +79,22 @@ int openat(int folder, const char *name, int flags, ...) {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : 0;
     va_end(values);
     if ((flags & O_CREAT) == 0) return static_cast<int>(syscall(SYS_openat, folder, name, flags, mode));
-    return static_cast<int>(forward(SYS_openat, folder, address(name), flags, mode));
+    return static_cast<int>(forward('o', SYS_openat, folder, address(name), flags, mode));
 }
 
 ssize_t write(int fd, const void *bytes, size_t size) {
     // By halves, so that a cut in the middle is one of the states.
     const size_t half = faults::calls_until > 0 && size > 1 ? size / 2 : size;
-    return forward(SYS_write, fd, address(bytes), static_cast<long>(half));
+    const ssize_t written = forward('w', SYS_write, fd, address(bytes), static_cast<long>(half));
+    if (written > 0) faults::bytes_written += static_cast<size_t>(written);
+    return written;
 }
 
-int fsync(int fd) { return static_cast<int>(forward(SYS_fsync, fd)); }
+int fsync(int fd) { return static_cast<int>(forward('s', SYS_fsync, fd)); }
 
-int fchmod(int fd, mode_t mode) { return static_cast<int>(forward(SYS_fchmod, fd, mode)); }
+int fchmod(int fd, mode_t mode) { return static_cast<int>(forward('c', SYS_fchmod, fd, mode)); }
 
 int renameat(int from, const char *name, int to, const char *other) {
-    return static_cast<int>(forward(SYS_renameat, from, address(name), to, address(other)));
+    return static_cast<int>(forward('m', SYS_renameat, from, address(name), to, address(other)));
 }
 }

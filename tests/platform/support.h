@@ -25,12 +25,14 @@
 inline constexpr off_t STORE_SIZE = 8 << 20;
 inline constexpr int KILLED = -SIGKILL;
 
-// The library's own calls of the system go through functions of this program (system_faults.cpp): the clocks of this
+// The library's own calls of the system go through functions of this program (support.cpp): the clocks of this
 // process are later than they are, and the n-th call that changes a file kills the process or fails.
 namespace faults {
 inline std::atomic<int64_t> seconds_later{0};
 inline std::atomic<int> calls_until{0};  // 0: none
 inline std::atomic<bool> is_killing{false};
+inline std::atomic<size_t> bytes_written{0};
+inline std::string *trace = nullptr;  // one letter for each call: open, chmod, write, sync, move
 inline void arm(int call, bool kills) {
     is_killing = kills;
     calls_until = call;

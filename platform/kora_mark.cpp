@@ -1,0 +1,34 @@
+#include "kora_mark.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace kora {
+
+namespace {
+
+constexpr off_t MARK_SIZE = 4096;
+static_assert(std::atomic<int32_t>::is_always_lock_free, "it is shared between processes");
+
+}  // namespace
+
+std::atomic<int32_t> *map_mark(const Folder &folder, const StorePath &path) {
+    const FileName name = name_with(path, "-writer");
+    const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, FILE_MODE);
+    if (fd < 0) return nullptr;
+    struct stat status;
+    void *page = MAP_FAILED;
+    const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= MARK_SIZE;
+    if (is_file && is_owner_trusted(folder, status) && reserve(fd, MARK_SIZE)) {
+        page = mmap(nullptr, MARK_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    }
+    close(fd);
+    return page != MAP_FAILED ? static_cast<std::atomic<int32_t> *>(page) : nullptr;
+}
+
+void unmap_mark(std::atomic<int32_t> *mark) {
+    if (mark != nullptr) munmap(mark, MARK_SIZE);
+}
+
+}  // namespace kora
