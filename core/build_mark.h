@@ -17,7 +17,7 @@ void mark_build_current() SARN_REQUIRES(state_lock);
 // The state changed otherwise than by a rebuild: the next gate builds again.
 void forget_build() SARN_REQUIRES(state_lock);
 
-bool is_build_current() SARN_REQUIRES(state_lock);
+bool is_build_current() SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn
 

@@ -41,6 +41,12 @@ void leave_status(const void *request, int32_t &cell, int32_t status) {
 
 }  // namespace
 
+// Another thread of the parent may have held the lock at the fork.
+void forget_calls() SARN_UNCHECKED {
+    calls_lock = CallsLock{};
+    calls = nullptr;
+}
+
 WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     Call call = {request, SARN_ERR_THREAD, nullptr};
     link_call(call);

@@ -26,6 +26,9 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request);
 // The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be alive.
 [[noreturn]] void end_worker(const void *request, int32_t &cell, int32_t status);
 
+// After a fork, in the child: the calls that were running are the parent's.
+void forget_calls();
+
 template <typename Request>
 [[noreturn]] void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);

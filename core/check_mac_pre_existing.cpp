@@ -3,21 +3,25 @@
 
 namespace sarn {
 
+int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) {
+    for (int32_t word = SARN_BITMAP_WORDS - 1; word >= 0; --word) {
+        for (uint32_t rows = in_use[word]; rows != 0; rows &= rows - 1) {
+            const int32_t row = word * WORD_BITS + __builtin_ctz(rows);
+            if (is_same_mac(mapping_table[row].MACData, mac)) return row;
+        }
+    }
+    return SARN_ERR_NO_ROW;
+}
+
 bool check_mac_pre_existing(const char *mac, int32_t *row) {
     if (inuse_count <= 0) return false;
     RowBitmap in_use = {};
     const int32_t enquiry = sarn_table_enquiry_locked(in_use, SARN_BITMAP_WORDS);
     SARN_LOG(LookupBegins, __func__, __LINE__, mac);
-    if (enquiry != SARN_OK) return false;
-    for (int32_t word = SARN_BITMAP_WORDS - 1; word >= 0; --word) {
-        for (uint32_t rows = in_use[word]; rows != 0; rows &= rows - 1) {
-            const int32_t candidate = word * WORD_BITS + __builtin_ctz(rows);
-            if (!is_same_mac(mapping_table[candidate].MACData, mac)) continue;
-            *row = candidate;
-            return true;
-        }
-    }
-    return false;
+    const int32_t found = enquiry == SARN_OK ? row_in_use_of(mac, in_use) : SARN_ERR_NO_ROW;
+    if (!is_row(found)) return false;
+    *row = found;
+    return true;
 }
 
 }  // namespace sarn

@@ -59,6 +59,10 @@ GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock)
     return end;
 }
 
+void log_search(const char *mac, int32_t producer_id) {
+    SARN_LOG(FindOrCreateBegins, "check_update_mapping_table", __LINE__, mac, producer_id);
+}
+
 // A creation that another process came before leaves this process' table wrong; so does one that the store could not
 // keep.
 int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(state_lock) {
@@ -79,9 +83,21 @@ int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(s
 
 }  // namespace
 
-int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {
+int32_t find_known_row(char *mac) {
+    if (!is_store_open() || !is_build_current() || inuse_count <= 0) return SARN_ERR_NO_ROW;
     const MacText asked(mac);
-    SARN_LOG(FindOrCreateBegins, "check_update_mapping_table", __LINE__, asked.text, producer_id);
+    MacText wanted = asked;
+    upper_case(wanted.text, sizeof signature_record::mac);
+    const int32_t row = row_in_use_of(wanted.text, inuse_bitmap);
+    if (!is_row(row)) return SARN_ERR_NO_ROW;
+    log_search(asked.text, SARN_PRODUCER_LOOKUP_ONLY);
+    upper_case(mac, sizeof signature_record::mac);
+    SARN_LOG(LookupBegins, "check_mac_pre_existing", __LINE__, wanted.text);
+    return row;
+}
+
+int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {
+    log_search(MacText(mac).text, producer_id);
     if (pass_entry_gate("check_update_mapping_table") != SARN_OK) return SARN_ERR_REBUILD;
     if (initialised != 1) {
         SARN_LOG(UnauthorizedAccess);

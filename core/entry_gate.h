@@ -18,7 +18,10 @@ int32_t sync_global_data() SARN_REQUIRES(state_lock);
 // not open it touches neither the store nor the state.
 int32_t pass_entry_gate() SARN_REQUIRES(state_lock);
 
-// The same on behalf of `operation`, logging a failure in its name.
+// True when the gate would do nothing, as far as the shared lock lets one tell: false where the store tells no changes.
+bool is_entry_gate_open() SARN_REQUIRES_SHARED(state_lock);
+
+// pass_entry_gate on behalf of `operation`, logging a failure in its name.
 int32_t pass_entry_gate(const char *operation) SARN_REQUIRES(state_lock);
 
 // The gate of an operation whose work follows on a thread of its own.

@@ -17,7 +17,10 @@ int32_t sarn_table_enquiry_locked(uint32_t *words, int32_t word_count) SARN_REQU
 // True while a build runs; also while the host holds `mappingtablestatus` at 0, which keeps the gates from building.
 bool is_build_running();
 
-// Finds the row of an upper-case MAC text among the rows in use, the last word of the bitmap first.
+// The row of an upper-case MAC text among these rows, the last word of the bitmap first; SARN_ERR_NO_ROW.
+int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) SARN_REQUIRES_SHARED(state_lock);
+
+// The same among the rows in use as the gate leaves them.
 bool check_mac_pre_existing(const char *mac, int32_t *row) SARN_REQUIRES(state_lock);
 
 // A free row, the lowest first; a negative code when there is none.
@@ -26,6 +29,10 @@ int32_t first_free_index() SARN_REQUIRES(state_lock);
 // The row of a MAC, which gets the lowest free one when it has none; the letters among the first 18 bytes of `mac`
 // become upper case. Results as the exported call has them.
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
+
+// The look-up alone, beside other readers: finds what check_update_mapping_table_locked would find, and does and logs
+// what it would, when the gate is open and the MAC has a row. Otherwise SARN_ERR_NO_ROW, nothing done and nothing said.
+int32_t find_known_row(char *mac) SARN_REQUIRES_SHARED(state_lock);
 
 // The lowest row whose table entry holds a device with this upper-case MAC text; SARN_ERR_NO_ROW when there is none.
 int32_t lowest_row_of(const char *mac) SARN_REQUIRES_SHARED(state_lock);

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "core/duplicate_rows.h"
+#include "core/fork_guard.h"
 #include "core/group.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
@@ -55,6 +56,7 @@ int32_t sarn_init(void) {
         SARN_LOG(StoreOpenFailed);
         return SARN_ERR_STORE_OPEN;
     }
+    guard_forks();
     clear_row_state();
     (void)init_mapping_table_locked();
     (void)create_mapping_table_locked();

@@ -25,6 +25,8 @@
  *    groups of operations.
  *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
  *    hold whichever status was written last: use what the call returned.
+ *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
+ *    own picture of the rows. The logger is called in the middle of calls: it must neither call the library nor fork.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */
 #ifndef SARN_H

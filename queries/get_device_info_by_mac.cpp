@@ -15,6 +15,11 @@ namespace {
 
 int32_t fill_record(device_info_mac_request &request) {
     if (request.record == nullptr) return SARN_ERR_NULL_RECORD;
+    {
+        const Shared hold(state_lock);
+        const int32_t row = find_known_row(request.mac);
+        if (is_row(row)) return read_device_info(*request.record, row, SARN_ERR_ROW_LOST_DEVICE);
+    }
     const Exclusive hold(state_lock);
     if (initialised != 1) {
         SARN_LOG(UnauthorizedAccess);

@@ -1,3 +1,6 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -119,6 +122,41 @@ TEST_F(Concurrency, CallsThatMeetARebuildAnswerFromTheWholeTable) {
     rebuilder.join();
     for (std::thread &caller : callers) caller.join();
 }
+
+// Neither sanitizer lets a child of a process with threads go on.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Concurrency, AForkDuringARebuildLeavesAWholeChild) {
+    put_devices(20);
+    fake::set("general", 0, "SARNSyncTimestamp", "1");
+    start();
+    Door reached, go_on;
+    hold_build_at_row_5(reached, go_on);
+    std::thread rebuilder([] { EXPECT_EQ(get_total_sarn_entries_used(), 20); });
+    reached.pass();
+    std::atomic<bool> is_forking = false;
+    std::thread opener([&] {
+        while (!is_forking) std::this_thread::yield();
+        for (int i = 0; i < 10'000; ++i) std::this_thread::yield();
+        go_on.open();
+    });
+    is_forking = true;
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);  // a lock that nobody holds any more is waited for without end
+        const signature_record report = signature_of(mac_of(19));
+        _exit(get_total_sarn_entries_used() == 20 && find_row(mac_of(19)) == 19 &&
+                      update_device_signature(&report, 0) == SARN_OK
+                  ? 0
+                  : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    opener.join();
+    rebuilder.join();
+    EXPECT_EQ(find_row(mac_of(19)), 19);
+}
+#endif
 
 TEST_F(Concurrency, RowsAreNeitherSharedNorSplit) {
     fake::set("general", 0, "SARNSyncTimestamp", "-1");

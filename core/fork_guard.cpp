@@ -1,0 +1,34 @@
+#include "core/fork_guard.h"
+
+#include <pthread.h>
+
+#include "core/call.h"
+
+namespace sarn {
+
+namespace {
+
+bool is_guarding SARN_GUARDED_BY(state_lock) = false;
+
+// The thread that forks inside a change, from the host's logger, holds the lock already.
+bool is_taken_for_fork SARN_GUARDED_BY(state_lock) = false;
+
+void hold_state() SARN_UNCHECKED { is_taken_for_fork = pthread_rwlock_wrlock(&state_lock.rwlock) == 0; }
+
+void give_state_back() SARN_UNCHECKED {
+    if (is_taken_for_fork) state_lock.unlock();
+}
+
+void start_child() SARN_UNCHECKED {
+    // The lock knows its owner by the thread's number, which is another one here.
+    if (is_taken_for_fork) state_lock = StateLock{};
+    forget_calls();
+}
+
+}  // namespace
+
+void guard_forks() {
+    if (!is_guarding) is_guarding = pthread_atfork(hold_state, give_state_back, start_child) == 0;
+}
+
+}  // namespace sarn
