@@ -21,8 +21,10 @@ void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_
 }
 
 // Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile.
-bool is_row_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
+bool is_still_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
     static constexpr uint8_t NO_MAC[6] = {};
+    // What has not changed since the search needs no second one.
+    if (!has_groups() || is_build_current()) return true;
     for (int32_t other = 0; other < ROW_COUNT; ++other) {
         uint8_t held[6];
         if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) return false;
@@ -34,7 +36,6 @@ bool is_row_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_l
 
 // The row keeps the reset values of its other fields. Without a MAC that the store takes, nothing is written.
 GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
-    forget_build();
     {
         const ExportedMutex hold(mutex2);
         mapping_table[row].index = row;
@@ -42,16 +43,20 @@ GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock)
     }
     uint8_t mac[6] = {};
     const BoundedText<MAC_TEXT_LENGTH> address(mac_text);
-    if (!mac_from_text(address.text, mac)) return GroupEnd::Kept;
+    if (!mac_from_text(address.text, mac)) {
+        forget_build();
+        return GroupEnd::Kept;
+    }
 
     char state[sizeof device_info::Devicestate];
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
-        if (has_groups() && !is_row_free_for(row, mac)) return false;
+        if (!is_still_free_for(row, mac)) return false;
         write_mac_of_row(row, mac);
         announce_row_change();
         read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
         return true;
     });
+    forget_build();
     if (end == GroupEnd::Kept) {
         count_row_in_use(row);
         (void)note_state(row, state);
@@ -83,17 +88,17 @@ int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(s
 
 }  // namespace
 
-int32_t find_known_row(char *mac) {
+int32_t find_known_row(const char *mac) {
     if (!is_store_open() || !is_build_current() || inuse_count <= 0) return SARN_ERR_NO_ROW;
-    const MacText asked(mac);
-    MacText wanted = asked;
+    MacText wanted(mac);
     upper_case(wanted.text, sizeof signature_record::mac);
-    const int32_t row = row_in_use_of(wanted.text, inuse_bitmap);
-    if (!is_row(row)) return SARN_ERR_NO_ROW;
-    log_search(asked.text, SARN_PRODUCER_LOOKUP_ONLY);
+    return row_in_use_of(wanted.text, inuse_bitmap);
+}
+
+void tell_known_row(char *mac, int32_t producer_id) {
+    log_search(MacText(mac).text, producer_id);
     upper_case(mac, sizeof signature_record::mac);
-    SARN_LOG(LookupBegins, "check_mac_pre_existing", __LINE__, wanted.text);
-    return row;
+    SARN_LOG(LookupBegins, "check_mac_pre_existing", __LINE__, MacText(mac).text);
 }
 
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {

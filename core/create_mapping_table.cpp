@@ -24,26 +24,40 @@ void begin_build() {
 
 void end_build() { __atomic_store_n(&mappingtablestatus, uint8_t{1}, __ATOMIC_RELEASE); }
 
+// What a build reads before it is known to be whole.
+struct Build {
+    uint8_t macs[ROW_COUNT][6];
+    RowBitmap differing;  // rows whose mirror is to be mended
+};
+
+bool read_row_mac(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
+    if (!read_mac(Field::Sarnsignature_DeviceMAC, row, build.macs[row])) return false;
+    const MacBytesText text = mac_bytes_to_text(build.macs[row]);
+    mapping_table[row].index = row;
+    memcpy(mapping_table[row].MACData, text.text, sizeof text.text);
+    if (holds_device(row)) count_row_in_use(row);
+    return true;
+}
+
 // The mirror of a row's MAC in the connection table. In a snapshot it can only be compared; one that differs, which no
 // group of ours leaves behind, is noted and mended afterwards.
-void keep_mirror(int32_t row, const uint8_t (&mac)[6], RowBitmap &differing) SARN_REQUIRES(state_lock) {
+void keep_mirror(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
+    const uint8_t(&mac)[6] = build.macs[row];
     if (!has_groups()) {
         (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
         return;
     }
     uint8_t mirror[6];
     if (!read_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mirror) || memcmp(mirror, mac, sizeof mirror) != 0) {
-        set_row(differing, row);
+        set_row(build.differing, row);
     }
 }
 
-void mend_mirrors(const RowBitmap &differing) SARN_REQUIRES(state_lock) {
+void mend_mirrors(const Build &build) SARN_REQUIRES(state_lock) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
-        if (!has_row(differing, row)) continue;
+        if (!has_row(build.differing, row)) continue;
         (void)write_group([&]() SARN_REQUIRES(state_lock) {
-            uint8_t mac[6];
-            return holds_known_device(row) && read_mac(Field::Sarnsignature_DeviceMAC, row, mac) &&
-                   write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+            return holds_known_device(row) && write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, build.macs[row]);
         });
     }
 }
@@ -57,17 +71,26 @@ void note_offline(int32_t row) SARN_REQUIRES(state_lock) {
     add_gc_candidate(timestamp, row);
 }
 
-bool read_rows(RowBitmap &differing) SARN_REQUIRES(state_lock) {
+bool read_row_by_row(Build &build) SARN_REQUIRES(state_lock) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
-        uint8_t mac[6] = {};
-        if (!read_mac(Field::Sarnsignature_DeviceMAC, row, mac)) return false;
-        const MacBytesText text = mac_bytes_to_text(mac);
-        mapping_table[row].index = row;
-        memcpy(mapping_table[row].MACData, text.text, sizeof text.text);
-        if (strcmp(text.text, NO_DEVICE_MAC) == 0) continue;
-        count_row_in_use(row);
-        keep_mirror(row, mac, differing);
+        if (!read_row_mac(row, build)) return false;
+        if (!holds_device(row)) continue;
+        keep_mirror(row, build);
         note_offline(row);
+    }
+    return true;
+}
+
+// In one snapshot nobody sees the order, and one field of all rows lies side by side.
+bool read_field_by_field(Build &build) SARN_REQUIRES(state_lock) {
+    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+        if (!read_row_mac(row, build)) return false;
+    }
+    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+        if (holds_device(row)) keep_mirror(row, build);
+    }
+    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+        if (holds_device(row)) note_offline(row);
     }
     return true;
 }
@@ -83,13 +106,13 @@ int32_t create_mapping_table_locked() {
     bool all_read = false;
     {
         const ExportedMutex hold(mutex1);
-        RowBitmap differing = {};
+        Build build = {};
         all_read = read_group([&]() SARN_REQUIRES(state_lock) {
             note_build_number();
-            return read_rows(differing);
+            return has_groups() ? read_field_by_field(build) : read_row_by_row(build);
         });
         if (!all_read) SARN_LOG(MacUnreadable);
-        mend_mirrors(differing);
+        mend_mirrors(build);
     }
     if (!all_read) {
         end_build();

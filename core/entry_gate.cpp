@@ -72,7 +72,8 @@ bool is_entry_gate_passed(const char *operation) {
 
 bool is_rebuilt(const char *operation) {
     const Exclusive hold(state_lock);
-    return log_sync_failure(operation, is_store_open() ? sync_global_data() : SARN_OK) == SARN_OK;
+    const bool is_nothing_new = !is_store_open() || (!is_build_running() && is_build_current());
+    return log_sync_failure(operation, is_nothing_new ? SARN_OK : sync_global_data()) == SARN_OK;
 }
 
 bool is_entry_gate_passed_silently() {

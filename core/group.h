@@ -27,9 +27,10 @@ enum class GroupEnd : uint8_t {
     Failed    // the store could not begin or keep the group; nothing was written
 };
 
-// The body returns whether its writes are to be kept.
+// The body returns whether its writes are to be kept. It may need the lock exclusively, which its caller then holds;
+// clang cannot follow that through a template.
 template <typename Body>
-GroupEnd write_group(Body body) SARN_REQUIRES(state_lock) {
+GroupEnd write_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
     const bool is_grouped = has_groups();
     if (is_grouped && !begin_group(GroupMode::Writing)) return GroupEnd::Failed;
     const bool is_kept = body();
@@ -37,8 +38,7 @@ GroupEnd write_group(Body body) SARN_REQUIRES(state_lock) {
     return is_kept ? GroupEnd::Kept : GroupEnd::Dropped;
 }
 
-// Where no snapshot is to be had the body reads without one: its own reads tell what fails. A body may need the lock
-// exclusively, which its caller then holds; clang cannot follow that through a template.
+// Where no snapshot is to be had the body reads without one: its own reads tell what fails. The lock as above.
 template <typename Body>
 auto read_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
     const bool is_grouped = has_groups() && begin_group(GroupMode::Reading);
@@ -49,7 +49,7 @@ auto read_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
 
 // The check that comes first in a group that writes to a row: does the row still hold the device that this process
 // knows there? True without groups.
-bool holds_known_device(int32_t row) SARN_REQUIRES(state_lock);
+bool holds_known_device(int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn
 

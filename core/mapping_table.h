@@ -30,9 +30,13 @@ int32_t first_free_index() SARN_REQUIRES(state_lock);
 // become upper case. Results as the exported call has them.
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
 
-// The look-up alone, beside other readers: finds what check_update_mapping_table_locked would find, and does and logs
-// what it would, when the gate is open and the MAC has a row. Otherwise SARN_ERR_NO_ROW, nothing done and nothing said.
-int32_t find_known_row(char *mac) SARN_REQUIRES_SHARED(state_lock);
+// The look-up alone, beside other readers: the row that check_update_mapping_table_locked would find, when the gate is
+// open and the MAC has one; else SARN_ERR_NO_ROW. It does and logs nothing: tell_known_row does both, as that would.
+int32_t find_known_row(const char *mac) SARN_REQUIRES_SHARED(state_lock);
+void tell_known_row(char *mac, int32_t producer_id);
+
+// True when the table entry of the row holds a device.
+bool holds_device(int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 // The lowest row whose table entry holds a device with this upper-case MAC text; SARN_ERR_NO_ROW when there is none.
 int32_t lowest_row_of(const char *mac) SARN_REQUIRES_SHARED(state_lock);

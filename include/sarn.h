@@ -266,7 +266,7 @@ typedef struct {
 /*
  * Stores a report for a device that has a row. Gate; worker. `producer_id` as in update_device_signature.
  *   0
- *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER, SARN_ERR_MAC,
+ *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER,
  *   SARN_ERR_UNTERMINATED     as there
  *   SARN_ERR_NO_ROW           the MAC has no row
  */
@@ -368,9 +368,10 @@ typedef struct {
 /*
  * Stores a recogniser's findings for a device that has a row, derives display type and name from them, and, the first
  * time for a row while new-device notification is on, tells BRIX. Rebuilds whatever the sync timestamp says; worker,
- * and two more that it starts one after the other. 0                         stored; so also when the display type or
- * name could not be derived SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED,
- * SARN_ERR_PRODUCER, SARN_ERR_MAC, SARN_ERR_UNTERMINATED, SARN_ERR_NO_ROW  as update_connected_device_info
+ * and two more that it starts one after the other.
+ *   0                         stored; so also when the display type or name could not be derived
+ *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER,
+ *   SARN_ERR_MAC, SARN_ERR_UNTERMINATED, SARN_ERR_NO_ROW  as update_connected_device_info
  */
 SARN_API int32_t update_device_detail(const device_detail_record *record, int32_t producer_id);
 

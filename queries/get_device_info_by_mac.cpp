@@ -18,7 +18,10 @@ int32_t fill_record(device_info_mac_request &request) {
     {
         const Shared hold(state_lock);
         const int32_t row = find_known_row(request.mac);
-        if (is_row(row)) return read_device_info(*request.record, row, SARN_ERR_ROW_LOST_DEVICE);
+        if (is_row(row)) {
+            tell_known_row(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
+            return read_device_info(*request.record, row, SARN_ERR_ROW_LOST_DEVICE);
+        }
     }
     const Exclusive hold(state_lock);
     if (initialised != 1) {

@@ -42,7 +42,12 @@ protected:
         const std::string mac = any_mac();
         device_info record;
         uint32_t words[8];
-        switch (random_() % 10) {
+        switch (random_() % 11) {
+            case 10: {
+                device_detail_record found = {};
+                std::memcpy(found.mac, mac.c_str(), sizeof found.mac);
+                return update_device_detail(&found, 0);
+            }
             case 0:
             case 1: {
                 const signature_record report = signature_of(mac, any_state());
