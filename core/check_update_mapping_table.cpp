@@ -21,10 +21,11 @@ void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_
 }
 
 // Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile.
-bool is_still_free_for(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
+bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_text) SARN_REQUIRES(state_lock) {
     static constexpr uint8_t NO_MAC[6] = {};
-    // What has not changed since the search needs no second one.
-    if (!has_groups() || is_build_current()) return true;
+    if (!has_groups()) return true;
+    // The search for a free row may have rebuilt the table after the one for the MAC.
+    if (is_build_current()) return !has_row(inuse_bitmap, row) && !is_row(row_in_use_of(mac_text, inuse_bitmap));
     for (int32_t other = 0; other < ROW_COUNT; ++other) {
         uint8_t held[6];
         if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) return false;
@@ -50,7 +51,7 @@ GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock)
 
     char state[sizeof device_info::Devicestate];
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
-        if (!is_still_free_for(row, mac)) return false;
+        if (!is_still_free_for(row, mac, address.text)) return false;
         write_mac_of_row(row, mac);
         announce_row_change();
         read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);

@@ -24,11 +24,11 @@ enum class GroupMode : uint8_t { Reading, Writing };
 enum class GroupEnd : uint8_t {
     Kept,
     Dropped,  // the body found that what it was to do is no longer right; nothing was written
-    Failed    // the store could not begin or keep the group; nothing was written
+    Failed    // the store could not begin or keep the group, or one of its writes; nothing was written
 };
 
-// The body returns whether its writes are to be kept. It may need the lock exclusively, which its caller then holds;
-// clang cannot follow that through a template.
+// The body returns whether its writes are to be kept; when one of them failed none is. It may need the lock
+// exclusively, which its caller then holds; clang cannot follow that through a template.
 template <typename Body>
 GroupEnd write_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
     const bool is_grouped = has_groups();

@@ -26,6 +26,7 @@ int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
         return true;
     });
     if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
+    if (end == GroupEnd::Failed) return SARN_ERR_REBUILD;
     forget_build();
     mark_row_free(row);
     clear_row_bits(row);

@@ -1,5 +1,7 @@
 #include "core/store.h"
 
+#include <pthread.h>
+
 #include "core/group.h"
 #include "platform/kora.h"
 
@@ -21,6 +23,19 @@ bool call_store(Operation operation, Field field, int32_t row, Values... values)
     return is_store_open() && operation(store_handle, table_of(field).name, row, spec_of(field).name, values...) == 0;
 }
 
+// The thread that has a writing group open, of which the store allows one at a time; 0 for none.
+pthread_t group_writer = 0;
+bool has_group_write_failed = false;  // of that thread alone
+
+bool is_group_writer() { return __atomic_load_n(&group_writer, __ATOMIC_RELAXED) == pthread_self(); }
+
+template <typename Operation, typename... Values>
+bool write_to_store(Operation operation, Field field, int32_t row, Values... values) SARN_REQUIRES_SHARED(state_lock) {
+    const bool is_written = call_store(operation, field, row, values...);
+    if (!is_written && is_group_writer()) has_group_write_failed = true;
+    return is_written;
+}
+
 }  // namespace
 
 bool open_store() {
@@ -38,10 +53,20 @@ bool is_store_open() { return store_handle != nullptr; }
 bool has_groups() { return &kora_begin != nullptr && &kora_end != nullptr; }
 
 bool begin_group(GroupMode mode) {
-    return is_store_open() && kora_begin(store_handle, mode == GroupMode::Writing ? KORA_WRITING : KORA_READING) == 0;
+    const bool is_writing = mode == GroupMode::Writing;
+    if (!is_store_open() || kora_begin(store_handle, is_writing ? KORA_WRITING : KORA_READING) != 0) return false;
+    if (is_writing) {
+        has_group_write_failed = false;
+        __atomic_store_n(&group_writer, pthread_self(), __ATOMIC_RELAXED);
+    }
+    return true;
 }
 
-bool end_group(bool is_kept) { return kora_end(store_handle, is_kept ? 1 : 0) == 0; }
+bool end_group(bool is_kept) {
+    const bool is_whole = !is_group_writer() || !has_group_write_failed;
+    if (is_group_writer()) __atomic_store_n(&group_writer, pthread_t{0}, __ATOMIC_RELAXED);
+    return kora_end(store_handle, is_kept && is_whole ? 1 : 0) == 0 && is_whole;
+}
 
 bool read_change_number(uint64_t *number) {
     return &kora_changes != nullptr && is_store_open() && kora_changes(store_handle, number) == 0;
@@ -70,25 +95,29 @@ bool read_ipv4(Field field, int32_t row, uint8_t (&ip)[4]) { return call_store(k
 
 bool write_text(Field field, int32_t row, const char *text) {
     switch (spec_of(field).type) {
-        case Type::Ascii: return call_store(kora_set_ascii, field, row, text);
-        case Type::String: return call_store(kora_set_string, field, row, text);
-        case Type::Enum: return call_store(kora_set_enum, field, row, text);
+        case Type::Ascii: return write_to_store(kora_set_ascii, field, row, text);
+        case Type::String: return write_to_store(kora_set_string, field, row, text);
+        case Type::Enum: return write_to_store(kora_set_enum, field, row, text);
         default: return false;
     }
 }
 
 bool write_number(Field field, int32_t row, int32_t value) {
     switch (spec_of(field).type) {
-        case Type::Bool: return call_store(kora_set_bool, field, row, value);
-        case Type::Int: return call_store(kora_set_int, field, row, value);
-        case Type::Uint: return call_store(kora_set_uint, field, row, static_cast<uint32_t>(value));
+        case Type::Bool: return write_to_store(kora_set_bool, field, row, value);
+        case Type::Int: return write_to_store(kora_set_int, field, row, value);
+        case Type::Uint: return write_to_store(kora_set_uint, field, row, static_cast<uint32_t>(value));
         default: return false;
     }
 }
 
-bool write_mac(Field field, int32_t row, const uint8_t (&mac)[6]) { return call_store(kora_set_mac, field, row, mac); }
+bool write_mac(Field field, int32_t row, const uint8_t (&mac)[6]) {
+    return write_to_store(kora_set_mac, field, row, mac);
+}
 
-bool write_ipv4(Field field, int32_t row, const uint8_t (&ip)[4]) { return call_store(kora_set_ipv4, field, row, ip); }
+bool write_ipv4(Field field, int32_t row, const uint8_t (&ip)[4]) {
+    return write_to_store(kora_set_ipv4, field, row, ip);
+}
 
 bool write_reset_value(Field field, int32_t row) {
     static constexpr uint8_t NO_MAC[6] = {};

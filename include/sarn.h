@@ -17,6 +17,9 @@
  *     what follows the 17th character is ignored. IP text is a dotted quad.
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
  *
+ *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
+ *     keeps all of its writes to a row or none.
+ *
  * Caveats:
  *
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
@@ -337,7 +340,8 @@ typedef struct {
  *   0
  *   SARN_ERR_MAC              `mac` null or refused
  *   SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED
- *   SARN_ERR_REBUILD          before the removal, or after it: the row is reset then
+ *   SARN_ERR_REBUILD          before the removal, or after it: the row is reset then; also when a store that offers
+ *                             groups could not keep the removal: nothing done
  *   SARN_ERR_NO_ROW           the MAC has no row
  *   SARN_ERR_DEVICE_UP        nothing done
  */

@@ -40,7 +40,8 @@ int32_t remove_device(removal_request &request) {
     if (is_up(row)) return SARN_ERR_DEVICE_UP;
 
     SARN_LOG(RemovalResets);
-    if (reset_device_entry(row, is_to_be_removed) != SARN_OK) return refusal_of(row);
+    const int32_t reset = reset_device_entry(row, is_to_be_removed);
+    if (reset != SARN_OK) return reset == SARN_ERR_NO_ROW ? refusal_of(row) : reset;
     return pass_entry_gate(HANDLER_NAME) == SARN_OK ? SARN_OK : SARN_ERR_REBUILD;
 }
 

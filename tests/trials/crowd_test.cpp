@@ -1,0 +1,186 @@
+// Many processes and threads on the same devices, some of them killed.
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "tests/trials/trial.h"
+
+using namespace trial;
+
+namespace {
+
+constexpr int PROCESSES = 4;
+constexpr int THREADS = 4;
+constexpr int LASTING = 8;  // devices that nobody removes and that stay up
+constexpr int SHARED = 40;
+
+void tell(const char *name, int result) {
+    ++control->failures;
+    fprintf(stderr, "%s: result %d\n", name, result);
+}
+
+void make_any_call(std::mt19937 &random) {
+    const auto call = static_cast<Call>(random() % static_cast<unsigned>(Call::Count));
+    const bool is_ending = call == Call::Remove || call == Call::Offline;
+    const int device =
+        is_ending ? LASTING + static_cast<int>(random() % (SHARED - LASTING)) : static_cast<int>(random() % SHARED);
+    const auto begin = std::chrono::steady_clock::now();
+    const int result = make(call, device);
+    const long took =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin).count();
+    for (long longest = control->longest_us;
+         took > longest && !control->longest_us.compare_exchange_weak(longest, took);) {
+    }
+    if (!is_expected(call, result)) tell(name_of(call), result);
+    if (device < LASTING && result == SARN_ERR_NO_ROW) tell("a lasting device is lost", device);
+    ++control->calls;
+}
+
+int be_a_daemon(uint32_t seed, long calls) {
+    if (sarn_init() != SARN_OK) return 1;
+    std::vector<std::thread> threads;
+    for (uint32_t i = 0; i < THREADS; ++i) {
+        threads.emplace_back([=] {
+            std::mt19937 random(seed + i);
+            while (control->calls < calls) make_any_call(random);
+        });
+    }
+    for (std::thread &thread : threads) thread.join();
+    return 0;
+}
+
+long resident_pages() {
+    long size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident;
+}
+
+long open_descriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
+
+}  // namespace
+
+class Crowd : public TrialTest {};
+
+TEST_F(Crowd, ProcessesAndThreadsShareDevicesAndAreKilled) {
+    const long calls = 5'000L * scale();
+    const int kills = 20 * scale();
+    std::mt19937 random(seed());
+    fill(LASTING);
+    control->calls = control->failures = control->longest_us = 0;
+    std::vector<pid_t> daemons(PROCESSES);
+    const auto start = [&](pid_t &daemon) {
+        const auto own_seed = static_cast<uint32_t>(random());
+        daemon = start_process([=] { return be_a_daemon(own_seed, calls); });
+    };
+    for (pid_t &daemon : daemons) start(daemon);
+    for (int i = 1; i <= kills; ++i) {
+        while (control->calls < calls * i / (kills + 1)) usleep(100);
+        pid_t &daemon = daemons[random() % PROCESSES];
+        kill(daemon, SIGKILL);
+        EXPECT_EQ(end_of(daemon), KILLED);
+        start(daemon);
+    }
+    for (const pid_t daemon : daemons) EXPECT_EQ(end_of(daemon), 0);
+    printf("%ld calls, %d kills, the longest call %ld us\n", control->calls.load(), kills, control->longest_us.load());
+    EXPECT_EQ(control->failures, 0);
+    EXPECT_GE(check("at the end"), LASTING);
+    EXPECT_EQ(run_process([] {
+                  int missing = sarn_init();
+                  for (int i = 0; i < LASTING; ++i) missing += make(Call::Read, i) != SARN_OK;
+                  return missing;
+              }),
+              0);
+}
+
+TEST_F(Crowd, MoreClaimantsThanRows) {
+    constexpr int CLAIMANTS = 8;
+    constexpr int SHARED_MACS = 200;
+    std::mt19937 random(seed());
+    for (int round = 0; round < 2 * scale(); ++round) {
+        empty_store();
+        std::vector<pid_t> claimants;
+        for (int i = 0; i < CLAIMANTS; ++i) {
+            const auto own_seed = static_cast<uint32_t>(random());
+            claimants.push_back(start_process([=] {
+                std::vector<int> devices;
+                for (int n = 0; n < SHARED_MACS; ++n) devices.push_back(n);
+                for (int n = 0; n < 20; ++n) devices.push_back(1000 + 100 * i + n);
+                std::shuffle(devices.begin(), devices.end(), std::mt19937(own_seed));
+                int wrong = sarn_init() != SARN_OK;
+                for (const int device : devices) {
+                    const int result = make(Call::Signature, device);
+                    wrong += result != SARN_OK && result != SARN_ERR_NO_ROW;
+                    // Whoever has a row keeps it.
+                    if (result == SARN_OK) wrong += make(Call::Read, device) != SARN_OK;
+                }
+                return wrong;
+            }));
+        }
+        for (const pid_t claimant : claimants) EXPECT_EQ(end_of(claimant), 0);
+        EXPECT_EQ(check("round " + std::to_string(round)), 256);
+    }
+}
+
+TEST_F(Crowd, KilledReadersHoldNobodyUp) {
+    const int readers = 20 * scale();
+    fill(10);
+    struct stat before, after;
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    for (int i = 0; i < readers; ++i) {
+        control->calls = 0;
+        // One in ten is killed inside a read.
+        const bool is_inside = i % 10 == 0;
+        const pid_t reader = start_process([&] {
+            if (sarn_init() != SARN_OK) return 1;
+            if (is_inside) arm(Fault::KillBefore, 30);
+            std::vector<std::thread> threads;
+            for (int n = 0; n < 2; ++n) {
+                threads.emplace_back([n] {
+                    for (;;) control->calls += make(Call::Read, n) == SARN_OK;
+                });
+            }
+            for (std::thread &thread : threads) thread.join();
+            return 0;
+        });
+        while (!is_inside && control->calls < 20) usleep(100);
+        if (!is_inside) kill(reader, SIGKILL);
+        EXPECT_EQ(end_of(reader), KILLED);
+    }
+    EXPECT_EQ(run_process([] {
+                  int failed = sarn_init() != SARN_OK;
+                  for (int i = 0; i < 1000 * scale(); ++i)
+                      failed += make(i % 2 == 0 ? Call::Offline : Call::Signature, i % 10) != SARN_OK;
+                  return failed != 0;
+              }),
+              0);
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_EQ(after.st_size, before.st_size);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    check("after the readers");
+}
+
+TEST_F(Crowd, NothingGrows) {
+    fill(20);
+    EXPECT_EQ(run_process([] {
+                  if (sarn_init() != SARN_OK) return 1;
+                  std::mt19937 random(1);
+                  for (int i = 0; i < 1000; ++i) make_any_call(random);
+                  const long pages = resident_pages(), descriptors = open_descriptors();
+                  for (long i = 0; i < 5000L * scale(); ++i) make_any_call(random);
+                  printf("%ld pages, later %ld; %ld descriptors, later %ld\n", pages, resident_pages(), descriptors,
+                         open_descriptors());
+                  fflush(stdout);
+                  // The store's own pages become resident one by one, as they are first touched.
+                  constexpr long STORE_PAGES = (8 << 20) / 4096;
+                  return resident_pages() > pages + STORE_PAGES || open_descriptors() != descriptors ? 2 : 0;
+              }),
+              0);
+}

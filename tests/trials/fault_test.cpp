@@ -1,0 +1,104 @@
+// The n-th store operation or thread creation fails, for every n and every call, on the real store.
+#include "tests/trials/trial.h"
+
+using namespace trial;
+
+namespace {
+
+// Faults off, the same call again must do what it would have done; and a device that has a row keeps that one.
+int retry(Call call, int device) {
+    disarm();
+    const int again = make(call, device);
+    const int read = make(Call::Read, device);
+    const bool is_gone = call == Call::Remove;
+    const bool is_right = read == (is_gone ? SARN_ERR_UNKNOWN_DEVICE : SARN_OK);
+    return is_expected(call, again) && is_right ? 0 : 1;
+}
+
+// What a call may answer when its store fails it, besides what it may answer anyway.
+bool is_documented(int result) {
+    for (const int code : {SARN_OK, SARN_ERR_UNREADABLE, SARN_ERR_UNKNOWN_DEVICE, SARN_ERR_ROW_LOST_DEVICE,
+                           SARN_ERR_NO_ROW, SARN_ERR_REBUILD, SARN_ERR_NOTHING_CHANGED}) {
+        if (result == code) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+class FaultOnStore : public TrialTest {};
+
+TEST_F(FaultOnStore, EachOperationFailsOnceOrEverAfter) {
+    for (const Fault fault : {Fault::FailOnce, Fault::FailEver}) {
+        for (int c = 0; c < static_cast<int>(Call::Count); ++c) {
+            const auto call = static_cast<Call>(c);
+            int position = 1;
+            for (;; position += scale() > 1 || position < 40 ? 1 : 60) {
+                empty_store();
+                fill(3, call == Call::Remove ? "DOWN" : "UP");
+                control->has_fired = false;
+                const std::string when = std::string(name_of(call)) + " failing at " + std::to_string(position);
+                EXPECT_EQ(run_process([&] {
+                              if (!is_started()) return 10;
+                              arm(fault, position);
+                              const int result = make(call, 1);
+                              return is_documented(result) ? retry(call, 1) : 11;
+                          }),
+                          0)
+                    << when;
+                check(when);
+                if (!control->has_fired) break;
+            }
+            printf("%s: %d positions\n", name_of(call), position - 1);
+            EXPECT_GT(position, 1) << name_of(call);
+        }
+    }
+}
+
+TEST_F(FaultOnStore, ACreationThatCannotReadGivesNoSecondRow) {
+    for (int position = 1;; position += scale() > 1 ? 1 : 2) {
+        empty_store();
+        fill(3);
+        control->has_fired = false;
+        EXPECT_EQ(run_process([&] {
+                      if (!is_started()) return 10;
+                      arm(Fault::FailEver, position);
+                      (void)make(Call::Signature, 7);
+                      (void)make(Call::Signature, 1);
+                      disarm();
+                      return make(Call::Signature, 7) + make(Call::Signature, 1);
+                  }),
+                  0)
+            << position;
+        EXPECT_EQ(check("creation failing at " + std::to_string(position)), 4);
+        if (!control->has_fired) break;
+    }
+}
+
+TEST_F(FaultOnStore, EachThreadCreationFails) {
+    for (const Call call :
+         {Call::Signature, Call::Connection, Call::Detail, Call::Field, Call::Name, Call::Remove, Call::Read}) {
+        int thread = 1;
+        for (;; ++thread) {
+            empty_store();
+            fill(3, call == Call::Remove ? "DOWN" : "UP");
+            control->has_fired = false;
+            EXPECT_EQ(run_process([&] {
+                          if (!is_started()) return 10;
+                          arm(Fault::None, 0);
+                          control->thread_to_fail = thread;
+                          const int result = make(call, 1);
+                          control->thread_to_fail = 0;
+                          // A detail update goes on without its later threads.
+                          const bool is_told = thread > 1 || result == (control->has_fired ? SARN_ERR_THREAD : SARN_OK);
+                          return is_told ? retry(call, 1) : 11;
+                      }),
+                      0)
+                << name_of(call) << ", thread " << thread;
+            check(name_of(call));
+            if (!control->has_fired) break;
+        }
+        printf("%s: %d threads\n", name_of(call), thread - 1);
+        EXPECT_GT(thread, 1) << name_of(call);
+    }
+}

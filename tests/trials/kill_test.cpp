@@ -1,0 +1,228 @@
+// One process is killed or stopped at its n-th store operation, for every n, and others come after it or in between.
+#include <signal.h>
+
+#include <functional>
+
+#include "tests/trials/trial.h"
+
+namespace trial {
+
+namespace {
+
+constexpr int DEVICES = 3;
+constexpr int NEW_DEVICE = 7;
+
+struct Operation {
+    const char *name;
+    int devices;               // in the store before
+    const char *state;         // their state
+    std::function<int()> run;  // in a process of its own, started; 0 when it did what it should
+    bool counts_start = false;
+};
+
+// The next position; in the short form every `stride`-th of the first ones, and fewer where a rebuild reads all rows.
+int next_position(int position, int stride) {
+    if (scale() > 1) return position + 1;
+    return position + (position < 50 ? stride : 25);
+}
+
+int start_and(const std::function<int()> &run) { return sarn_init() == SARN_OK ? run() : -100; }
+
+int make_and_tell(Call call, int device) {
+    const int result = make(call, device);
+    return is_expected(call, result) ? 0 : 1;
+}
+
+const Operation OPERATIONS[] = {
+    {"creation", DEVICES, "UP", [] { return make(Call::Signature, NEW_DEVICE); }},
+    {"signature", DEVICES, "UP", [] { return make_and_tell(Call::Offline, 1); }},
+    {"connection", DEVICES, "UP", [] { return make_and_tell(Call::Connection, 1); }},
+    {"detail", DEVICES, "UP", [] { return make_and_tell(Call::Detail, 1); }},
+    {"removal", DEVICES, "DOWN", [] { return make_and_tell(Call::Remove, 1); }},
+    {"start", DEVICES, "UP", [] { return 0; }, true},
+    {"clean-up", 190, "DOWN", [] { return make(Call::Signature, 200); }},
+};
+
+}  // namespace
+
+class Kill : public TrialTest {
+protected:
+    // Runs the operation in a new process that meets the fault at this position.
+    int run_with(const Operation &operation, Fault fault, int position) {
+        return run_process([&] {
+            if (operation.counts_start) arm(fault, position);
+            if (!(operation.counts_start ? sarn_init() == SARN_OK : is_started())) return 2;
+            if (!operation.counts_start) arm(fault, position);
+            const int result = operation.run();
+            disarm();
+            return result == 0 ? 0 : 1;
+        });
+    }
+
+    void prepare(const Operation &operation) {
+        empty_store();
+        fill(operation.devices, operation.state);
+        if (operation.counts_start) make_duplicates();
+    }
+
+    // What no process of this library leaves behind, but an older store may hold: two rows of one device.
+    void make_duplicates();
+
+    std::string text_of(const Operation &operation, Fault fault, int position) {
+        return std::string(operation.name) + (fault == Fault::KillBefore ? " killed before " : " killed after ") +
+               std::to_string(position);
+    }
+};
+
+}  // namespace trial
+
+using namespace trial;
+
+extern "C" {
+void *kora_init_ex(void *);
+int32_t kora_destroy(void *);
+int32_t kora_set_mac(void *, const char *, int32_t, const char *, const uint8_t *);
+int32_t kora_set_enum(void *, const char *, int32_t, const char *, const char *);
+}
+
+void Kill::make_duplicates() {
+    ASSERT_EQ(run_process([] {
+                  void *handle = kora_init_ex(nullptr);
+                  const uint8_t mac[6] = {2, 0, 0, 0, 0, 1};
+                  int failed = kora_set_enum(handle, "sarngeneral", 0, "MappingComplete", "init");
+                  for (const char *table : {"DeviceIdList", "Sarnsignature", "ConnectDeviceinfo"}) {
+                      for (const int32_t row : {40, 90}) failed += kora_set_mac(handle, table, row, "DeviceMAC", mac);
+                  }
+                  return failed + kora_destroy(handle);
+              }),
+              0);
+}
+
+TEST_F(Kill, BeforeAndAfterEachOperationLeavesRowsOldOrNew) {
+    for (const Operation &operation : OPERATIONS) {
+        for (const Fault fault : {Fault::KillBefore, Fault::KillAfter}) {
+            int position = 1;
+            for (;; position = next_position(position, operation.devices > 100 || operation.counts_start ? 7 : 1)) {
+                prepare(operation);
+                const int end = run_with(operation, fault, position);
+                if (end != KILLED) {
+                    EXPECT_EQ(end, 0) << text_of(operation, fault, position);
+                    break;
+                }
+                const std::string when = text_of(operation, fault, position);
+                // A start that was cut off in the middle of its clearing leaves doubles, and none is half a device.
+                if (!operation.counts_start) check(when);
+                EXPECT_EQ(run_with(operation, Fault::None, 0), 0) << when << ": the same call again";
+                if (!operation.counts_start) check(when + ", and again");
+            }
+            printf("%s, killed %s: %d positions\n", operation.name, fault == Fault::KillBefore ? "before" : "after",
+                   position - 1);
+            EXPECT_GT(position, 1);
+        }
+    }
+}
+
+TEST_F(Kill, WhoComesNextIsKilledToo) {
+    int pairs = 0;
+    for (const Operation &operation : OPERATIONS) {
+        if (operation.devices > 100 || operation.counts_start) continue;
+        for (int first = 1;; first = next_position(first, 4)) {
+            bool is_first_killed = true;
+            for (int second = 1;; second = next_position(second, 4)) {
+                prepare(operation);
+                is_first_killed = run_with(operation, Fault::KillBefore, first) == KILLED;
+                const bool is_second_killed = run_with(operation, Fault::KillAfter, second) == KILLED;
+                check(text_of(operation, Fault::KillBefore, first) + ", the next at " + std::to_string(second));
+                ++pairs;
+                if (!is_first_killed || !is_second_killed) break;
+            }
+            if (!is_first_killed) break;
+        }
+        EXPECT_EQ(run_with(operation, Fault::None, 0), 0) << operation.name;
+        check(operation.name);
+    }
+    printf("%d pairs of positions\n", pairs);
+}
+
+class Stop : public TrialTest {
+protected:
+    // A is stopped at the position, B makes its whole call, A goes on. False when A never got there.
+    bool run_pair(Call a, Call b, int device, int position) {
+        control->has_fired = false;
+        const pid_t stopped = start_process([&] {
+            if (!is_started()) return 2;
+            arm(Fault::StopBefore, position);
+            const int result = make(a, device);
+            return is_expected(a, result) ? 0 : 1;
+        });
+        int status = 0;
+        EXPECT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
+        if (!WIFSTOPPED(status)) {
+            EXPECT_EQ(status, 0) << name_of(a);
+            return false;
+        }
+        const std::string when =
+            std::string(name_of(a)) + " stopped at " + std::to_string(position) + ", " + name_of(b) + " in between";
+        const bool is_b_to_wait = control->is_writing_group;
+        if (is_b_to_wait) {
+            EXPECT_EQ(run_process([&] { return start_and([&] { return make_and_tell(Call::Read, device); }); }), 0)
+                << when << ": a reader";
+            kill(stopped, SIGCONT);
+        }
+        EXPECT_EQ(run_process([&] { return start_and([&] { return make_and_tell(b, device); }); }), 0) << when;
+        if (!is_b_to_wait) kill(stopped, SIGCONT);
+        EXPECT_EQ(end_of(stopped), 0) << when;
+        check(when);
+        return true;
+    }
+};
+
+TEST_F(Stop, AnotherWritesInBetweenAndNothingIsMixed) {
+    int pairs = 0;
+    for (const Call a : WRITERS) {
+        for (const Call b : WRITERS) {
+            const char *state = a == Call::Remove || b == Call::Remove ? "DOWN" : "UP";
+            // All positions have their turn, with one pair or another.
+            const int offset = static_cast<int>(a) + static_cast<int>(b);
+            for (int position = 1 + (scale() > 1 ? 0 : offset % 6);; position = next_position(position, 6)) {
+                empty_store();
+                // A creation, where the report is of a device that is not there.
+                fill(a == Call::Signature && b == Call::Signature ? 1 : 2, state);
+                if (!run_pair(a, b, 1, position)) break;
+                ++pairs;
+            }
+        }
+    }
+    printf("%d pairs of calls and positions\n", pairs);
+    EXPECT_GT(pairs, 49);
+}
+
+TEST_F(Stop, TwoNewDevicesAndOneFreeRow) {
+    int position = 1;
+    for (;; position = next_position(position, 2)) {
+        empty_store();
+        fill(255);
+        control->has_fired = false;
+        const pid_t stopped = start_process([&] {
+            if (!is_started()) return 2;
+            arm(Fault::StopBefore, position);
+            const int result = make(Call::Signature, 300);
+            return result == SARN_OK ? 0 : result == SARN_ERR_NO_ROW ? 1 : 3;
+        });
+        int status = 0;
+        EXPECT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
+        if (!WIFSTOPPED(status)) break;
+        if (control->is_writing_group) kill(stopped, SIGCONT);
+        const int other = run_process([&] {
+            return start_and([] {
+                const int result = make(Call::Signature, 301);
+                return result == SARN_OK ? 0 : result == SARN_ERR_NO_ROW ? 1 : 3;
+            });
+        });
+        kill(stopped, SIGCONT);
+        EXPECT_EQ(other + end_of(stopped), 1) << "one has the row, at " << position;
+        EXPECT_EQ(check("last row, at " + std::to_string(position)), 256);
+    }
+    printf("%d positions\n", position - 1);
+    EXPECT_GT(position, 1);
+}
