@@ -26,8 +26,11 @@ extern "C" {
 /* The longest text that a field holds, in bytes, its NUL not counted. */
 enum { KORA_TEXT_MAX = 256 };
 
+/* The store of a process whose environment names none. */
+#define KORA_DEFAULT_STORE "/run/kora/store.mdb"
+
 /*
- * Opens the store that the environment variable KORA_STORE names (default "/run/kora/store.mdb"; the folder is made
+ * Opens the store that the environment variable KORA_STORE names (default KORA_DEFAULT_STORE; the folder is made
  * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. It is the list of this start
  * of the machine: who comes first and finds none, one from before the last restart, or a damaged one (set aside with
  * "~" behind its name) makes a new one from the saved copy. That is the file that KORA_SAVE names (default

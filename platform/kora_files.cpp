@@ -10,11 +10,12 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "kora.h"
+
 namespace kora {
 
 namespace {
 
-constexpr char DEFAULT_STORE[] = "/run/kora/store.mdb";
 constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
 constexpr char LOCK_SUFFIX[] = "-lock";
 constexpr char FRESH_SUFFIX[] = ".new";
@@ -120,14 +121,14 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
 
 bool read_store_path(StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_STORE");
-    return read_path(is_named(named) ? named : DEFAULT_STORE, "store", out_path, out_why);
+    return read_path(is_named(named) ? named : KORA_DEFAULT_STORE, "store", out_path, out_why);
 }
 
 bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_SAVE");
     const char *store = secure_getenv("KORA_STORE");
     // A store elsewhere is another list of devices, which must neither take over the router's nor replace it.
-    const bool is_default_store = !is_named(store) || strcmp(store, DEFAULT_STORE) == 0;
+    const bool is_default_store = !is_named(store) || strcmp(store, KORA_DEFAULT_STORE) == 0;
     if (named == nullptr && is_default_store) named = DEFAULT_SAVED_COPY;
     out_path.text[0] = '\0';
     if (!is_named(named) || !read_path(named, "saved copy", out_path, out_why)) return false;

@@ -1,5 +1,7 @@
-// sarn status: how full the list is, where it is kept, and how the router's switches stand.
+// sarn status: how full the list is, where it is kept, who holds its writers up, and how the router's switches stand.
+#include <signal.h>
 #include <sys/stat.h>
+#include <time.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -12,6 +14,7 @@
 #include "commands.h"
 #include "device_text.h"
 #include "json_text.h"
+#include "kora.h"
 #include "refusal.h"
 #include "session.h"
 
@@ -27,11 +30,12 @@ struct Status {
     size_t offline;
     bool access;
     bool upgrade;
+    int32_t stuck_writer;  // a process; 0 for none
 };
 
 std::string store_path() {
     const char *named = secure_getenv("KORA_STORE");
-    return named == nullptr || *named == '\0' ? "/run/kora/store.mdb" : named;
+    return named == nullptr || *named == '\0' ? KORA_DEFAULT_STORE : named;
 }
 
 int64_t size_of_file(const std::string &path) {
@@ -41,9 +45,29 @@ int64_t size_of_file(const std::string &path) {
     return file.st_size;
 }
 
+int32_t find_writer(void *store) {
+    int32_t process = 0;
+    return kora_writing_process(store, &process) == 0 ? process : 0;
+}
+
+// A writer is done in microseconds; one that is still there later was stopped. A dead one holds nobody up.
+int32_t find_stuck_writer() {
+    static constexpr timespec LONG_FOR_A_WRITE = {0, 200'000'000};
+    void *store = kora_init_ex(nullptr);
+    int32_t writer = find_writer(store);
+    if (writer != 0) {
+        nanosleep(&LONG_FOR_A_WRITE, nullptr);
+        const bool is_dead = kill(writer, 0) != 0 && errno == ESRCH;
+        if (is_dead || find_writer(store) != writer) writer = 0;
+    }
+    (void)kora_destroy(store);
+    return writer;
+}
+
 Status read_status() {
+    const int32_t stuck_writer = find_stuck_writer();
     const Session session;
-    Status status = {store_path(), 0, 0, 0, 0, session.is_access_control_on(), session.is_upgrade_on()};
+    Status status = {store_path(), 0, 0, 0, 0, session.is_access_control_on(), session.is_upgrade_on(), stuck_writer};
     status.size = size_of_file(status.store);
     for (const uint32_t row : session.rows_in_use()) {
         const auto device = session.read_device_if_used(row);
@@ -61,6 +85,12 @@ std::string words_of_size(int64_t bytes) {
     return std::to_string((bytes + KIB - 1) / KIB) + " KiB";
 }
 
+std::string words_of_writer(int32_t process) {
+    if (process == 0) return "";
+    return "writer          process " + std::to_string(process) +
+           " does not go on; all that write wait until it does or is killed\n";
+}
+
 std::string words_of(const Status &status) {
     const auto count = [](size_t rows) { return std::to_string(rows); };
     const size_t other = status.used - status.up - status.offline;
@@ -68,8 +98,8 @@ std::string words_of(const Status &status) {
            "rows used       " + count(status.used) + " of " + count(SARN_ROWS) + "\n" + "  up            " +
            count(status.up) + "\n" + "  offline       " + count(status.offline) + "\n" +
            (other == 0 ? "" : "  other state   " + count(other) + "\n") + "rows free       " +
-           count(SARN_ROWS - status.used) + "\n" + "access control  " + (status.access ? "on" : "off") + "\n" +
-           "upgrade         " + (status.upgrade ? "on" : "off") + "\n";
+           count(SARN_ROWS - status.used) + "\n" + words_of_writer(status.stuck_writer) + "access control  " +
+           (status.access ? "on" : "off") + "\n" + "upgrade         " + (status.upgrade ? "on" : "off") + "\n";
 }
 
 std::string json_of(const Status &status) {
@@ -79,6 +109,7 @@ std::string json_of(const Status &status) {
                  {"up", status.up},
                  {"offline", status.offline},
                  {"free", SARN_ROWS - status.used},
+                 {"stuck_writer", status.stuck_writer == 0 ? nlohmann::json() : nlohmann::json(status.stuck_writer)},
                  {"access", status.access},
                  {"upgrade", status.upgrade}});
 }

@@ -20,10 +20,11 @@ struct Operation {
     bool counts_start = false;
 };
 
-// The next position; in the short form every `stride`-th of the first ones, and fewer where a rebuild reads all rows.
+// The next position: in the short form every `stride`-th; and fewer far behind, where a rebuild reads all rows.
 int next_position(int position, int stride) {
-    if (scale() > 1) return position + 1;
-    return position + (position < 50 ? stride : 25);
+    const bool is_near = position < 50;
+    if (scale() > 1) return position + (is_near ? 1 : 5);
+    return position + (is_near ? stride : 25);
 }
 
 int start_and(const std::function<int()> &run) { return sarn_init() == SARN_OK ? run() : -100; }

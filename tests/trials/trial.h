@@ -49,7 +49,7 @@ inline constexpr Call WRITERS[] = {Call::Signature, Call::Connection, Call::Deta
                                    Call::Name,      Call::Block,      Call::Remove};
 const char *name_of(Call call);
 int make(Call call, int device);
-// Starts the library; in the short form the rows are known then, so that most positions are those of the writes.
+// Starts the library, and lets it know the rows: most positions after that are those of the writes.
 bool is_started();
 // A result that the call may have while others write to the same device.
 bool is_expected(Call call, int result);
