@@ -1,3 +1,5 @@
+#include <string.h>
+
 #include "core/log.h"
 #include "core/mapping_table.h"
 
@@ -7,7 +9,7 @@ int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) {
     for (int32_t word = SARN_BITMAP_WORDS - 1; word >= 0; --word) {
         for (uint32_t rows = in_use[word]; rows != 0; rows &= rows - 1) {
             const int32_t row = word * WORD_BITS + __builtin_ctz(rows);
-            if (is_same_mac(mapping_table[row].MACData, mac)) return row;
+            if (memcmp(mapping_table[row].MACData, mac, MAC_TEXT_LENGTH) == 0) return row;
         }
     }
     return SARN_ERR_NO_ROW;

@@ -78,7 +78,11 @@ int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(s
         if (check_mac_pre_existing(mac, &row)) return row;
         row = first_free_index();
         if (producer_id == SARN_PRODUCER_LOOKUP_ONLY) return SARN_ERR_LOOKUP_ONLY;
-        if (row < 0) return SARN_ERR_TABLE_FULL;
+        if (row < 0) {
+            // The search may have rebuilt the table: the last row may be this MAC's by now.
+            row = has_groups() ? row_in_use_of(mac, inuse_bitmap) : row;
+            return is_row(row) ? row : SARN_ERR_TABLE_FULL;
+        }
         const GroupEnd created = create_row(row, mac);
         if (created == GroupEnd::Kept) return row;
         if (sync_global_data() != SARN_OK) return SARN_ERR_REBUILD;

@@ -9,7 +9,7 @@ namespace sarn {
 
 bool is_same_mac(const char *left, const char *right) { return strncmp(left, right, MAC_TEXT_LENGTH) == 0; }
 
-bool holds_device(int32_t row) { return strcmp(mapping_table[row].MACData, NO_DEVICE_MAC) != 0; }
+bool holds_device(int32_t row) { return memcmp(mapping_table[row].MACData, NO_DEVICE_MAC, sizeof NO_DEVICE_MAC) != 0; }
 
 int32_t lowest_row_of(const char *mac) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {

@@ -17,7 +17,8 @@ int32_t sarn_table_enquiry_locked(uint32_t *words, int32_t word_count) SARN_REQU
 // True while a build runs; also while the host holds `mappingtablestatus` at 0, which keeps the gates from building.
 bool is_build_running();
 
-// The row of an upper-case MAC text among these rows, the last word of the bitmap first; SARN_ERR_NO_ROW.
+// The row of an upper-case MAC text, of which 17 bytes are read, among these rows, the last word of the bitmap first;
+// SARN_ERR_NO_ROW.
 int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) SARN_REQUIRES_SHARED(state_lock);
 
 // The same among the rows in use as the gate leaves them.
