@@ -1,95 +1,67 @@
-// What a call costs, to be read as multiples of one thread's creation and join, the floor of every call with a worker.
-#include <benchmark/benchmark.h>
-#include <pthread.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
+// Every subject in one program, so that one run interleaves them: this library, the floors, and what one would use
+// instead. To be read as multiples of one thread's creation and join in the same run.
 #include <cstring>
-#include <string>
 
-#include "include/sarn.h"
+#include "bench/alternative.h"
+#include "bench/by_hand.h"
+#include "bench/measure.h"
 
 namespace {
 
-std::string mac_of(int64_t number) {
-    char text[18];
-    std::snprintf(text, sizeof text, "02:00:00:00:%02X:%02X", static_cast<unsigned>(number >> 8 & 0xFF),
-                  static_cast<unsigned>(number & 0xFF));
-    return text;
-}
+using namespace bench;
 
-signature_record signature_of(int64_t number) {
-    signature_record record = {};
-    std::memcpy(record.mac, mac_of(number).c_str(), sizeof record.mac);
-    std::snprintf(record.ip, sizeof record.ip, "192.168.1.7");
-    std::snprintf(record.dhcp_hostname, sizeof record.dhcp_hostname, "device-%d", static_cast<int>(number));
-    std::snprintf(record.dhcp_options, sizeof record.dhcp_options, "1,3,6,15");
-    std::snprintf(record.dhcp_vendor, sizeof record.dhcp_vendor, "vendor");
-    std::snprintf(record.state, sizeof record.state, "UP");
-    return record;
-}
+constexpr int DEVICE = 3;  // known at every size
+constexpr int64_t CALLS = 1000;
+constexpr int64_t CALLS_BY_FIELD = 50;  // each is 35 exchanges
 
-// A store of its own on a tmpfs, with as many devices as the benchmark asks for.
-class Router : public benchmark::Fixture {
-public:
-    void SetUp(const benchmark::State &state) override {
-        path_ = "/dev/shm/sarn-bench-" + std::to_string(getpid()) + ".mdb";
-        setenv("KORA_STORE", path_.c_str(), 1);
-        __log_to_console = 0;
-        if (sarn_init() != SARN_OK) std::abort();
-        for (int64_t i = 0; i < state.range(0); ++i) {
-            const signature_record record = signature_of(i);
-            if (update_device_signature(&record, 0) != SARN_OK) std::abort();
-        }
-    }
-    void TearDown(const benchmark::State &) override {
-        (void)sarn_uninit();
-        unlink(path_.c_str());
-        unlink((path_ + "-lock").c_str());
-    }
-
-private:
-    std::string path_;
+struct NamedAlternative {
+    const char *name;
+    MakeAlternative make;
 };
+constexpr NamedAlternative ALTERNATIVES[] = {
+    {"sqlite", make_sqlite}, {"redis", make_redis}, {"dbus", make_dbus}, {"daemon", make_daemon}};
 
-void *do_nothing(void *) { return nullptr; }
-
-void thread_create_join(benchmark::State &state) {
-    for (auto _ : state) {
-        pthread_t thread;
-        if (pthread_create(&thread, nullptr, do_nothing, nullptr) != 0) std::abort();
-        pthread_join(thread, nullptr);
-    }
-}
-BENCHMARK(thread_create_join)->UseRealTime();
-
-BENCHMARK_DEFINE_F(Router, record_by_row)(benchmark::State &state) {
-    device_info record;
-    for (auto _ : state) {
-        if (get_device_info_at_index(&record, 3) != SARN_OK) std::abort();
-    }
+void measure_read(benchmark::State &state, MakeAlternative make, int devices) {
+    const auto store = make(devices);
+    const MacText mac = mac_of(DEVICE);
+    Record record = {};
+    measure(state, {}, [&](int64_t) { require(store->read_record(mac, record), "reading a record"); });
+    const Record expected = record_of(DEVICE);
+    require(std::memcmp(&record, &expected, sizeof record) == 0, "comparing the record");
 }
 
-BENCHMARK_DEFINE_F(Router, record_by_mac)(benchmark::State &state) {
-    device_info record;
-    const std::string mac = mac_of(3);
-    for (auto _ : state) {
-        if (get_device_info_by_mac(&record, mac.c_str()) != SARN_OK) std::abort();
-    }
+void measure_update(benchmark::State &state, MakeAlternative make, int devices, bool is_new) {
+    const auto store = make(devices);
+    const MacText mac = mac_of(DEVICE);
+    measure(state, {}, [&](int64_t turn) {
+        require(store->write_report(mac, report_of(DEVICE, is_new ? turn : -1)), "writing a report");
+    });
 }
 
-BENCHMARK_DEFINE_F(Router, signature_of_known_device)(benchmark::State &state) {
-    const signature_record record = signature_of(3);
-    for (auto _ : state) {
-        if (update_device_signature(&record, 0) != SARN_OK) std::abort();
+void register_alternatives() {
+    for (const int devices : SIZES) {
+        for (const NamedAlternative &one : ALTERNATIVES) {
+            register_benchmark(benchmark_name(one.name, "record_by_mac", devices), CALLS,
+                               [=](benchmark::State &state) { measure_read(state, one.make, devices); });
+            register_benchmark(benchmark_name(one.name, "signature_nothing_new", devices), CALLS,
+                               [=](benchmark::State &state) { measure_update(state, one.make, devices, false); });
+            register_benchmark(benchmark_name(one.name, "signature_all_new", devices), CALLS,
+                               [=](benchmark::State &state) { measure_update(state, one.make, devices, true); });
+        }
+        register_benchmark(benchmark_name("dbus_by_field", "record_by_mac", devices), CALLS_BY_FIELD,
+                           [=](benchmark::State &state) { measure_read(state, make_dbus_by_field, devices); });
+        register_benchmark(benchmark_name("floor", "record_by_hand", devices), CALLS, [=](benchmark::State &state) {
+            const auto store = make_by_hand(devices);
+            Record record;
+            measure(state, {}, [&](int64_t) { require(store->read_record(DEVICE, record), "a record by hand"); });
+        });
     }
 }
-
-BENCHMARK_REGISTER_F(Router, record_by_row)->Arg(10)->Arg(256)->UseRealTime();
-BENCHMARK_REGISTER_F(Router, record_by_mac)->Arg(10)->Arg(256)->UseRealTime();
-BENCHMARK_REGISTER_F(Router, signature_of_known_device)->Arg(10)->Arg(256)->UseRealTime();
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    bench::register_library(CALLS);
+    register_alternatives();
+    return bench::run_benchmarks(argc, argv);
+}

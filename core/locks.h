@@ -23,6 +23,8 @@ class SARN_THREAD_ANNOTATION(capability("state_lock")) StateLock {
 public:
     void lock() SARN_THREAD_ANNOTATION(acquire_capability()) { (void)pthread_rwlock_wrlock(&rwlock); }
     void unlock() SARN_THREAD_ANNOTATION(release_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
+    // False when this thread holds it exclusively already.
+    bool lock_unless_held() SARN_UNCHECKED { return pthread_rwlock_wrlock(&rwlock) == 0; }
     void lock_shared() SARN_THREAD_ANNOTATION(acquire_shared_capability()) { (void)pthread_rwlock_rdlock(&rwlock); }
     void unlock_shared() SARN_THREAD_ANNOTATION(release_shared_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
 

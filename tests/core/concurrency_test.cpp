@@ -1,10 +1,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <functional>
+#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
@@ -12,46 +11,29 @@
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
 
-namespace {
-
-template <typename Body>
-void run_threads(int count, Body body) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
-    for (std::thread &thread : threads) thread.join();
-}
-
-// A door that one thread holds shut for another.
-class Door {
-public:
-    void open() {
-        const std::lock_guard hold(lock_);
-        is_open_ = true;
-        changed_.notify_all();
-    }
-    void pass() {
-        std::unique_lock hold(lock_);
-        changed_.wait(hold, [this] { return is_open_; });
-    }
-
-private:
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool is_open_ = false;
-};
-
-}  // namespace
-
 class Concurrency : public LibraryTest {
 protected:
-    // Stops the first build that reads row 5 until `go_on` opens.
-    void hold_build_at_row_5(Door &reached, Door &go_on) {
-        fake::on_operation([&, held = std::make_shared<std::atomic<bool>>(false)](const std::string &line) {
-            if (line != "get_mac Sarnsignature 5 DeviceMAC" || held->exchange(true)) return;
-            reached.open();
-            go_on.pass();
-        });
+    static void run_threads(int count, const std::function<void(int)> &body) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
+        for (std::thread &thread : threads) thread.join();
     }
+    // Twenty devices, and a rebuild that has come to row 5 and waits there for `go_on_`.
+    void hold_rebuild() {
+        put_devices(20);
+        fake::set("general", 0, "SARNSyncTimestamp", "1");
+        start();
+        fake::on_operation([this](const std::string &line) {
+            if (line != "get_mac Sarnsignature 5 DeviceMAC" || is_held_.exchange(true)) return;
+            reached_.count_down();
+            go_on_.wait();
+        });
+        rebuilder_ = std::thread([] { EXPECT_EQ(get_total_sarn_entries_used(), 20); });
+        reached_.wait();
+    }
+    std::atomic<bool> is_held_ = false;
+    std::latch reached_{1}, go_on_{1};
+    std::thread rebuilder_;
 };
 
 TEST_F(Concurrency, EachCallGetsItsOwnResult) {
@@ -60,8 +42,7 @@ TEST_F(Concurrency, EachCallGetsItsOwnResult) {
     start();
     std::atomic<int> wrong = 0;
     run_threads(8, [&](int thread) {
-        const signature_record known = signature_of(mac_of(1));
-        const signature_record refused = signature_of("no address");
+        const signature_record known = signature_of(mac_of(1)), refused = signature_of("no address");
         device_info record;
         for (int i = 0; i < 250; ++i) {
             switch ((thread + i) % 5) {
@@ -76,84 +57,54 @@ TEST_F(Concurrency, EachCallGetsItsOwnResult) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(Concurrency, SecondBuildIsRefusedWithoutWaiting) {
-    start();
-    Door reached, go_on;
-    hold_build_at_row_5(reached, go_on);
-    std::thread builder([] { EXPECT_GE(create_mapping_table(), 0); });
-    reached.pass();
-    EXPECT_EQ(create_mapping_table(), SARN_ERR_BUILD_RUNNING);  // would never return if it waited
-    go_on.open();
-    builder.join();
-    EXPECT_GE(create_mapping_table(), 0);
-}
-
 TEST_F(Concurrency, CallsThatMeetARebuildAnswerFromTheWholeTable) {
-    put_devices(20);
-    fake::set("general", 0, "SARNSyncTimestamp", "1");
-    start();
-    Door reached, go_on;
-    hold_build_at_row_5(reached, go_on);
-    std::thread rebuilder([] { EXPECT_EQ(get_total_sarn_entries_used(), 20); });
-    reached.pass();
-    std::atomic<int> begun = 0;
-    std::vector<std::thread> callers;
-    for (int i = 0; i < 4; ++i) {
-        callers.emplace_back([&begun, i] {
-            ++begun;
-            device_info record;
-            const signature_record report = signature_of(mac_of(19));
-            if (i == 0) {
-                EXPECT_EQ(get_total_sarn_entries_used(), 20);
-            }
-            if (i == 1) {
-                EXPECT_EQ(find_row(mac_of(19)), 19);
-            }
-            if (i == 2) {
-                EXPECT_EQ(update_device_signature(&report, SARN_PRODUCER_LOOKUP_ONLY), SARN_OK);
-            }
-            if (i == 3) {
-                EXPECT_EQ(get_device_info_at_index(&record, 19), SARN_OK);
-            }
-        });
-    }
-    while (begun != 4) std::this_thread::yield();
-    go_on.open();
-    rebuilder.join();
-    for (std::thread &caller : callers) caller.join();
+    hold_rebuild();
+    EXPECT_EQ(create_mapping_table(), SARN_ERR_BUILD_RUNNING);  // would never return if it waited
+    const signature_record report = signature_of(mac_of(19));
+    device_info record;
+    const std::pair<std::function<int()>, int> calls[] = {
+        {get_total_sarn_entries_used, 20},
+        {[] { return find_row(mac_of(19)); }, 19},
+        {[&] { return update_device_signature(&report, SARN_PRODUCER_LOOKUP_ONLY); }, SARN_OK},
+        {[&] { return get_device_info_at_index(&record, 19); }, SARN_OK},
+    };
+    std::latch begun{4};
+    run_threads(5, [&](int i) {
+        if (i == 4) {
+            begun.wait();
+            go_on_.count_down();
+        } else {
+            begun.count_down();
+            EXPECT_EQ(calls[i].first(), calls[i].second) << i;
+        }
+    });
+    rebuilder_.join();
+    EXPECT_GE(create_mapping_table(), 0);
 }
 
 // Neither sanitizer lets a child of a process with threads go on.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(Concurrency, AForkDuringARebuildLeavesAWholeChild) {
-    put_devices(20);
-    fake::set("general", 0, "SARNSyncTimestamp", "1");
-    start();
-    Door reached, go_on;
-    hold_build_at_row_5(reached, go_on);
-    std::thread rebuilder([] { EXPECT_EQ(get_total_sarn_entries_used(), 20); });
-    reached.pass();
+    hold_rebuild();
     std::atomic<bool> is_forking = false;
     std::thread opener([&] {
         while (!is_forking) std::this_thread::yield();
         for (int i = 0; i < 10'000; ++i) std::this_thread::yield();
-        go_on.open();
+        go_on_.count_down();
     });
     is_forking = true;
     const pid_t child = fork();
     if (child == 0) {
         alarm(60);  // a lock that nobody holds any more is waited for without end
         const signature_record report = signature_of(mac_of(19));
-        _exit(get_total_sarn_entries_used() == 20 && find_row(mac_of(19)) == 19 &&
-                      update_device_signature(&report, 0) == SARN_OK
-                  ? 0
-                  : 1);
+        const bool is_whole = get_total_sarn_entries_used() == 20 && find_row(mac_of(19)) == 19;
+        _exit(is_whole && update_device_signature(&report, 0) == SARN_OK ? 0 : 1);
     }
     int status = -1;
     EXPECT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
     opener.join();
-    rebuilder.join();
+    rebuilder_.join();
     EXPECT_EQ(find_row(mac_of(19)), 19);
 }
 #endif
@@ -182,20 +133,14 @@ TEST_F(Concurrency, StoppingWaitsForNobodysHandle) {
     put_devices(10);
     start();
     std::atomic<bool> stop = false;
-    std::thread restarter([&] {
-        for (int i = 0; i < 50; ++i) {
-            (void)sarn_uninit();
-            (void)sarn_init();
-        }
-        stop = true;
-    });
-    run_threads(3, [&](int) {
+    run_threads(4, [&](int thread) {
+        for (int i = 0; thread == 0 && i < 50; ++i) (void)(sarn_uninit(), sarn_init());
+        if (thread == 0) stop = true;
         device_info record;
         while (!stop) {
             const int result = get_device_info_at_index(&record, 3);
             EXPECT_TRUE(result == SARN_OK || result == SARN_ERR_NOT_INITIALISED) << result;
         }
     });
-    restarter.join();
     EXPECT_EQ(fake::open_handles(), 1);
 }

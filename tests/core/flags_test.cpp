@@ -12,12 +12,12 @@ TEST_F(Flags, UpgradeMovesTheFirmwareSwitchOnce) {
         {"0", "init", 1, "switched"}, {"0", "INIT", 1, "switched"}, {"0", "Init", 1, "Init"},
         {"1", "init", 1, "init"},     {"1", "init", 0, "init"},     {"0", "init", 0, "init"},
     };
+    uint8_t flag = 9;
     for (const auto &c : cases) {
         fake::set("General", 0, "SARNTableupgradestatus", c.old_flag);
         fake::set("SarnFWupgrade", 0, "FWStatusswitch", c.old_switch);
         EXPECT_EQ(set_sarn_upgrade_status(c.flag), SARN_OK);
         EXPECT_EQ(fake::get("SarnFWupgrade", 0, "FWStatusswitch"), c.new_switch) << c.old_flag << c.old_switch;
-        uint8_t flag = 9;
         EXPECT_EQ(get_sarn_upgrade_status(&flag), SARN_OK);
         EXPECT_EQ(flag, c.flag);
     }
@@ -25,7 +25,6 @@ TEST_F(Flags, UpgradeMovesTheFirmwareSwitchOnce) {
     EXPECT_EQ(set_sarn_upgrade_status(1), SARN_STORE_FAILED);
     EXPECT_EQ(fake::get("General", 0, "SARNTableupgradestatus"), "1") << "the flag was written before";
     fake::fail_field("General", 0, "SARNTableupgradestatus");
-    uint8_t flag = 9;
     EXPECT_EQ(get_sarn_upgrade_status(&flag), SARN_STORE_FAILED);
     EXPECT_EQ(get_sarn_upgrade_status(nullptr), SARN_STORE_FAILED);
 }

@@ -20,7 +20,7 @@ TEST_F(Lifecycle, RefusesWhatDoesNotFitItsState) {
 
 TEST_F(Lifecycle, SecondStartCountsFromZero) {
     put_devices(3);
-    fake::set("general", 0, "SARNSyncTimestamp", "-1");  // no gate rebuilds, so the count is the start's own
+    stop_rebuilds();  // so the count is the start's own
     start();
     ASSERT_EQ(sarn_uninit(), SARN_OK);
     start();
@@ -32,27 +32,22 @@ TEST_F(Lifecycle, ClosedLibraryTouchesNeitherStoreNorState) {
     start();
     ASSERT_EQ(sarn_uninit(), SARN_OK);
     const int before = fake::operations();
-    char mac[18] = "02:00:00:00:00:01";
     device_info record;
-    const signature_record report = signature_of(mac);
     EXPECT_EQ(get_total_sarn_entries_used(), SARN_ERR_NOT_INITIALISED);
-    EXPECT_EQ(check_update_mapping_table(mac, 0), SARN_ERR_NOT_INITIALISED);
+    EXPECT_EQ(find_row(mac_of(1)), SARN_ERR_NOT_INITIALISED);
     EXPECT_EQ(create_mapping_table(), SARN_ERR_UNREADABLE);
     EXPECT_EQ(get_device_info_at_index(&record, 0), SARN_ERR_NOT_INITIALISED);
-    EXPECT_EQ(update_device_signature(&report, 0), SARN_ERR_NOT_INITIALISED);
+    EXPECT_EQ(report(mac_of(1)), SARN_ERR_NOT_INITIALISED);
     EXPECT_EQ(fake::operations(), before);
 }
 
-struct DuplicateCase {
-    const char *name;
-    const char *progress;
-    std::vector<std::pair<int, const char *>> rows;  // row and "Timestamp", all of one MAC
-    std::vector<int> surviving;
-    const char *progress_after;
-};
-
 TEST_F(Lifecycle, FirstStartKeepsTheNewestOfEachMac) {
-    const DuplicateCase cases[] = {
+    const struct {
+        const char *name, *progress;
+        std::vector<std::pair<int, const char *>> rows;  // row and "Timestamp", all of one MAC
+        std::vector<int> surviving;
+        const char *progress_after;
+    } cases[] = {
         {"older goes", "init", {{3, "100"}, {9, "200"}}, {9}, "done"},
         {"newest of three", "init", {{1, "100"}, {2, "300"}, {3, "200"}}, {2}, "done"},
         {"equal in one word: higher stays", "init", {{33, "7"}, {40, "7"}}, {40}, "done"},
@@ -61,8 +56,7 @@ TEST_F(Lifecycle, FirstStartKeepsTheNewestOfEachMac) {
         {"not the first start", "done", {{3, "100"}, {9, "200"}}, {3, 9}, "done"},
         {"first start elsewhere", "going", {{3, "100"}, {9, "200"}}, {3, 9}, "going"},
     };
-    for (const DuplicateCase &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &c : cases) {
         SetUp();
         fake::set("sarngeneral", 0, "MappingComplete", c.progress);
         put_device(100, mac_of(100));
@@ -70,13 +64,13 @@ TEST_F(Lifecycle, FirstStartKeepsTheNewestOfEachMac) {
         start();
         std::vector<int> surviving;
         for (int row = 0; row < 256; ++row) {
-            if (fake::get("Sarnsignature", row, "DeviceMAC") == mac_of(1)) surviving.push_back(row);
+            if (mac_in(row) == mac_of(1)) surviving.push_back(row);
         }
-        EXPECT_EQ(surviving, c.surviving);
-        EXPECT_EQ(fake::get("Sarnsignature", 100, "DeviceMAC"), mac_of(100));
-        EXPECT_EQ(fake::get("sarngeneral", 0, "MappingComplete"), c.progress_after);
-        EXPECT_EQ(get_total_sarn_entries_used(), static_cast<int>(c.surviving.size()) + 1);
-        (void)sarn_uninit();
+        EXPECT_EQ(surviving, c.surviving) << c.name;
+        EXPECT_EQ(mac_in(100), mac_of(100)) << c.name;
+        EXPECT_EQ(fake::get("sarngeneral", 0, "MappingComplete"), c.progress_after) << c.name;
+        EXPECT_EQ(get_total_sarn_entries_used(), static_cast<int>(c.surviving.size()) + 1) << c.name;
+        TearDown();
     }
 }
 
@@ -86,7 +80,7 @@ TEST_F(Lifecycle, StartCleansUpFrom180RowsOn) {
         put_devices(rows);
         put_device(7, mac_of(7), "DOWN", "5");
         start();
-        EXPECT_EQ(fake::get("Sarnsignature", 7, "DeviceMAC"), rows < 180 ? mac_of(7) : "00:00:00:00:00:00") << rows;
-        (void)sarn_uninit();
+        EXPECT_EQ(mac_in(7), rows < 180 ? mac_of(7) : NO_DEVICE) << rows;
+        TearDown();
     }
 }

@@ -6,10 +6,9 @@ class Display : public LibraryTest {
 protected:
     void SetUp() override {
         LibraryTest::SetUp();
-        FingPostProcessorName = 0;
-        FingPostProcessorType = 0;
+        FingPostProcessorName = FingPostProcessorType = 0;
         put_device(3, "00:11:22:AA:BB:CC");
-        fake::set("general", 0, "SARNSyncTimestamp", "-1");
+        stop_rebuilds();
         start();
     }
     static constexpr const char *MAC = "00:11:22:aa:bb:cc";
@@ -30,9 +29,8 @@ TEST_F(Display, NameIsComposedFromWhatIsKnown) {
         fake::set("DeviceIdList", 3, "DeviceMacVendor", c.vendor);
         EXPECT_EQ(update_device_displayname(MAC, "mine", 4, 20), SARN_OK);
         EXPECT_EQ(take_row_writes(),
-                  (std::vector<std::string>{"set_string DeviceIdList 3 DisplayNameCustom mine",
-                                            "set_uint BRIXNotifyCDUPDATE 0 IndexCD 3",
-                                            "set_ascii DeviceIdList 3 DisplayNameQuorvex " + c.composed}));
+                  (Lines{"set_string DeviceIdList 3 DisplayNameCustom mine", "set_uint BRIXNotifyCDUPDATE 0 IndexCD 3",
+                         "set_ascii DeviceIdList 3 DisplayNameQuorvex " + c.composed}));
     }
     FingPostProcessorName = 1;
     EXPECT_EQ(update_device_displayname(MAC, "other", 5, 20), SARN_OK);
@@ -41,51 +39,49 @@ TEST_F(Display, NameIsComposedFromWhatIsKnown) {
 
 TEST_F(Display, TypeFoldsForTheRecogniserAndStaysForTheUser) {
     struct {
-        const char *name, *type;
+        const char *name, *before, *type;
         uint8_t flag;
         const char *field, *stored;
         bool is_announced;
         uint8_t flag_after;
     } const cases[] = {
-        {"key", "WEBCAM", 1, "DeviceTypeQuorvex", "Camera", false, 0},
-        {"key that stands twice", "GARAGE", 1, "DeviceTypeQuorvex", "IoT (Generic)", false, 0},
-        {"unknown, none before", "SPACESHIP", 1, "DeviceTypeQuorvex", "Network (Generic)", false, 1},
-        {"user's key", "WEBCAM", 0, "DeviceTypeCustom", "WEBCAM", false, 0},
-        {"user's display type", "Camera", 0, "DeviceTypeCustom", "Camera", false, 0},
-        {"user's own", "Spaceship", 0, "DeviceTypeCustom", "Spaceship", true, 0},
-        {"user's empty", "", 0, "DeviceTypeCustom", "", true, 0},
+        {"key", "", "WEBCAM", 1, "DeviceTypeQuorvex", "Camera", false, 0},
+        {"key that stands twice", "", "GARAGE", 1, "DeviceTypeQuorvex", "IoT (Generic)", false, 0},
+        {"unknown, none before", "", "SPACESHIP", 1, "DeviceTypeQuorvex", "Network (Generic)", false, 1},
+        {"unknown, one before", "TV", "SPACESHIP", 1, "DeviceTypeQuorvex", "TV", false, 1},
+        {"user's key", "", "WEBCAM", 0, "DeviceTypeCustom", "WEBCAM", false, 0},
+        {"user's display type", "", "Camera", 0, "DeviceTypeCustom", "Camera", false, 0},
+        {"user's own", "", "Spaceship", 0, "DeviceTypeCustom", "Spaceship", true, 0},
+        {"user's empty", "", "", 0, "DeviceTypeCustom", "", true, 0},
     };
     for (const auto &c : cases) {
-        fake::set("DeviceIdList", 3, "DeviceTypeQuorvex", "");
+        fake::set("DeviceIdList", 3, "DeviceTypeQuorvex", c.before);
         FingPostProcessorType = c.flag;
         EXPECT_EQ(update_device_displaytype(MAC, c.type, 8, 0), SARN_OK) << c.name;
         EXPECT_EQ(fake::get("DeviceIdList", 3, c.field), c.stored) << c.name;
-        EXPECT_EQ(take_row_writes().size(), c.is_announced ? 2U : 1U) << c.name;
+        EXPECT_EQ(take_row_writes().size(), c.before[0] == '\0' ? 1U + c.is_announced : 0U) << c.name;
         EXPECT_EQ(FingPostProcessorType, c.flag_after) << c.name;
     }
-    fake::set("DeviceIdList", 3, "DeviceTypeQuorvex", "TV");
-    FingPostProcessorType = 1;
-    EXPECT_EQ(update_device_displaytype(MAC, "SPACESHIP", 8, 0), SARN_OK);
-    EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceTypeQuorvex"), "TV");
 }
 
 TEST_F(Display, ModelAndBrandDifferInFieldAndLogAlone) {
-    const std::string field_of[] = {"DisplayModelCustom", "DisplayBrandCustom"};
-    const auto calls = {update_device_displaymodel, update_device_displaybrand};
-    int i = 0;
-    for (const auto call : calls) {
-        EXPECT_EQ(call(MAC, std::string(40, 'm').c_str(), 32, 0), SARN_OK);
-        const auto journal = fake::take_journal();
-        const auto logs_row = std::count(journal.begin(), journal.end(), "log 2 SARN:index is 3 \r\n");
-        EXPECT_EQ(logs_row, i == 0 ? 1 : 0);
-        EXPECT_EQ(fake::get("DeviceIdList", 3, field_of[i]), std::string(32, 'm'));
-        EXPECT_EQ(call(MAC, "quiet", 5, -10), SARN_OK);
-        EXPECT_EQ(take_row_writes(), std::vector<std::string>{"set_ascii DeviceIdList 3 " + field_of[i] + " quiet"});
+    const struct {
+        int32_t (*call)(const char *, const char *, int32_t, int32_t);
+        std::string field;
+        int row_lines;
+    } cases[] = {{update_device_displaymodel, "DisplayModelCustom", 1},
+                 {update_device_displaybrand, "DisplayBrandCustom", 0}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.call(MAC, std::string(40, 'm').c_str(), 32, 0), SARN_OK);
+        const Lines journal = fake::take_journal();
+        EXPECT_EQ(std::count(journal.begin(), journal.end(), "log 2 SARN:index is 3 \r\n"), c.row_lines);
+        EXPECT_EQ(fake::get("DeviceIdList", 3, c.field), std::string(32, 'm'));
+        EXPECT_EQ(c.call(MAC, "quiet", 5, -10), SARN_OK);
+        EXPECT_EQ(take_row_writes(), Lines{"set_ascii DeviceIdList 3 " + c.field + " quiet"});
         FingPostProcessorName = 1;
-        EXPECT_EQ(call(MAC, "ignored", 7, 0), SARN_OK);
-        EXPECT_EQ(take_row_writes().front(), "set_ascii DeviceIdList 3 " + field_of[i] + " ");
+        EXPECT_EQ(c.call(MAC, "ignored", 7, 0), SARN_OK);
+        EXPECT_EQ(take_row_writes().front(), "set_ascii DeviceIdList 3 " + c.field + " ");
         FingPostProcessorName = 0;
-        ++i;
     }
 }
 
@@ -99,17 +95,18 @@ TEST_F(Display, RefusalsWriteNothing) {
                        {"model", update_device_displaymodel, 32},
                        {"brand", update_device_displaybrand, 32}};
     for (const auto &c : calls) {
-        EXPECT_EQ(c.call(MAC, "x", c.limit + 1, 0), SARN_ERR_TEXT) << c.name;
-        EXPECT_EQ(c.call(MAC, "x", -1, 0), SARN_ERR_TEXT) << c.name;
-        EXPECT_EQ(c.call(MAC, nullptr, 1, 0), SARN_ERR_TEXT) << c.name;
-        EXPECT_EQ(c.call(nullptr, "x", 1, 0), SARN_ERR_TEXT) << c.name;
-        EXPECT_EQ(c.call(MAC, "x", 1, 5), SARN_ERR_PRODUCER) << c.name;
-        EXPECT_EQ(c.call("00:11:22:00:00:00", "x", 1, 0), SARN_ERR_UNKNOWN_DEVICE) << c.name;
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.call(MAC, "x", c.limit + 1, 0), SARN_ERR_TEXT);
+        EXPECT_EQ(c.call(MAC, "x", -1, 0), SARN_ERR_TEXT);
+        EXPECT_EQ(c.call(MAC, nullptr, 1, 0), SARN_ERR_TEXT);
+        EXPECT_EQ(c.call(nullptr, "x", 1, 0), SARN_ERR_TEXT);
+        EXPECT_EQ(c.call(MAC, "x", 1, 5), SARN_ERR_PRODUCER);
+        EXPECT_EQ(c.call("00:11:22:00:00:00", "x", 1, 0), SARN_ERR_UNKNOWN_DEVICE);
         fake::fail_threads(true);
-        EXPECT_EQ(c.call(MAC, "x", 1, 0), SARN_ERR_THREAD) << c.name;
+        EXPECT_EQ(c.call(MAC, "x", 1, 0), SARN_ERR_THREAD);
         fake::fail_threads(false);
-        EXPECT_TRUE(take_row_writes().empty()) << c.name;
-        EXPECT_EQ(c.call(MAC, "x", c.limit, 0), SARN_OK) << c.name;
+        EXPECT_TRUE(take_row_writes().empty());
+        EXPECT_EQ(c.call(MAC, "x", c.limit, 0), SARN_OK);
         (void)fake::take_journal();
     }
     EXPECT_EQ(post_processor_update("00:11:22:00:00:00", "TV", "", 0), SARN_ERR_POST_PROCESSING);

@@ -17,8 +17,7 @@ TEST_F(UpdatePauseList, PausesResumesAndAnnouncesEachChange) {
     EXPECT_EQ(access(1) + access(2), "blockblock");
     EXPECT_EQ(fake::get("BRIXNotifyCDUPDATE", 0, "IndexCD"), "2");
     EXPECT_EQ(pause(two), SARN_ERR_NOTHING_CHANGED);
-    const char *resumed = "02:00:00:00:00:01";
-    EXPECT_EQ(sarn_update_pause_list(&resumed, 1, 1, 10), SARN_OK);
+    EXPECT_EQ(sarn_update_pause_list(two.begin(), 1, 1, 10), SARN_OK);
     EXPECT_EQ(access(1), "allow");
     EXPECT_EQ(fake::get("BRIXNotifyCDUPDATE", 0, "IndexCD"), "2") << "producer 10 is quiet";
     fake::set("Sarnsignature", 3, "AllowOrBlock", "neither");

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -6,7 +7,32 @@
 
 namespace {
 
-class Shared : public StoreTest {};
+class Shared : public StoreTest {
+protected:
+    static void run_threads(int count, const std::function<void(int)> &body) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
+        for (std::thread &thread : threads) thread.join();
+    }
+    // Another process that holds snapshots open: no page that was in use at their beginning is used again.
+    pid_t start_stopped_reader(int readers) {
+        Gate is_there;
+        const pid_t reader = start_process([&] {
+            MDB_env *env = open_raw(path, MDB_NOTLS);
+            MDB_txn *txn = nullptr;
+            for (int i = 0; i < readers && mdb_txn_begin(env, nullptr, MDB_RDONLY, &txn) == 0; ++i) {
+            }
+            is_there.open();
+            return pause();
+        });
+        is_there.wait();
+        return reader;
+    }
+    static void kill_process(pid_t process) {
+        kill(process, SIGKILL);
+        EXPECT_EQ(end_of(process), KILLED);
+    }
+};
 
 constexpr int FILL_LIMIT = 100'000;
 
@@ -20,15 +46,12 @@ TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
             children.push_back(start_process([&] {
                 std::atomic<int> failures{0};
                 start.wait();
-                const auto work = [&](int32_t row) {
+                run_threads(2, [&](int thread) {
                     void *own = kora_init_ex(nullptr);
-                    const std::string value = std::to_string(row);
-                    failures += kora_set_ascii(own, "DeviceIdList", row, "DeviceOS", value.c_str()) != 0;
+                    const int row = 2 * i + thread;
+                    failures += kora_set_ascii(own, "DeviceIdList", row, "DeviceOS", std::to_string(row).c_str()) != 0;
                     failures += kora_destroy(own) != 0;
-                };
-                std::thread other(work, i + PROCESSES);
-                work(i);
-                other.join();
+                });
                 return failures.load();
             }));
         }
@@ -70,19 +93,14 @@ TEST_F(Shared, ForkedChildHasItsOwnAndHarmsNobody) {
 TEST_F(Shared, ClosingWaitsForThoseInside) {
     for (int round = 0; round < 50; ++round) {
         open();
-        std::vector<std::thread> threads;
         std::atomic<int> started{0};
-        for (int i = 0; i < 3; ++i) {
-            threads.emplace_back([&, i] {
-                ++started;
-                for (int n = 0; set(std::to_string(n), "DeviceModel", i) == 0 && text("DeviceModel", i) != "unread";
-                     ++n) {
-                }
-            });
-        }
-        while (started < 3) std::this_thread::yield();
-        EXPECT_EQ(kora_destroy(handle), 0);
-        for (std::thread &thread : threads) thread.join();
+        run_threads(4, [&](int i) {
+            ++started;
+            while (i == 3 && started < 4) std::this_thread::yield();
+            EXPECT_TRUE(i != 3 || kora_destroy(handle) == 0);
+            for (int n = 0; set(std::to_string(n), "DeviceModel", i) == 0; ++n) (void)text("DeviceModel", i);
+            EXPECT_EQ(text("DeviceModel", i), "unread");
+        });
     }
 }
 
@@ -90,50 +108,28 @@ TEST_F(Shared, NoReadIsTorn) {
     open();
     ASSERT_EQ(set("a"), 0);
     std::atomic<int> writers{2};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i) {
-        threads.emplace_back([&, i] {
-            for (int n = 0; n < 2000; ++n) {
-                EXPECT_EQ(set(std::string(static_cast<size_t>(1 + n % 200), static_cast<char>('a' + i * 13 + n % 13))),
-                          0);
-            }
-            --writers;
-        });
-        threads.emplace_back([&] {
-            while (writers > 0) {
-                const std::string seen = text();
-                EXPECT_EQ(seen, std::string(seen.size(), seen[0]));
-            }
-        });
-    }
-    for (std::thread &thread : threads) thread.join();
-}
-
-// Another process that holds one snapshot open: no page that was in use at its beginning is used again.
-pid_t start_stopped_reader(const std::string &path, int readers, Gate &is_there) {
-    return start_process([&] {
-        MDB_env *env = open_raw(path, MDB_NOTLS);
-        MDB_txn *txn = nullptr;
-        int count = 0;
-        while (count < readers && mdb_txn_begin(env, nullptr, MDB_RDONLY, &txn) == 0) ++count;
-        is_there.open();
-        pause();
-        return 0;
+    run_threads(4, [&](int i) {
+        for (int n = 0; i < 2 && n < 2000; ++n) {
+            const char letter = static_cast<char>('a' + i * 13 + n % 13);
+            EXPECT_EQ(set(std::string(static_cast<size_t>(1 + n % 200), letter)), 0);
+        }
+        writers -= i < 2;
+        while (writers > 0) {
+            const std::string seen = text();
+            EXPECT_EQ(seen, std::string(seen.size(), seen[0]));
+        }
     });
 }
 
 TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     open();
     ASSERT_EQ(set("kept", "DeviceUUID"), 0);
-    Gate is_there;
-    const pid_t reader = start_stopped_reader(path, 1, is_there);
-    is_there.wait();
-
-    testing::internal::CaptureStderr();
+    const pid_t reader = start_stopped_reader(1);
     int written = 0;
-    while (written < FILL_LIMIT && set(std::to_string(written), "DeviceHostname", written % 256) == 0) ++written;
-    EXPECT_NE(set("another that fails"), 0);
-    const std::string log = testing::internal::GetCapturedStderr();
+    const std::string log = log_of([&] {
+        while (written < FILL_LIMIT && set(std::to_string(written), "DeviceHostname", written % 256) == 0) ++written;
+        EXPECT_NE(set("another that fails"), 0);
+    });
     ASSERT_LT(written, FILL_LIMIT) << "never full";
     EXPECT_NE(log.find("cannot write the store: it is full"), std::string::npos) << log;
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
@@ -143,11 +139,9 @@ TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     EXPECT_NE(set("", "DeviceUUID"), 0) << "nothing of this group is kept";
     EXPECT_NE(kora_end(handle, 1), 0);
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(kora_begin(handle, KORA_WRITING), 0);
-        EXPECT_EQ(set("", "DeviceHostname", i) + kora_set_ascii(handle, "general", 0, "SARNSyncTimestamp", &"123"[i]),
-                  0);
+        EXPECT_TRUE(kora_begin(handle, KORA_WRITING) == 0 && set("", "DeviceHostname", i) == 0);
+        EXPECT_EQ(kora_set_ascii(handle, "general", 0, "SARNSyncTimestamp", &"123"[i]), 0);
         EXPECT_EQ(kora_end(handle, 1), 0) << "a removal still works";
-        EXPECT_EQ(text("DeviceHostname", i), "");
     }
     EXPECT_NE(set("still full"), 0);
 
@@ -155,22 +149,16 @@ TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     for (int i = written - 256; i < written; ++i) {
         EXPECT_EQ(text("DeviceHostname", i % 256), i % 256 < 3 ? "" : std::to_string(i));
     }
-    kill(reader, SIGKILL);
-    EXPECT_EQ(end_of(reader), KILLED);
+    kill_process(reader);
     for (int i = 0; i < 256; ++i) EXPECT_EQ(set("", "DeviceHostname", i), 0) << "a dead reader still holds pages";
     EXPECT_EQ(std::filesystem::file_size(path), static_cast<uintmax_t>(STORE_SIZE));
 }
 
 TEST_F(Shared, KilledReadersDoNotLockOthersOut) {
     open();
-    Gate is_there;
-    const pid_t hog = start_stopped_reader(path, FILL_LIMIT, is_there);
-    is_there.wait();
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(text(), "unread");
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("too many readers"), std::string::npos);
-    kill(hog, SIGKILL);
-    EXPECT_EQ(end_of(hog), KILLED);
+    const pid_t hog = start_stopped_reader(FILL_LIMIT);
+    EXPECT_NE(log_of([&] { EXPECT_EQ(text(), "unread"); }).find("too many readers"), std::string::npos);
+    kill_process(hog);
     EXPECT_EQ(text(), "");
     EXPECT_EQ(set("works"), 0);
 }
@@ -189,8 +177,7 @@ TEST_F(Shared, AStoppedWriterIsNamedAndKeepsNoReaderWaiting) {
     EXPECT_EQ(kora_writing_process(handle, &process), 0);
     EXPECT_EQ(process, stopped);
     EXPECT_EQ(text(), "old");
-    kill(stopped, SIGKILL);
-    EXPECT_EQ(end_of(stopped), KILLED);
+    kill_process(stopped);
     EXPECT_EQ(set("new"), 0);
     EXPECT_EQ(kora_writing_process(handle, &process), 0);
     EXPECT_EQ(process, 0);
@@ -201,17 +188,16 @@ TEST_F(Shared, AKilledWriterLeavesTheOldOrTheNew) {
     open();
     const std::string values[] = {std::string(200, 'a'), std::string(250, 'b')};
     ASSERT_EQ(set(values[0]), 0);
-    for (int round = 0; round < 20; ++round) {
+    for (size_t round = 0; round < 20; ++round) {
         Gate is_busy;
         const pid_t writer = start_process([&] {
-            for (size_t n = 0;; ++n) {
-                if (set(values[n % 2]) != 0) return 1;
-                if (n == static_cast<size_t>(round)) is_busy.open();
+            for (size_t n = 0; set(values[n % 2]) == 0; ++n) {
+                if (n == round) is_busy.open();
             }
+            return 1;
         });
         is_busy.wait();
-        kill(writer, SIGKILL);
-        EXPECT_EQ(end_of(writer), KILLED);
+        kill_process(writer);
         EXPECT_TRUE(text() == values[0] || text() == values[1]) << text();
         EXPECT_EQ(set("mine"), 0);
         EXPECT_EQ(text(), "mine");

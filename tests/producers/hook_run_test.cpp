@@ -60,7 +60,6 @@ TEST_F(Hook, AnswersInOneLineAndByExitStatus) {
         {"KORA_STORE=/dev/null/x", "init", 0, ""},
         {"KORA_STORE=/dev/null/x", "add 06-02:00:00:00:00:0a 10.0.0.5", 0, ""},
         {"KORA_STORE=/dev/null/x", "add 02:00:00:00:00:0a 10.0.0.5", 3, "the store cannot be opened"},
-        {"KORA_STORE=/dev/null/x", "add 02:00:00:00:00:0a 10.0.0.5", 3, "/dev/null/x"},
         {"", "add 02:00:00:00:00:0a 10.0.0", 1, "not an IPv4 address"},
         {"", "add \"$(printf '\\033%%n%05000d')\" 10.0.0.5", 1, "\\x1b%n000"},
         {"", "", 2, "add|old|del"},

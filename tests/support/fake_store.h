@@ -18,9 +18,8 @@ std::string get(const std::string &table, int row, const std::string &field);
 void set(const std::string &table, int row, const std::string &field, const std::string &value);
 
 // Lines such as "set_enum Sarnsignature 3 Devicestate UP", "get_mac Sarnsignature 3 DeviceMAC" and "log 4 SARN:...".
-// Only writes and log lines are kept, unless reads are asked for. Taking the journal empties it.
+// Only writes and log lines are kept. Taking the journal empties it.
 std::vector<std::string> take_journal();
-void keep_reads(bool keep);
 
 // Operations seen since the reset, reads included; the operation with this number fails, and if `forever` all after it.
 int operations();

@@ -48,21 +48,36 @@ inline signature_record signature_of(const std::string &mac, const std::string &
     return record;
 }
 
+inline int report(const std::string &mac, const std::string &state = "UP", int producer_id = 0) {
+    const signature_record record = signature_of(mac, state);
+    return update_device_signature(&record, producer_id);
+}
+
+inline auto with(auto record, auto change) {
+    change(record);
+    return record;
+}
+
+// The gates of calls rebuild nothing from now on.
+inline void stop_rebuilds() { fake::set("general", 0, "SARNSyncTimestamp", "-1"); }
+
+inline constexpr const char *NO_DEVICE = "00:00:00:00:00:00";
+inline std::string mac_in(int row) { return fake::get("Sarnsignature", row, "DeviceMAC"); }
+
 inline int find_row(std::string mac) {
     mac.resize(18);
     return check_update_mapping_table(mac.data(), SARN_PRODUCER_LOOKUP_ONLY);
 }
 
+using Lines = std::vector<std::string>;
+
 // The store writes since the journal was last taken, without those of builds and creations; times are left out.
-inline std::vector<std::string> take_row_writes() {
-    std::vector<std::string> writes;
-    for (std::string line : fake::take_journal()) {
-        if (line.rfind("set_", 0) != 0 || line.find("DeviceMAC") != std::string::npos ||
-            line.find("SARNSync") != std::string::npos) {
-            continue;
-        }
-        const auto time = line.find("Timestamp ");
-        writes.push_back(time == std::string::npos ? line : line.substr(0, time + 9));
+inline Lines take_row_writes() {
+    Lines writes;
+    for (const std::string &line : fake::take_journal()) {
+        const auto has = [&line](const char *part) { return line.find(part) != std::string::npos; };
+        if (line.rfind("set_", 0) != 0 || has("DeviceMAC") || has("SARNSync")) continue;
+        writes.push_back(line.substr(0, has("Timestamp ") ? line.find("Timestamp ") + 9 : line.npos));
     }
     return writes;
 }

@@ -25,11 +25,9 @@ TEST(EscapeForTerminal, KeepsPrintableUtf8AndNothingElse) {
         {"combining", "e\xcc\x81", "e\xcc\x81", 1},
         {"C1 control sequence introducer", "\xc2\x9b", "\\xc2\\x9b", 8},
         {"right-to-left override", {'\xe2', '\x80', '\xae'}, "\\xe2\\x80\\xae", 12},
-        {"overlong slash", "\xc0\xaf", "\\xc0\\xaf", 8},
-        {"overlong three", "\xe0\x80\xaf", "\\xe0\\x80\\xaf", 12},
+        {"overlong", "\xc0\xaf\xe0\x80\xaf", "\\xc0\\xaf\\xe0\\x80\\xaf", 20},
         {"overlong four", "\xf0\x8f\xbf\xbf", "\\xf0\\x8f\\xbf\\xbf", 16},
-        {"surrogate", "\xed\xa0\x80", "\\xed\\xa0\\x80", 12},
-        {"above unicode", "\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80", 16},
+        {"surrogate and above", "\xed\xa0\x80\xf4\x90", "\\xed\\xa0\\x80\\xf4\\x90", 20},
         {"lone continuation", "\x80z", "\\x80z", 5},
         {"cut short", "a\xe7\x8c", "a\\xe7\\x8c", 9},
         {"lead then letter", "\xc3z", "\\xc3z", 5},
@@ -63,15 +61,15 @@ TEST(DeviceRecord, ReadsNothingPastAFieldsWidth) {
 
 TEST(DeviceRecord, PrefersTheOwnersNameThenTheRecognisedThenTheComposed) {
     device_info device = {};
+    const auto name_with = [&](auto field, const char *text) {
+        fill(device.*field, text);
+        return shown_name(device);
+    };
     EXPECT_EQ(shown_name(device), NOTHING_KNOWN);
-    fill(device.DisplayNameQuorvex, "Acme-X1");
-    EXPECT_EQ(shown_name(device), "Acme-X1");
-    fill(device.DeviceHostname, "host");
-    EXPECT_EQ(shown_name(device), "host");
-    fill(device.DisplayNameDPI, "recognised");
-    EXPECT_EQ(shown_name(device), "recognised");
-    fill(device.DisplayNameCustom, "mine");
-    EXPECT_EQ(shown_name(device), "mine");
+    EXPECT_EQ(name_with(&device_info::DisplayNameQuorvex, "Acme-X1"), "Acme-X1");
+    EXPECT_EQ(name_with(&device_info::DeviceHostname, "host"), "host");
+    EXPECT_EQ(name_with(&device_info::DisplayNameDPI, "recognised"), "recognised");
+    EXPECT_EQ(name_with(&device_info::DisplayNameCustom, "mine"), "mine");
     fill(device.DisplayNameCustom, std::string(64, '0'));
     EXPECT_EQ(shown_name(device), "recognised") << "a name that could not be read is not a name";
 }

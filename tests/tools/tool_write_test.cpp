@@ -1,5 +1,6 @@
 // What the tool writes, and what it refuses to.
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "mac_text.h"
 #include "refusal.h"
@@ -13,43 +14,32 @@ namespace {
 constexpr char MAC[] = "02:AB:CD:0F:00:01";
 
 TEST(MacText, TakesWhatPeopleTypeAndNothingElse) {
-    const struct {
-        const char *typed;
-        bool is_mac;
-    } rows[] = {
-        {"02:AB:CD:0F:00:01", true},
-        {"02:ab:cd:0f:00:01", true},
-        {"02-ab-CD-0f-00-01", true},
-        {"02ab.cd0f.0001", true},
-        {"02ABCD0F0001", true},
-        {"02abcd-0f0001", true},
-        {"2:ab:cd:f:0:1", true},
-        {"2-AB-cd-F-0-1", true},
-        {"", false},
-        {"02:ab:cd:0f:00", false},
-        {"02:ab:cd:0f:00:", false},
-        {"02:ab:cd:0f:00:01:", false},
-        {"02:ab:cd:0f:00:01:02", false},
-        {"02:ab:cd:0f:00:0g", false},
-        {"002:ab:cd:0f:0:01", false},
-        {"02:ab-cd:0f:00:01", false},
-        {"2ab.cd0f.0001", false},
-        {"02ab.cd0f.00010", false},
-        {"02abcd0f001", false},
-        {"02abcd0f00011", false},
-        {" 02:ab:cd:0f:00:01", false},
-        {"02:ab:cd:0f:00:01 ", false},
-        {"0x:ab:cd:0f:00:01", false},
-        {"+2:ab:cd:0f:00:01", false},
-        {"::::::", false},
-        {"-----", false},
-        {"02:ab::0f:00:01", false},
-        {"%n%n%n%n%n%n", false},
-    };
-    for (const auto &row : rows)
-        EXPECT_EQ(read_mac(row.typed), row.is_mac ? std::optional(std::string(MAC)) : std::nullopt) << row.typed;
-    EXPECT_EQ(read_mac(std::string(10000, '0')), std::nullopt);
-    EXPECT_EQ(read_mac("02:ab:cd:0f:00:0\0"s), std::nullopt);
+    for (const char *typed : {"02:AB:CD:0F:00:01", "02:ab:cd:0f:00:01", "02-ab-CD-0f-00-01", "02ab.cd0f.0001",
+                              "02ABCD0F0001", "02abcd-0f0001", "2:ab:cd:f:0:1", "2-AB-cd-F-0-1"})
+        EXPECT_EQ(read_mac(typed), std::string(MAC)) << typed;
+    for (const std::string &typed : {""s,
+                                     "02:ab:cd:0f:00"s,
+                                     "02:ab:cd:0f:00:"s,
+                                     "02:ab:cd:0f:00:01:"s,
+                                     "02:ab:cd:0f:00:01:02"s,
+                                     "02:ab:cd:0f:00:0g"s,
+                                     "002:ab:cd:0f:0:01"s,
+                                     "02:ab-cd:0f:00:01"s,
+                                     "2ab.cd0f.0001"s,
+                                     "02ab.cd0f.00010"s,
+                                     "02abcd0f001"s,
+                                     "02abcd0f00011"s,
+                                     " 02:ab:cd:0f:00:01"s,
+                                     "02:ab:cd:0f:00:01 "s,
+                                     "0x:ab:cd:0f:00:01"s,
+                                     "+2:ab:cd:0f:00:01"s,
+                                     "::::::"s,
+                                     "-----"s,
+                                     "02:ab::0f:00:01"s,
+                                     "%n%n%n%n%n%n"s,
+                                     "02:ab:cd:0f:00:0\0"s,
+                                     std::string(10000, '0')})
+        EXPECT_EQ(read_mac(typed), std::nullopt) << typed;
     EXPECT_THROW(require_mac("0:0:0:0:0:0"), Refusal);
 }
 
@@ -160,76 +150,57 @@ TEST(SarnTool, CodesOfEachCallInWords) {
 }
 
 // In this order, on one device.
-TEST_F(ToolOnStore, EachCommandWritesItsField) {
-    const std::string dots(64, '.');
+TEST_F(ToolOnStore, EachCommandWritesItsFields) {
+    const std::string dots(64, '.'), agent(255, 'a');
     const struct {
-        std::string arguments, key, value;
+        std::string arguments;
+        std::vector<std::string> told;  // field and what it then holds
     } rows[] = {
         {"report signature MAC --ip 10.0.0.7 --state DOWN --interface lan --category c --dhcp-options 1,3 "
          "--dhcp-vendor 'v 1' --dhcp-hostname host --user-agent agent --producer 20",
-         "DeviceIP", "10.0.0.7"},
-        {"", "DeviceConnectionInterface", "lan"},
-        {"", "DeviceCategory", "c"},
-        {"", "DeviceDHCPOptions", "1,3"},
-        {"", "DeviceDHCPVendor", "v 1"},
-        {"", "DeviceHostname", "host"},
-        {"", "DeviceHua", "agent"},
-        {"report detail MAC --brand B --model M --type GARAGE --os O --mac-vendor V --producer 40", "DeviceBrand", "B"},
-        {"", "DeviceModel", "M"},
-        {"", "DeviceOS", "O"},
-        {"", "DeviceMacVendor", "V"},
-        {"", "DeviceTypeDPI", "GARAGE"},
-        {"", "DeviceTypeQuorvex", "IoT (Generic)"},
-        {"", "DisplayNameQuorvex", "B-M"},
-        {"report connection MAC --ssid '$(id)' --ap-mac 2.2.2 --signal -40 2>/dev/null || true", "ConnSSID", ""},
+         {"DeviceIP=10.0.0.7", "DeviceConnectionInterface=lan", "DeviceCategory=c", "DeviceDHCPOptions=1,3",
+          "DeviceDHCPVendor=v 1", "DeviceHostname=host", "DeviceHua=agent"}},
+        {"report detail MAC --brand B --model M --type GARAGE --os O --mac-vendor V --producer 40",
+         {"DeviceBrand=B", "DeviceModel=M", "DeviceOS=O", "DeviceMacVendor=V", "DeviceTypeDPI=GARAGE",
+          "DeviceTypeQuorvex=IoT (Generic)", "DisplayNameQuorvex=B-M"}},
+        {"report connection MAC --ssid '$(id)' --ap-mac 2.2.2 --signal -40 2>/dev/null || true", {"ConnSSID="}},
         {"report connection MAC --ssid net --ap-mac 020a.0000.0002 --signal=-40 --link-rate 1 --download 2 --upload 3",
-         "ConnSSID", "net"},
-        {"", "ConnAPMac", "02:0A:00:00:00:02"},
-        {"", "DeviceSignalStrength", "-40"},
-        {"", "DeviceLinkRate", "1"},
-        {"", "DownloadBW", "2"},
-        {"", "UploadBW", "3"},
-        {"name 02abcd0f0001 \"Anna's \\\"TV\\\" %n%s\"", "DisplayNameCustom", "Anna's \"TV\" %n%s"},
-        {"name MAC list", "DisplayNameCustom", "list"},
-        {"name MAC -- --json", "DisplayNameCustom", "--json"},
-        {"name MAC '[a,b]'", "DisplayNameCustom", "[a,b]"},
-        {"name MAC " + dots, "DisplayNameCustom", dots.substr(0, 63)},
-        {"name MAC ''", "DisplayNameCustom", ""},
-        {"type MAC TV", "DeviceTypeCustom", "TV"},
-        {"model MAC m", "DisplayModelCustom", "m"},
-        {"brand MAC b", "DisplayBrandCustom", "b"},
-        {"block MAC", "AllowOrBlock", "block"},
-        {"allow MAC", "AllowOrBlock", "allow"},
-        {"set MAC name n2", "DisplayNameCustom", "n2"},
-        {"set MAC type t2", "DeviceTypeCustom", "t2"},
-        {"set MAC brand b2", "DisplayBrandCustom", "b2"},
-        {"set MAC model m2", "DisplayModelCustom", "m2"},
-        {"set MAC category c2", "DeviceCategory", "c2"},
-        {"set MAC uuid u2", "DeviceUUID", "u2"},
-        {"set MAC access block", "AllowOrBlock", "block"},
-        {"set MAC state DOWN", "Devicestate", "DOWN"},
-        {"set MAC tag BOTH", "IsTagged", "BOTH"},
-        {"set MAC ip 10.0.0.8", "DeviceIP", "10.0.0.8"},
-        {"set MAC interface i2", "DeviceConnectionInterface", "i2"},
-        {"set MAC ssid " + dots, "ConnSSID", dots.substr(0, 31)},
-        {"set MAC ssid ''", "ConnSSID", ""},
-        {"set MAC ap-mac 2-0-0-0-0-3", "ConnAPMac", "02:00:00:00:00:03"},
-        {"set MAC signal 1", "DeviceSignalStrength", "1"},
-        {"set MAC link-rate 2", "DeviceLinkRate", "2"},
-        {"set MAC download 3", "DownloadBW", "3"},
-        {"set MAC upload 4", "UploadBW", "4"},
-        {"set MAC dhcp-hostname h2", "DisplayNameDPI", "h2"},
-        {"set MAC dhcp-vendor v2", "DeviceDHCPVendor", "v2"},
-        {"set MAC dhcp-options 9", "DeviceDHCPOptions", "9"},
-        {"set MAC user-agent " + std::string(255, 'a'), "DeviceHua", std::string(255, 'a')},
+         {"ConnSSID=net", "ConnAPMac=02:0A:00:00:00:02", "DeviceSignalStrength=-40", "DeviceLinkRate=1", "DownloadBW=2",
+          "UploadBW=3"}},
+        {"name 02abcd0f0001 \"Anna's \\\"TV\\\" %n%s\"", {"DisplayNameCustom=Anna's \"TV\" %n%s"}},
+        {"name MAC list", {"DisplayNameCustom=list"}},
+        {"name MAC -- --json", {"DisplayNameCustom=--json"}},
+        {"name MAC '[a,b]'", {"DisplayNameCustom=[a,b]"}},
+        {"name MAC " + dots, {"DisplayNameCustom=" + dots.substr(0, 63)}},
+        {"name MAC ''", {"DisplayNameCustom="}},
+        {"type MAC TV", {"DeviceTypeCustom=TV"}},
+        {"model MAC m", {"DisplayModelCustom=m"}},
+        {"brand MAC b", {"DisplayBrandCustom=b"}},
+        {"block MAC", {"AllowOrBlock=block"}},
+        {"allow MAC", {"AllowOrBlock=allow"}},
+        {"set MAC ssid " + dots, {"ConnSSID=" + dots.substr(0, 31)}},
+        {"set MAC ssid ''", {"ConnSSID="}},
+        {"set MAC ap-mac 2-0-0-0-0-3", {"ConnAPMac=02:00:00:00:00:03"}},
+        {"set MAC user-agent " + agent, {"DeviceHua=" + agent}},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.arguments + " | " + row.key);
-        std::string arguments = row.arguments;
+    const auto check = [&](std::string arguments, const std::vector<std::string> &told) {
+        SCOPED_TRACE(arguments);
         if (const size_t at = arguments.find("MAC"); at != std::string::npos) arguments.replace(at, 3, MAC);
-        EXPECT_EQ(arguments.empty() ? 0 : run_tool(arguments).exit_code, 0);
-        EXPECT_EQ(nlohmann::json::parse(run_tool("show "s + MAC + " --json").out)[row.key], row.value);
-    }
+        EXPECT_EQ(run_tool(arguments).exit_code, 0);
+        const auto device = nlohmann::json::parse(run_tool("show "s + MAC + " --json").out);
+        for (const std::string &one : told)
+            EXPECT_EQ(device[one.substr(0, one.find('='))], one.substr(one.find('=') + 1)) << one;
+    };
+    for (const auto &row : rows) check(row.arguments, row.told);
+    std::istringstream fields(
+        "name DisplayNameCustom n2 type DeviceTypeCustom t2 brand DisplayBrandCustom b2 model DisplayModelCustom m2 "
+        "category DeviceCategory c2 uuid DeviceUUID u2 access AllowOrBlock block state Devicestate DOWN tag IsTagged "
+        "BOTH "
+        "ip DeviceIP 10.0.0.8 interface DeviceConnectionInterface i2 signal DeviceSignalStrength 1 ssid ConnSSID s2 "
+        "link-rate DeviceLinkRate 2 download DownloadBW 3 upload UploadBW 4 dhcp-hostname DisplayNameDPI h2 "
+        "dhcp-vendor DeviceDHCPVendor v2 dhcp-options DeviceDHCPOptions 9 user-agent DeviceHua a2");
+    for (std::string field, key, value; fields >> field >> key >> value;)
+        check("set MAC " + field + " " + value, {key + "=" + value});
 }
 
 TEST_F(ToolOnStore, ForgetsBlocksAndCounts) {
@@ -252,7 +223,8 @@ TEST_F(ToolOnStore, ForgetsBlocksAndCounts) {
                                       {"offline", 1},
                                       {"free", 253},
                                       {"access", true},
-                                      {"upgrade", true}}));
+                                      {"upgrade", true},
+                                      {"stuck_writer", nullptr}}));
     EXPECT_EQ(nlohmann::json::parse(run_tool("list --state down --json").out)[0]["DeviceMAC"], "02:00:00:00:00:0B");
 
     EXPECT_EQ(run_tool("forget 2:0:0:0:0:a 2>/dev/null").exit_code, 4);

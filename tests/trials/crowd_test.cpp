@@ -42,13 +42,13 @@ void make_any_call(std::mt19937 &random) {
     ++control->calls;
 }
 
-int be_a_daemon(uint32_t seed, long calls) {
+int be_a_daemon(uint32_t seed) {
     if (sarn_init() != SARN_OK) return 1;
     std::vector<std::thread> threads;
     for (uint32_t i = 0; i < THREADS; ++i) {
         threads.emplace_back([=] {
             std::mt19937 random(seed + i);
-            while (control->calls < calls) make_any_call(random);
+            while (!control->is_over) make_any_call(random);
         });
     }
     for (std::thread &thread : threads) thread.join();
@@ -75,10 +75,11 @@ TEST_F(Crowd, ProcessesAndThreadsShareDevicesAndAreKilled) {
     std::mt19937 random(seed());
     fill(LASTING);
     control->calls = control->failures = control->longest_us = 0;
+    control->is_over = false;
     std::vector<pid_t> daemons(PROCESSES);
     const auto start = [&](pid_t &daemon) {
         const auto own_seed = static_cast<uint32_t>(random());
-        daemon = start_process([=] { return be_a_daemon(own_seed, calls); });
+        daemon = start_process([=] { return be_a_daemon(own_seed); });
     };
     for (pid_t &daemon : daemons) start(daemon);
     for (int i = 1; i <= kills; ++i) {
@@ -88,6 +89,8 @@ TEST_F(Crowd, ProcessesAndThreadsShareDevicesAndAreKilled) {
         EXPECT_EQ(end_of(daemon), KILLED);
         start(daemon);
     }
+    while (control->calls < calls) usleep(100);
+    control->is_over = true;
     for (const pid_t daemon : daemons) EXPECT_EQ(end_of(daemon), 0);
     printf("%ld calls, %d kills, the longest call %ld us\n", control->calls.load(), kills, control->longest_us.load());
     EXPECT_EQ(control->failures, 0);

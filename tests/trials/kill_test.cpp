@@ -198,32 +198,34 @@ TEST_F(Stop, AnotherWritesInBetweenAndNothingIsMixed) {
     EXPECT_GT(pairs, 49);
 }
 
-TEST_F(Stop, TwoNewDevicesAndOneFreeRow) {
-    int position = 1;
-    for (;; position = next_position(position, 2)) {
-        empty_store();
-        fill(255);
-        control->has_fired = false;
-        const pid_t stopped = start_process([&] {
-            if (!is_started()) return 2;
-            arm(Fault::StopBefore, position);
-            const int result = make(Call::Signature, 300);
-            return result == SARN_OK ? 0 : result == SARN_ERR_NO_ROW ? 1 : 3;
-        });
-        int status = 0;
-        EXPECT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
-        if (!WIFSTOPPED(status)) break;
-        if (control->is_writing_group) kill(stopped, SIGCONT);
-        const int other = run_process([&] {
-            return start_and([] {
-                const int result = make(Call::Signature, 301);
-                return result == SARN_OK ? 0 : result == SARN_ERR_NO_ROW ? 1 : 3;
+// 0 when the device has its row, 1 when the table is full.
+int claim(int device) {
+    const int result = make(Call::Signature, device);
+    return result == SARN_OK ? 0 : result == SARN_ERR_NO_ROW ? 1 : 100;
+}
+
+TEST_F(Stop, TheLastRowIsClaimedTwice) {
+    constexpr int DEVICE = 300;
+    for (const int rival : {DEVICE + 1, DEVICE}) {
+        int position = 1;
+        for (;; ++position) {
+            empty_store();
+            fill(255);
+            const pid_t stopped = start_process([&] {
+                if (!is_started()) return 100;
+                arm(Fault::StopBefore, position);
+                return claim(DEVICE);
             });
-        });
-        kill(stopped, SIGCONT);
-        EXPECT_EQ(other + end_of(stopped), 1) << "one has the row, at " << position;
-        EXPECT_EQ(check("last row, at " + std::to_string(position)), 256);
+            int status = 0;
+            EXPECT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
+            if (!WIFSTOPPED(status)) break;
+            if (control->is_writing_group) kill(stopped, SIGCONT);
+            const int other = run_process([&] { return start_and([&] { return claim(rival); }); });
+            kill(stopped, SIGCONT);
+            EXPECT_EQ(other + end_of(stopped), rival == DEVICE ? 0 : 1) << rival << ", at " << position;
+            EXPECT_EQ(check("last row, at " + std::to_string(position)), 256);
+        }
+        printf("%d positions\n", position - 1);
+        EXPECT_GT(position, 1);
     }
-    printf("%d positions\n", position - 1);
-    EXPECT_GT(position, 1);
 }

@@ -29,6 +29,7 @@ struct Control {
     std::atomic<long> calls{0};
     std::atomic<long> longest_us{0};
     std::atomic<long> failures{0};
+    std::atomic<bool> is_over{false};
 };
 extern Control *control;
 

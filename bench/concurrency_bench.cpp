@@ -1,0 +1,207 @@
+// Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; and reads while
+// another process writes. Prints a line of comma-separated medians for each case:
+// case,calls per second,read p50,read p99,signature p50,signature p99 (nanoseconds)
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/device.h"
+#include "bench/library_calls.h"
+#include "include/sarn.h"
+
+namespace {
+
+using namespace bench;
+
+constexpr int DEVICES = 128;
+constexpr int ROUNDS = 5;
+constexpr int MOST_WORKERS = 4;
+constexpr size_t MOST_SAMPLES = 200'000;  // of one worker in one round
+constexpr int64_t SECOND = 1'000'000'000;
+constexpr int64_t ROUND_LENGTH = SECOND / 2;
+constexpr int64_t BETWEEN_WRITES = SECOND / 1000;
+constexpr int SIGNATURE_EVERY = 5;
+
+// Shared with the processes that this one forks.
+struct Worker {
+    std::atomic<bool> is_ready;
+    size_t read_count, signature_count;
+    int64_t reads[MOST_SAMPLES], signatures[MOST_SAMPLES];
+};
+struct Shared {
+    std::atomic<bool> is_started;
+    std::atomic<bool> is_over;
+    Worker workers[MOST_WORKERS];
+};
+Shared *shared = nullptr;
+
+int64_t now_ns() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * SECOND + now.tv_nsec;
+}
+
+void keep(int64_t (&samples)[MOST_SAMPLES], size_t &count, int64_t began) {
+    require(count < MOST_SAMPLES, "room for samples");
+    samples[count++] = now_ns() - began;
+}
+
+void wait_for_start(Worker &worker) {
+    worker.is_ready = true;
+    while (!shared->is_started) std::this_thread::yield();
+}
+
+// Each worker has devices of its own, as producers mostly do, and reports them with every text new.
+void work(int number, int signature_every) {
+    Worker &worker = shared->workers[number];
+    worker.read_count = worker.signature_count = 0;
+    wait_for_start(worker);
+    device_info record;
+    const int64_t end = now_ns() + ROUND_LENGTH;
+    int64_t began = now_ns();
+    for (int64_t turn = 0; began < end; ++turn, began = now_ns()) {
+        if (signature_every > 0 && turn % signature_every == 0) {
+            report_signature(number, turn);
+            keep(worker.signatures, worker.signature_count, began);
+        } else {
+            const MacText mac = mac_of(static_cast<int>(turn % DEVICES));
+            require(get_device_info_by_mac(&record, mac.text) == SARN_OK, "a record by MAC");
+            keep(worker.reads, worker.read_count, began);
+        }
+    }
+}
+
+// Signatures in even steps of time, until the readers are done.
+void write_evenly() {
+    int64_t next = now_ns();
+    for (int64_t turn = 0; !shared->is_over; ++turn) {
+        report_signature(DEVICES - 1, turn);
+        next += BETWEEN_WRITES;
+        const timespec at = {next / SECOND, next % SECOND};
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &at, nullptr);
+    }
+}
+
+template <typename Body>
+pid_t in_process(Body body) {
+    const pid_t process = fork();
+    require(process >= 0, "fork");
+    if (process > 0) return process;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    body();
+    _exit(EXIT_SUCCESS);
+}
+
+void await(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    require(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS, "a process");
+}
+
+enum class Kind { Threads, Processes, Reader, ReaderBesideWriter };
+struct Case {
+    const char *name;
+    Kind kind;
+    int workers;
+};
+constexpr Case CASES[] = {
+    {"1 thread", Kind::Threads, 1},      {"2 threads", Kind::Threads, 2},
+    {"4 threads", Kind::Threads, 4},     {"1 process", Kind::Processes, 1},
+    {"2 processes", Kind::Processes, 2}, {"4 processes", Kind::Processes, 4},
+    {"reads alone", Kind::Reader, 1},    {"reads beside 1000 signatures a second", Kind::ReaderBesideWriter, 1},
+};
+constexpr size_t CASE_COUNT = std::size(CASES);
+
+void start_when_ready(int workers) {
+    for (int i = 0; i < workers; ++i) {
+        while (!shared->workers[i].is_ready) std::this_thread::yield();
+    }
+    shared->is_started = true;
+}
+
+void run_threads(int workers) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < workers; ++i) threads.emplace_back(work, i, SIGNATURE_EVERY);
+    start_when_ready(workers);
+    for (std::thread &thread : threads) thread.join();
+}
+
+void run_processes(int workers, int signature_every) {
+    std::vector<pid_t> processes;
+    for (int i = 0; i < workers; ++i) {
+        processes.push_back(in_process([=] { work(i, signature_every); }));
+    }
+    start_when_ready(workers);
+    for (const pid_t process : processes) await(process);
+}
+
+void run(const Case &one) {
+    shared->is_started = shared->is_over = false;
+    for (Worker &worker : shared->workers) worker.is_ready = false;
+    switch (one.kind) {
+        case Kind::Threads: return run_threads(one.workers);
+        case Kind::Processes: return run_processes(one.workers, SIGNATURE_EVERY);
+        case Kind::Reader: return run_processes(1, 0);
+        case Kind::ReaderBesideWriter:
+            const pid_t writer = in_process(write_evenly);
+            run_processes(1, 0);
+            shared->is_over = true;
+            return await(writer);
+    }
+}
+
+int64_t percentile(std::vector<int64_t> &samples, size_t percent) {
+    if (samples.empty()) return 0;
+    const auto place = samples.begin() + static_cast<std::ptrdiff_t>((samples.size() - 1) * percent / 100);
+    std::nth_element(samples.begin(), place, samples.end());
+    return *place;
+}
+
+enum Figure { CALLS, READ_P50, READ_P99, SIGNATURE_P50, SIGNATURE_P99, FIGURES };
+using Figures = std::array<int64_t, FIGURES>;
+
+Figures figures_of(int workers) {
+    std::vector<int64_t> reads, signatures;
+    for (int i = 0; i < workers; ++i) {
+        const Worker &worker = shared->workers[i];
+        reads.insert(reads.end(), worker.reads, worker.reads + worker.read_count);
+        signatures.insert(signatures.end(), worker.signatures, worker.signatures + worker.signature_count);
+    }
+    const auto calls = static_cast<int64_t>(reads.size() + signatures.size()) * SECOND / ROUND_LENGTH;
+    return {calls, percentile(reads, 50), percentile(reads, 99), percentile(signatures, 50),
+            percentile(signatures, 99)};
+}
+
+}  // namespace
+
+int main() {
+    void *memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    require(memory != MAP_FAILED, "mmap");
+    shared = static_cast<Shared *>(memory);
+    const Router router(DEVICES);
+    std::array<std::array<std::vector<int64_t>, FIGURES>, CASE_COUNT> rounds;
+    for (int round = 0; round < ROUNDS; ++round) {
+        for (size_t i = 0; i < CASE_COUNT; ++i) {
+            run(CASES[i]);
+            const Figures figures = figures_of(CASES[i].workers);
+            for (size_t figure = 0; figure < FIGURES; ++figure) rounds[i][figure].push_back(figures[figure]);
+        }
+    }
+    for (size_t i = 0; i < CASE_COUNT; ++i) {
+        std::printf("\"%s\"", CASES[i].name);
+        for (std::vector<int64_t> &values : rounds[i])
+            std::printf(",%lld", static_cast<long long>(percentile(values, 50)));
+        std::printf("\n");
+    }
+}

@@ -1,0 +1,41 @@
+// The calls of this library that are measured, on a store of their own.
+#ifndef SARN_BENCH_LIBRARY_CALLS_H
+#define SARN_BENCH_LIBRARY_CALLS_H
+
+#include <cstdint>
+
+namespace bench {
+
+// A store on a tmpfs with `devices` devices, open until the object ends.
+class Router {
+public:
+    explicit Router(int devices);
+    ~Router();
+    Router(const Router &) = delete;
+    Router &operator=(const Router &) = delete;
+    int devices() const { return devices_; }
+
+private:
+    int devices_;
+};
+
+struct LibraryCall {
+    const char *name;
+    // Brings the store to where the call finds something to do; not measured. Null: there is nothing to bring.
+    void (*prepare)(int devices);
+    // `turn` counts up; what is to be new is made from it.
+    void (*call)(int devices, int64_t turn);
+};
+
+// Ends the program with a line when the call is refused: what is measured is done.
+extern const LibraryCall LIBRARY_CALLS[];
+extern const int LIBRARY_CALL_COUNT;
+
+// A report of a device; `turn` makes every text new.
+void report_signature(int device, int64_t turn);
+
+const LibraryCall *find_library_call(const char *name);
+
+}  // namespace bench
+
+#endif

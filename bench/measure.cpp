@@ -1,0 +1,92 @@
+#include "bench/measure.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "bench/by_hand.h"
+#include "bench/library_calls.h"
+
+namespace bench {
+
+namespace {
+
+constexpr int64_t WARM_UP_CALLS = 20;
+constexpr int64_t THREADS = 5000;
+
+clockid_t measured_clock = CLOCK_MONOTONIC;
+
+int64_t now_ns() {
+    timespec now;
+    clock_gettime(measured_clock, &now);
+    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+}
+
+double percentile(std::vector<int64_t> &samples, size_t percent) {
+    const auto place = samples.begin() + static_cast<std::ptrdiff_t>((samples.size() - 1) * percent / 100);
+    std::nth_element(samples.begin(), place, samples.end());
+    return static_cast<double>(*place);
+}
+
+}  // namespace
+
+std::string benchmark_name(const std::string &subject, const std::string &task, int devices) {
+    return subject + "/" + task + "/" + std::to_string(devices);
+}
+
+void register_benchmark(const std::string &name, int64_t calls, std::function<void(benchmark::State &)> body) {
+    benchmark::RegisterBenchmark(name.c_str(), std::move(body))
+        ->Iterations(calls)
+        ->UseManualTime()
+        ->Unit(benchmark::kNanosecond);
+}
+
+void measure(benchmark::State &state, const std::function<void()> &prepare, const std::function<void(int64_t)> &call) {
+    int64_t turn = 0;
+    std::vector<int64_t> samples;
+    samples.reserve(static_cast<size_t>(state.max_iterations));
+    const auto run_once = [&] {
+        if (prepare) prepare();
+        const int64_t begin = now_ns();
+        call(turn++);
+        return now_ns() - begin;
+    };
+    while (turn < WARM_UP_CALLS) (void)run_once();
+    for (auto _ : state) {
+        const int64_t took = run_once();
+        state.SetIterationTime(static_cast<double>(took) * 1e-9);
+        samples.push_back(took);
+    }
+    state.counters["p50"] = percentile(samples, 50);
+    state.counters["p99"] = percentile(samples, 99);
+}
+
+void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }
+
+void register_library(int64_t calls) {
+    register_benchmark("floor/thread/0", THREADS,
+                       [](benchmark::State &state) { measure(state, {}, [](int64_t) { create_and_join(); }); });
+    for (int i = 0; i < LIBRARY_CALL_COUNT; ++i) {
+        const LibraryCall &subject = LIBRARY_CALLS[i];
+        for (const int devices : SIZES) {
+            register_benchmark(benchmark_name("library", subject.name, devices), calls,
+                               [&subject, devices](benchmark::State &state) {
+                                   const Router router(devices);
+                                   std::function<void()> prepare;
+                                   if (subject.prepare != nullptr) prepare = [&] { subject.prepare(devices); };
+                                   measure(state, prepare, [&](int64_t turn) { subject.call(devices, turn); });
+                               });
+        }
+    }
+}
+
+int run_benchmarks(int argc, char **argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return EXIT_FAILURE;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return EXIT_SUCCESS;
+}
+
+}  // namespace bench

@@ -1,0 +1,34 @@
+// One subject under Google Benchmark: each call is timed by itself, so that its median and its slow end are known.
+#ifndef SARN_BENCH_MEASURE_H
+#define SARN_BENCH_MEASURE_H
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <string>
+
+namespace bench {
+
+inline constexpr int SIZES[] = {10, 64, 128, 256};
+
+// "subject/task/devices", as the tables and plots take it apart.
+std::string benchmark_name(const std::string &subject, const std::string &task, int devices);
+
+void register_benchmark(const std::string &name, int64_t calls, std::function<void(benchmark::State &)> body);
+
+// Runs `call` with a count of turns, as often as the benchmark asks, `prepare` before each; reports p50 and p99 in
+// nanoseconds beside the mean.
+void measure(benchmark::State &state, const std::function<void()> &prepare, const std::function<void(int64_t)> &call);
+
+// From now on what is measured is the processor time of this process instead of the time that passes: the same on one
+// CPU, and what other processes do there does not disturb it. Not for calls that others answer.
+void count_processor_time();
+
+// The ten calls of this library at each size, `calls` times each, and one thread's creation and join beside them.
+void register_library(int64_t calls);
+
+int run_benchmarks(int argc, char **argv);
+
+}  // namespace bench
+
+#endif

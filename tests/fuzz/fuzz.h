@@ -1,0 +1,82 @@
+// What the fuzzers share: taking an input apart, saying what is wrong, and a store of their own.
+#ifndef SARN_TESTS_FUZZ_H
+#define SARN_TESTS_FUZZ_H
+
+#include <stdint.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "include/sarn.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+inline void require(bool is_right, const char *what) {
+    if (is_right) return;
+    std::fprintf(stderr, "wrong: %s\n", what);
+    std::abort();
+}
+
+class Input {
+public:
+    Input(const uint8_t *data, size_t size) : next_(data), end_(data + size) {}
+    bool is_over() const { return next_ == end_; }
+    uint8_t byte() { return is_over() ? uint8_t{0} : *next_++; }
+    std::string rest() { return take(static_cast<size_t>(end_ - next_)); }
+    // Any bytes, up to 510 of them.
+    std::string text() {
+        size_t length = byte();
+        if (length == UINT8_MAX) length += byte();
+        return take(length);
+    }
+    // A text of a record: as long as the field, or with a NUL behind it.
+    template <size_t Width>
+    std::string fill(char (&field)[Width]) {
+        std::string bytes = text();
+        bytes.resize(std::min(bytes.size(), Width));
+        std::memset(field, 0, Width);
+        std::memcpy(field, bytes.data(), bytes.size());
+        return bytes.substr(0, bytes.find('\0'));
+    }
+
+private:
+    std::string take(size_t length) {
+        length = std::min(length, static_cast<size_t>(end_ - next_));
+        next_ += length;
+        return {reinterpret_cast<const char *>(next_ - length), length};
+    }
+    const uint8_t *next_;
+    const uint8_t *end_;
+};
+
+// Exactly these bytes, so that a sanitizer sees who reads on.
+inline std::vector<char> exact(const std::string &text) { return {text.begin(), text.end()}; }
+
+inline signature_record signature_of(const std::string &mac) {
+    signature_record record = {};
+    mac.copy(record.mac, sizeof record.mac - 1);
+    std::memcpy(record.ip, "10.0.0.1", sizeof "10.0.0.1");
+    std::memcpy(record.state, "UP", sizeof "UP");
+    return record;
+}
+
+// In memory, for this process alone; gone when it ends. Says nothing on the console.
+struct OwnStore {
+    OwnStore() {
+        const char *parent = std::getenv("SARN_FUZZ_FOLDER");
+        folder = std::string(parent != nullptr ? parent : "/dev/shm") + "/sarn-fuzz-XXXXXX";
+        require(mkdtemp(folder.data()) != nullptr, "no folder for the store");
+        setenv("KORA_STORE", (folder + "/store.mdb").c_str(), 1);
+        setenv("KORA_SAVE", (folder + "/saved").c_str(), 1);
+        __log_to_console = 0;
+    }
+    ~OwnStore() { std::filesystem::remove_all(folder); }
+    std::string folder;
+};
+
+#endif
