@@ -56,8 +56,8 @@ int32_t sync_global_data() {
 }
 
 int32_t pass_entry_gate() {
-    if (!is_store_open() || !check_sync_required() || is_build_running()) return SARN_OK;
-    return is_build_current() ? SARN_OK : sync_global_data();
+    if (is_entry_gate_open() || !check_sync_required() || is_build_running()) return SARN_OK;
+    return sync_global_data();
 }
 
 int32_t pass_entry_gate(const char *operation) { return log_sync_failure(operation, pass_entry_gate()); }

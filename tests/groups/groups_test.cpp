@@ -1,5 +1,6 @@
 // Another process comes between what a call looked up and the group in which it writes.
 #include <functional>
+#include <map>
 
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
@@ -135,5 +136,41 @@ TEST_F(Groups, ARowIsWrittenWhollyOrNotAtAllWhenTheGroupFails) {
         // One failed write inside a kept group is ignored, as every failed write is.
         EXPECT_TRUE(mac_in(6, "DeviceIdList") == mac_in(6) || result == SARN_OK) << at;
         (void)sarn_uninit();
+    }
+}
+
+// In store operations, which are the same on every machine. The first call after a start builds once more.
+TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
+    fake::set("general", 0, "SARNSyncTimestamp", "1");
+    start();
+    EXPECT_EQ(get_total_sarn_entries_used(), 6);
+    const std::string mac = mac_of(1);
+    const char *list = mac.c_str();
+    device_info record;
+    uint32_t words[8];
+    const struct {
+        const char *name;
+        std::function<int()> call;
+        int reads, writes, snapshots, transactions;
+    } cases[] = {
+        {"record by row", [&] { return get_device_info_at_index(&record, 1); }, 35, 0, 1, 0},
+        {"record by MAC", [&] { return get_device_info_by_mac(&record, list); }, 35, 0, 1, 0},
+        {"rows up", [&] { return sarn_device_state_info(words, 8, SARN_ROWS_UP) - 5; }, 6, 0, 1, 0},
+        {"rows in use", [&] { return sarn_device_state_info(words, 8, SARN_ROWS_IN_USE) - 6; }, 0, 0, 1, 0},
+        {"count", [&] { return get_total_sarn_entries_used() - 6; }, 1, 0, 0, 0},
+        {"field", [&] { return sarn_update_table_field(list, SARN_FIELD_UUID, "u", 2, 0); }, 1, 1, 0, 1},
+        {"pause", [&] { return sarn_update_pause_list(&list, 0, 1, 10); }, 2, 1, 0, 1},
+        {"signature", [&] { return report(mac); }, 1, 7, 0, 1},
+    };
+    for (const auto &c : cases) {
+        std::map<std::string, int> count;
+        fake::on_operation(
+            [&](const std::string &line) { ++count[line.substr(0, line.starts_with("begin") ? 9 : 4)]; });
+        EXPECT_EQ(c.call(), 0) << c.name;
+        fake::on_operation(nullptr);
+        EXPECT_LE(count["get_"], c.reads) << c.name;
+        EXPECT_LE(count["set_"], c.writes) << c.name;
+        EXPECT_LE(count["begin rea"], c.snapshots) << c.name;
+        EXPECT_LE(count["begin wri"], c.transactions) << c.name;
     }
 }
