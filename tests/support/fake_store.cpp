@@ -45,6 +45,7 @@ struct Store {
     bool offer_changes = true;
 };
 
+std::mutex writers;  // held by the writing group; taken before `lock`
 std::mutex lock;
 Store store;
 int handle_target;
@@ -193,11 +194,14 @@ void on_operation(std::function<void(const std::string &)> hook) {
 int32_t begin_group(bool is_writing) {
     const Hook hook = current_hook();
     if (hook) hook(is_writing ? "begin writing" : "begin reading");
+    std::unique_lock alone(writers, std::defer_lock);
+    if (is_writing && group == Group::None) alone.lock();
     const std::lock_guard hold(lock);
     if (is_hit()) return -1;
     if (group != Group::None) ++store.violations;
     group = is_writing ? Group::Writing : Group::Reading;
     if (is_writing) store.before_group = store.values;
+    (void)alone.release();  // until the group's end
     return 0;
 }
 
@@ -206,7 +210,10 @@ int32_t end_group(bool is_kept) {
     const Group ended = std::exchange(group, Group::None);
     if (ended == Group::None) ++store.violations;
     const bool is_lost = is_hit();
-    if (ended == Group::Writing && (is_lost || !is_kept)) store.values = store.before_group;
+    if (ended == Group::Writing) {
+        if (is_lost || !is_kept) store.values = store.before_group;
+        writers.unlock();
+    }
     return is_lost ? -1 : 0;
 }
 
