@@ -15,11 +15,13 @@ int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) {
     return SARN_ERR_NO_ROW;
 }
 
+void log_lookup(const char *mac) { SARN_LOG(LookupBegins, "check_mac_pre_existing", __LINE__, mac); }
+
 bool check_mac_pre_existing(const char *mac, int32_t *row) {
     if (inuse_count <= 0) return false;
     RowBitmap in_use = {};
     const int32_t enquiry = sarn_table_enquiry_locked(in_use, SARN_BITMAP_WORDS);
-    SARN_LOG(LookupBegins, __func__, __LINE__, mac);
+    log_lookup(mac);
     const int32_t found = enquiry == SARN_OK ? row_in_use_of(mac, in_use) : SARN_ERR_NO_ROW;
     if (!is_row(found)) return false;
     *row = found;

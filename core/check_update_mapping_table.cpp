@@ -103,7 +103,7 @@ int32_t find_known_row(const char *mac) {
 void tell_known_row(char *mac, int32_t producer_id) {
     log_search(MacText(mac).text, producer_id);
     upper_case(mac, sizeof signature_record::mac);
-    SARN_LOG(LookupBegins, "check_mac_pre_existing", __LINE__, MacText(mac).text);
+    log_lookup(MacText(mac).text);
 }
 
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {

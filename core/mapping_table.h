@@ -21,7 +21,10 @@ bool is_build_running();
 // SARN_ERR_NO_ROW.
 int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) SARN_REQUIRES_SHARED(state_lock);
 
-// The same among the rows in use as the gate leaves them.
+// What a look-up logs before it begins.
+void log_lookup(const char *mac);
+
+// row_in_use_of among the rows in use as the gate leaves them.
 bool check_mac_pre_existing(const char *mac, int32_t *row) SARN_REQUIRES(state_lock);
 
 // A free row, the lowest first; a negative code when there is none.

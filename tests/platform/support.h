@@ -21,9 +21,9 @@
 #include "core/schema.h"
 #include "platform/kora.h"
 #include "platform/kora_checksum.h"
+#include "tests/support/process.h"
 
 inline constexpr off_t STORE_SIZE = 8 << 20;
-inline constexpr int KILLED = -SIGKILL;
 
 // The library's own calls of the system go through functions of this program (support.cpp): the clocks of this
 // process are later than they are, and the n-th call that changes a file kills the process or fails.
@@ -121,24 +121,6 @@ struct Gate {
     }
     int ends[2];
 };
-
-template <class Body>
-pid_t start_process(Body body) {
-    const pid_t pid = fork();
-    if (pid == 0) _exit(body());
-    return pid;
-}
-
-inline int end_of(pid_t pid) {
-    int status = 0;
-    EXPECT_EQ(waitpid(pid, &status, 0), pid);
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-template <class Body>
-int run_process(Body body) {
-    return end_of(start_process(body));
-}
 
 // What any field can hold; the members that are not of its type stay empty.
 struct Value {

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "include/sarn.h"
+#include "tests/support/process.h"
 
 namespace trial {
 
@@ -58,24 +59,6 @@ bool is_expected(Call call, int result);
 // What is wrong with the rows as the store has them, read past the library; empty when each MAC has one row, each row
 // one device's texts alone, and each free row its reset values. `devices` gets their number.
 std::string fault_of_rows(int *devices = nullptr);
-
-template <class Body>
-pid_t start_process(Body body) {
-    const pid_t pid = fork();
-    if (pid != 0) return pid;
-    alarm(600);  // a call that hangs is a failure
-    _exit(body());
-}
-inline int end_of(pid_t pid) {
-    int status = 0;
-    EXPECT_EQ(waitpid(pid, &status, 0), pid);
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
-}
-template <class Body>
-int run_process(Body body) {
-    return end_of(start_process(body));
-}
-inline constexpr int KILLED = -SIGKILL;
 
 // Each test has a store of its own, on a tmpfs. The test's own process never opens it: its children do.
 class TrialTest : public testing::Test {
