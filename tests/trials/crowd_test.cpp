@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -42,13 +43,14 @@ void make_any_call(std::mt19937 &random) {
     ++control->calls;
 }
 
-int be_a_daemon(uint32_t seed) {
+// As many calls from each thread, unless the trial is over before.
+int be_a_daemon(uint32_t seed, long calls = LONG_MAX) {
     if (sarn_init() != SARN_OK) return 1;
     std::vector<std::thread> threads;
     for (uint32_t i = 0; i < THREADS; ++i) {
         threads.emplace_back([=] {
             std::mt19937 random(seed + i);
-            while (!control->is_over) make_any_call(random);
+            for (long n = 0; n < calls && !control->is_over; ++n) make_any_call(random);
         });
     }
     for (std::thread &thread : threads) thread.join();
@@ -74,15 +76,29 @@ long open_descriptors() {
 
 }  // namespace
 
-class Crowd : public TrialTest {};
+class Crowd : public TrialTest {
+protected:
+    void SetUp() override {
+        TrialTest::SetUp();
+        control->calls = control->failures = control->longest_us = 0;
+        control->is_over = false;
+    }
+};
+
+TEST_F(Crowd, ThreadsOfOneProcessGetTheirOwnResults) {
+    const uint32_t first = seed();
+    fill(LASTING);
+    EXPECT_EQ(run_process([&] { return be_a_daemon(first, 250L * scale()); }), 0);
+    printf("%ld calls, the longest %ld us\n", control->calls.load(), control->longest_us.load());
+    EXPECT_EQ(control->failures, 0);
+    EXPECT_GE(check("at the end"), LASTING);
+}
 
 TEST_F(Crowd, ProcessesAndThreadsShareDevicesAndAreKilled) {
     const long calls = 5'000L * scale();
     const int kills = 20 * scale();
     std::mt19937 random(seed());
     fill(LASTING);
-    control->calls = control->failures = control->longest_us = 0;
-    control->is_over = false;
     std::vector<pid_t> daemons(PROCESSES);
     const auto start = [&](pid_t &daemon) {
         const auto own_seed = static_cast<uint32_t>(random());
@@ -166,7 +182,7 @@ TEST_F(Crowd, KilledReadersHoldNobodyUp) {
     }
     EXPECT_EQ(run_process([] {
                   int failed = sarn_init() != SARN_OK;
-                  for (int i = 0; i < 1000 * scale(); ++i)
+                  for (int i = 0; i < 2000 * scale(); ++i)
                       failed += make(i % 2 == 0 ? Call::Offline : Call::Signature, i % 10) != SARN_OK;
                   return failed != 0;
               }),

@@ -1,4 +1,6 @@
 // The n-th store operation or thread creation fails, for every n and every call, on the real store.
+#include <functional>
+
 #include "tests/trials/trial.h"
 
 using namespace trial;
@@ -17,8 +19,9 @@ int retry(Call call, int device) {
 
 // What a call may answer when its store fails it, besides what it may answer anyway.
 bool is_documented(int result) {
-    for (const int code : {SARN_OK, SARN_ERR_UNREADABLE, SARN_ERR_UNKNOWN_DEVICE, SARN_ERR_ROW_LOST_DEVICE,
-                           SARN_ERR_NO_ROW, SARN_ERR_REBUILD, SARN_ERR_NOTHING_CHANGED}) {
+    for (const int code :
+         {SARN_OK, SARN_STORE_FAILED, SARN_ERR_UNREADABLE, SARN_ERR_UNKNOWN_DEVICE, SARN_ERR_ROW_LOST_DEVICE,
+          SARN_ERR_NO_ROW, SARN_ERR_THREAD, SARN_ERR_INTERNET_DOWN, SARN_ERR_ACL_READ, SARN_ERR_NOTHING_CHANGED}) {
         if (result == code) return true;
     }
     return false;
@@ -102,3 +105,52 @@ TEST_F(FaultOnStore, EachThreadCreationFails) {
         EXPECT_GT(thread, 1) << name_of(call);
     }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+class Allocation : public TrialTest {
+protected:
+    // How many allocations there are to fail.
+    int run(const char *name, const char *state, bool is_ever, const std::function<int(int)> &in_process) {
+        for (int n = 1;; ++n) {
+            empty_store();
+            fill(3, state);
+            control->has_fired = false;
+            control->fail_later_allocations = is_ever;
+            EXPECT_EQ(run_process([&] { return in_process(n); }), 0) << name << ", allocation " << n;
+            check(name);
+            if (!control->has_fired) return n - 1;
+        }
+    }
+    static void arm_allocation(int n) {
+        arm(Fault::None, 0);
+        control->allocation_to_fail = n;
+    }
+};
+
+TEST_F(Allocation, EachOneFailsOnceOrEverAfter) {
+    for (const bool is_ever : {false, true}) {
+        const auto start = [](int n) {
+            arm_allocation(n);
+            const int result = sarn_init();
+            disarm();
+            if (result != SARN_OK && result != SARN_ERR_STORE_OPEN) return 11;
+            if (result == SARN_ERR_STORE_OPEN && sarn_init() != SARN_OK) return 12;
+            return make(Call::Read, 1);
+        };
+        const int at_start = run("start", "UP", is_ever, start);
+        printf("start: %d allocations\n", at_start);
+        EXPECT_GT(at_start, 5);
+        for (int c = 0; c < static_cast<int>(Call::Count); ++c) {
+            const auto call = static_cast<Call>(c);
+            const int count = run(name_of(call), call == Call::Remove ? "DOWN" : "UP", is_ever, [&](int n) {
+                if (!is_started()) return 10;
+                arm_allocation(n);
+                const int result = make(call, 1);
+                return is_documented(result) ? retry(call, 1) : 11;
+            });
+            printf("%s: %d allocations\n", name_of(call), count);
+            EXPECT_TRUE(count > 0 || (call != Call::Address && call != Call::Type)) << name_of(call);
+        }
+    }
+}
+#endif

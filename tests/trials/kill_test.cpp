@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <functional>
+#include <vector>
 
 #include "tests/trials/trial.h"
 
@@ -20,12 +21,14 @@ struct Operation {
     bool counts_start = false;
 };
 
-// The next position: in the short form every `stride`-th; and fewer far behind, where a rebuild reads all rows.
+// The next position: in the short form every `stride`-th, and fewer far behind, where a rebuild reads all rows.
 int next_position(int position, int stride) {
-    const bool is_near = position < 50;
-    if (scale() > 1) return position + (is_near ? 1 : 5);
-    return position + (is_near ? stride : 25);
+    if (scale() > 1) return position + 1;
+    return position + (position < 50 ? stride : 25);
 }
+
+// Of pairs, a tenth of those far behind will do.
+int next_of_pair(int position) { return scale() > 1 && position > 50 ? position + 10 : next_position(position, 4); }
 
 int start_and(const std::function<int()> &run) { return sarn_init() == SARN_OK ? run() : -100; }
 
@@ -126,21 +129,22 @@ TEST_F(Kill, BeforeAndAfterEachOperationLeavesRowsOldOrNew) {
 TEST_F(Kill, WhoComesNextIsKilledToo) {
     int pairs = 0;
     for (const Operation &operation : OPERATIONS) {
-        if (operation.devices > 100 || operation.counts_start) continue;
-        for (int first = 1;; first = next_position(first, 4)) {
+        if (scale() == 1 && (operation.devices > 100 || operation.counts_start)) continue;
+        for (int first = 1;; first = next_of_pair(first)) {
             bool is_first_killed = true;
-            for (int second = 1;; second = next_position(second, 4)) {
+            for (int second = 1;; second = next_of_pair(second)) {
                 prepare(operation);
                 is_first_killed = run_with(operation, Fault::KillBefore, first) == KILLED;
                 const bool is_second_killed = run_with(operation, Fault::KillAfter, second) == KILLED;
-                check(text_of(operation, Fault::KillBefore, first) + ", the next at " + std::to_string(second));
+                if (!operation.counts_start)
+                    check(text_of(operation, Fault::KillBefore, first) + ", the next at " + std::to_string(second));
                 ++pairs;
                 if (!is_first_killed || !is_second_killed) break;
             }
             if (!is_first_killed) break;
         }
         EXPECT_EQ(run_with(operation, Fault::None, 0), 0) << operation.name;
-        check(operation.name);
+        if (!operation.counts_start) check(operation.name);
     }
     printf("%d pairs of positions\n", pairs);
 }
@@ -180,7 +184,9 @@ protected:
 
 TEST_F(Stop, AnotherWritesInBetweenAndNothingIsMixed) {
     int pairs = 0;
-    for (const Call a : WRITERS) {
+    std::vector<Call> stopped(std::begin(WRITERS), std::end(WRITERS));
+    stopped.push_back(Call::Read);
+    for (const Call a : stopped) {
         for (const Call b : WRITERS) {
             const char *state = a == Call::Remove || b == Call::Remove ? "DOWN" : "UP";
             // All positions have their turn, with one pair or another.

@@ -1,7 +1,9 @@
 // The store functions of this program: each counts, meets the armed fault, and forwards to the platform's.
 #include <dlfcn.h>
+#include <errno.h>
 #include <pthread.h>
 #include <signal.h>
+#include <stdlib.h>
 
 #include "platform/kora.h"
 #include "tests/trials/trial.h"
@@ -55,6 +57,39 @@ void trial::arm(Fault fault, int position) {
 }
 
 void trial::disarm() { is_armed = false; }
+
+// The sanitizers have allocators of their own.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+extern "C" {
+void *__libc_malloc(size_t);
+void *__libc_calloc(size_t, size_t);
+void *__libc_realloc(void *, size_t);
+}
+
+namespace {
+
+bool is_memory_short() {
+    if (!is_armed || control->allocation_to_fail <= 0) return false;
+    if (control->allocation_to_fail > 1) return --control->allocation_to_fail, false;
+    if (!control->fail_later_allocations) control->allocation_to_fail = 0;
+    control->has_fired = true;
+    errno = ENOMEM;
+    return true;
+}
+
+}  // namespace
+
+// The trial's own containers are not to fail.
+void *operator new(size_t size) { return __libc_malloc(size); }
+void operator delete(void *memory) noexcept { free(memory); }
+void operator delete(void *memory, size_t) noexcept { free(memory); }
+
+extern "C" {
+void *malloc(size_t size) noexcept { return is_memory_short() ? nullptr : __libc_malloc(size); }
+void *calloc(size_t count, size_t size) noexcept { return is_memory_short() ? nullptr : __libc_calloc(count, size); }
+void *realloc(void *memory, size_t size) noexcept { return is_memory_short() ? nullptr : __libc_realloc(memory, size); }
+}
+#endif
 
 #define FORWARDED(name, parameters, ...)                       \
     int32_t name parameters {                                  \

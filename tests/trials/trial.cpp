@@ -3,16 +3,20 @@
 #include <signal.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <vector>
 
 #include "core/schema.h"
 #include "platform/kora.h"
 
 namespace trial {
+
+constexpr size_t MAC_LENGTH = 17;
 
 Control *control =
     new (mmap(nullptr, sizeof(Control), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Control;
@@ -47,12 +51,6 @@ signature_record signature_of(int device, const char *state) {
     return record;
 }
 
-const char *name_of(Call call) {
-    static const char *const names[] = {"signature", "offline", "connection", "detail", "field",
-                                        "name",      "block",   "remove",     "read"};
-    return names[static_cast<int>(call)];
-}
-
 namespace {
 
 int report(int device, const char *state) {
@@ -60,14 +58,16 @@ int report(int device, const char *state) {
     return update_device_signature(&record, 0);
 }
 
-int report_connection(const std::string &mac) {
+int report_connection(int device) {
+    const std::string mac = mac_of(device);
     connected_device_record record = {};
     memcpy(record.mac, mac.c_str(), sizeof record.mac);
     memcpy(record.ssid, mac.c_str(), sizeof record.mac);
     return update_connected_device_info(&record, 0);
 }
 
-int report_detail(const std::string &mac) {
+int report_detail(int device) {
+    const std::string mac = mac_of(device);
     device_detail_record record = {};
     for (char *text : {record.mac, record.mac_vendor, record.model, record.os, record.brand}) {
         memcpy(text, mac.c_str(), sizeof record.mac);
@@ -75,59 +75,123 @@ int report_detail(const std::string &mac) {
     return update_device_detail(&record, 0);
 }
 
-// The texts of a row name one device, or none.
+// The texts of a row name one device, or none; and those of a report are there together.
 bool is_torn(const device_info &record) {
-    const char *const texts[] = {record.DeviceHua,         record.DeviceDHCPHostname, record.DeviceDHCPVendor,
-                                 record.DeviceDHCPOptions, record.DeviceModel,        record.DeviceBrand,
-                                 record.DeviceHostname,    record.ConnSSID,           record.DeviceUUID};
-    for (const char *text : texts) {
-        if (strncmp(text, "02:", 3) == 0 && strncmp(text, record.DeviceMAC, 17) != 0) return true;
+    const char *const reported[] = {record.DeviceHua,         record.DeviceDHCPHostname,        record.DeviceDHCPVendor,
+                                    record.DeviceDHCPOptions, record.DeviceConnectionInterface, record.DeviceCategory,
+                                    record.DeviceHostname};
+    const char *const others[] = {record.DeviceModel, record.DeviceBrand, record.ConnSSID, record.DeviceUUID};
+    // A field that could not be read is full of this.
+    const auto is_right = [&](const char *text) {
+        return strncmp(text, record.DeviceMAC, MAC_LENGTH) == 0 || strncmp(text, "0000", 4) == 0;
+    };
+    size_t there = 0;
+    for (const char *text : reported) there += is_right(text);
+    for (const char *text : others) {
+        if (text[0] != '\0' && !is_right(text)) return true;
     }
-    return false;
+    return there != 0 && there != std::size(reported);
 }
 
 constexpr int TORN = 1000;
 
-int read_device(const std::string &mac) {
+int read_device(int device) {
+    const std::string mac = mac_of(device);
     device_info record;
     const int result = get_device_info_by_mac(&record, mac.c_str());
     const bool is_wrong = result == SARN_OK && (strcmp(record.DeviceMAC, mac.c_str()) != 0 || is_torn(record));
     return is_wrong ? TORN : result;
 }
 
-}  // namespace
+int read_row(int device) {
+    device_info record;
+    const int result = get_device_info_at_index(&record, static_cast<uint32_t>(device % 256));
+    return result == SARN_OK && is_torn(record) ? TORN : result;
+}
 
-int make(Call call, int device) {
+int read_address(int device) {
+    char *address = check_macaddress_by_index(device % 256);
+    const bool is_there = address != nullptr;
+    free(address);
+    return is_there ? SARN_OK : SARN_ERR_NO_MEMORY;
+}
+
+int ok_if_count(int result) { return result >= 0 ? SARN_OK : result; }
+
+int find(int device) { return ok_if_count(check_macaddress_entry(mac_of(device).data())); }
+
+int count_rows_up() {
+    uint32_t words[SARN_BITMAP_WORDS];
+    return ok_if_count(sarn_device_state_info(words, SARN_BITMAP_WORDS, SARN_ROWS_UP));
+}
+
+int block(int device) {
     const std::string mac = mac_of(device);
     const char *const list = mac.c_str();
-    switch (call) {
-        case Call::Signature: return report(device, "UP");
-        case Call::Offline: return report(device, "DOWN");
-        case Call::Connection: return report_connection(mac);
-        case Call::Detail: return report_detail(mac);
-        case Call::Field: return sarn_update_table_field(list, SARN_FIELD_UUID, list, 18, 0);
-        case Call::Name: return update_device_displayname(list, "a name", 6, 0);
-        case Call::Block: return sarn_update_pause_list(&list, 0, 1, 0);
-        case Call::Remove: return sarn_remove_macaddress_entry(list);
-        default: return read_device(mac);
-    }
+    return sarn_update_pause_list(&list, 0, 1, 0);
 }
+
+int remove(int device) { return sarn_remove_macaddress_entry(mac_of(device).c_str()); }
+
+int set_uuid(int device) {
+    const std::string mac = mac_of(device);
+    return sarn_update_table_field(mac.c_str(), SARN_FIELD_UUID, mac.c_str(), 18, 0);
+}
+
+template <auto Update>
+int set_text(int device) {
+    const std::string mac = mac_of(device);
+    return Update(mac.c_str(), mac.c_str(), 17, 0);
+}
+
+int switch_access(int device) {
+    const int written = sarn_set_ACL(device % 2 == 0);
+    return written != SARN_OK ? written : ok_if_count(sarn_get_ACL());
+}
+
+struct CallSpec {
+    const char *name;
+    int (*make)(int device);
+    std::vector<int> others;  // results besides 0 while other processes write
+};
+
+const CallSpec CALLS[] = {
+    {"signature", [](int n) { return report(n, "UP"); }, {SARN_ERR_NO_ROW}},  // the table is full
+    {"offline", [](int n) { return report(n, "DOWN"); }, {SARN_ERR_NO_ROW}},
+    {"connection", report_connection, {SARN_ERR_NO_ROW}},
+    {"detail", report_detail, {SARN_ERR_NO_ROW}},
+    {"field", set_uuid, {SARN_ERR_NO_ROW}},
+    {"name", set_text<update_device_displayname>, {SARN_ERR_UNKNOWN_DEVICE}},
+    {"type", set_text<update_device_displaytype>, {SARN_ERR_UNKNOWN_DEVICE}},
+    {"model", set_text<update_device_displaymodel>, {SARN_ERR_UNKNOWN_DEVICE}},
+    {"brand", set_text<update_device_displaybrand>, {SARN_ERR_UNKNOWN_DEVICE}},
+    {"block", block, {SARN_ERR_NOTHING_CHANGED}},
+    {"remove", remove, {SARN_ERR_NO_ROW, SARN_ERR_DEVICE_UP}},
+    {"read", read_device, {SARN_ERR_UNKNOWN_DEVICE, SARN_ERR_ROW_LOST_DEVICE}},
+    {"read row", read_row, {SARN_ERR_UNUSED_ROW}},
+    {"find", find, {SARN_ERR_NOT_FOUND}},
+    {"address of a row", read_address, {}},
+    {"bitmap", [](int) { return count_rows_up(); }, {}},
+    {"total", [](int) { return ok_if_count(get_total_sarn_entries_used()); }, {}},
+    {"access switch", switch_access, {}},
+    {"upgrade", [](int n) { return set_sarn_upgrade_status(n % 2 == 0); }, {}},
+    {"refresh", [](int) { return sarn_weekly_refresh_request(); }, {SARN_ERR_INTERNET_DOWN}},
+};
+static_assert(sizeof CALLS / sizeof CALLS[0] == static_cast<size_t>(Call::Count));
+
+const CallSpec &spec_of(Call call) { return CALLS[static_cast<size_t>(call)]; }
+
+}  // namespace
+
+const char *name_of(Call call) { return spec_of(call).name; }
+
+int make(Call call, int device) { return spec_of(call).make(device); }
 
 bool is_started() { return sarn_init() == SARN_OK && is_expected(Call::Read, make(Call::Read, 0)); }
 
 bool is_expected(Call call, int result) {
-    if (result == SARN_OK) return true;
-    switch (call) {
-        case Call::Signature:
-        case Call::Offline: return result == SARN_ERR_NO_ROW;  // the table is full
-        case Call::Connection:
-        case Call::Detail:
-        case Call::Field: return result == SARN_ERR_NO_ROW;
-        case Call::Name: return result == SARN_ERR_UNKNOWN_DEVICE;
-        case Call::Block: return result == SARN_ERR_NOTHING_CHANGED;
-        case Call::Remove: return result == SARN_ERR_NO_ROW || result == SARN_ERR_DEVICE_UP;
-        default: return result == SARN_ERR_UNKNOWN_DEVICE;
-    }
+    const std::vector<int> &others = spec_of(call).others;
+    return result == SARN_OK || std::find(others.begin(), others.end(), result) != others.end();
 }
 
 namespace {
@@ -178,8 +242,19 @@ std::string reset_value(Field field) {
     }
 }
 
+constexpr Field REPORTED[] = {Field::Sarnsignature_DeviceHua,
+                              Field::Sarnsignature_DeviceDHCPOptions,
+                              Field::Sarnsignature_DeviceDHCPHostname,
+                              Field::Sarnsignature_DeviceDHCPVendor,
+                              Field::Sarnsignature_DeviceConnectionInterface,
+                              Field::Sarnsignature_DeviceCategory,
+                              Field::DeviceIdList_DeviceHostname};
+
 std::string fault_of_row(void *handle, int32_t row, const std::string &mac) {
     const bool is_free = mac == "00:00:00:00:00:00";
+    size_t reported = 0;
+    for (const Field field : REPORTED) reported += read_value(handle, field, row) == mac;
+    if (reported != 0 && reported != std::size(REPORTED)) return "half a report in the row of " + mac;
     for (int32_t i = 0; i < sarn::DEVICE_FIELD_COUNT; ++i) {
         const auto field = static_cast<Field>(i);
         const std::string value = read_value(handle, field, row);
@@ -187,7 +262,7 @@ std::string fault_of_row(void *handle, int32_t row, const std::string &mac) {
                                   " of row " + std::to_string(row) + " is \"" + value + "\", the device " + mac;
         if (i < sarn::DEVICE_MAC_FIELD_COUNT && value != mac) return where;
         if (is_free && value != reset_value(field)) return where;
-        if (value.starts_with("02:") && value.substr(0, 17) != mac) return where;
+        if (value.starts_with("02:") && value.substr(0, MAC_LENGTH) != mac) return where;
     }
     return "";
 }

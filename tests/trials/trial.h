@@ -27,6 +27,8 @@ struct Control {
     std::atomic<bool> has_fired{false};
     std::atomic<bool> is_writing_group{false};  // of the process with the armed fault
     std::atomic<int> thread_to_fail{0};         // the k-th thread creation fails
+    std::atomic<int> allocation_to_fail{0};     // the n-th allocation fails, or each from there on
+    std::atomic<bool> fail_later_allocations{false};
     std::atomic<long> calls{0};
     std::atomic<long> longest_us{0};
     std::atomic<long> failures{0};
@@ -46,7 +48,29 @@ std::string mac_of(int device);
 
 // Reports and names that carry the device's MAC in every text, so that a row that mixes two devices shows.
 signature_record signature_of(int device, const char *state = "UP");
-enum class Call { Signature, Offline, Connection, Detail, Field, Name, Block, Remove, Read, Count };
+enum class Call {
+    Signature,
+    Offline,
+    Connection,
+    Detail,
+    Field,
+    Name,
+    Type,
+    Model,
+    Brand,
+    Block,
+    Remove,
+    Read,
+    ReadRow,
+    Find,
+    Address,
+    Bitmap,
+    Total,
+    Access,
+    Upgrade,
+    Refresh,
+    Count
+};
 inline constexpr Call WRITERS[] = {Call::Signature, Call::Connection, Call::Detail, Call::Field,
                                    Call::Name,      Call::Block,      Call::Remove};
 const char *name_of(Call call);
