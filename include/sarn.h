@@ -16,7 +16,6 @@
  *     byte past a width is ever read. A MAC text is six two-digit hexadecimal pairs joined by colons, either case;
  *     what follows the 17th character is ignored. IP text is a dotted quad.
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
- *
  *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
  *     keeps all of its writes to a row or none.
  *
@@ -317,10 +316,13 @@ typedef struct {
 /*
  * Writes one field of a device that has a row. Gate; worker. The value is text: it ends at its first NUL or after
  * `length` bytes, and holds at most 255 characters. At most 18 bytes of `mac` are looked at.
- *   0                     done; so also when an empty value (codes 1 to 4) or a text that is no address (5) was passed
- * over SARN_ERR_PRODUCER     refused id; wins over all others SARN_ERR_MAC          `mac` null or refused; a refused
- * value of code 18 SARN_ERR_FIELD_CODE   not 1 to 21 SARN_ERR_LENGTH       `value` null, or `length` not 1 to
- * SARN_VALUE_MAX SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED SARN_ERR_NO_ROW       the MAC has no row
+ *   0                     done; so also for an empty value (codes 1 to 4) or a text that is no address (5)
+ *   SARN_ERR_PRODUCER     refused id; wins over all others
+ *   SARN_ERR_MAC          `mac` null or refused; a refused value of code 18
+ *   SARN_ERR_FIELD_CODE   not 1 to 21
+ *   SARN_ERR_LENGTH       `value` null, or `length` not 1 to SARN_VALUE_MAX
+ *   SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED
+ *   SARN_ERR_NO_ROW       the MAC has no row
  */
 SARN_API int32_t sarn_update_table_field(const char *mac, int32_t field_code, const void *value, int32_t length,
                                          int32_t producer_id);
@@ -453,9 +455,11 @@ SARN_API int32_t sarn_get_ACL(void);
 /*
  * Resumes ("allow", `state` not 0) or pauses ("block", 0) the devices of a list of `count` MAC texts; at most 18 bytes
  * of each are looked at. Each change is announced, but for producer 10 and negative ids; other producer ids are not
- * checked. 0                         some device changed, or the list is null or empty SARN_ERR_NOT_READY        not
- * initialised SARN_ERR_MAC              an entry is null or refused; those before it are done, those after it are not
- * looked at SARN_ERR_NOTHING_CHANGED  every device was in that state, or has no row
+ * checked.
+ *   0                         some device changed, or the list is null or empty
+ *   SARN_ERR_NOT_READY        not initialised
+ *   SARN_ERR_MAC              an entry is null or refused: those before it are done, those after it not looked at
+ *   SARN_ERR_NOTHING_CHANGED  every device was in that state, or has no row
  */
 SARN_API int32_t sarn_update_pause_list(const char *const *macs, uint8_t state, uint32_t count, int32_t producer_id);
 
