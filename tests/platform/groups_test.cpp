@@ -78,6 +78,33 @@ TEST_F(Groups, AKillAtEachStepLeavesAllOrNothing) {
     }
 }
 
+TEST_F(Groups, WritersOfAllProcessesExcludeEachOther) {
+    constexpr int ROUNDS = 300;
+    const auto count = [&](int *failures) {
+        uint32_t number = 0;
+        for (int i = 0; i < ROUNDS; ++i) {
+            const bool is_counted = begin(KORA_WRITING) == 0 &&
+                                    kora_get_uint(handle, "BRIXConfig", 0, "ProcessId", &number) == 0 &&
+                                    kora_set_uint(handle, "BRIXConfig", 0, "ProcessId", number + 1) == 0 && end(1) == 0;
+            *failures += !is_counted;
+        }
+    };
+    std::vector<pid_t> children;
+    for (int i = 0; i < 3; ++i) {
+        children.push_back(start_process([&] {
+            int own = 0, others = 0;
+            std::thread thread(count, &others);
+            count(&own);
+            thread.join();
+            return own + others;
+        }));
+    }
+    for (const pid_t child : children) EXPECT_EQ(end_of(child), 0);
+    uint32_t sum = 0;
+    EXPECT_EQ(kora_get_uint(handle, "BRIXConfig", 0, "ProcessId", &sum), 0);
+    EXPECT_EQ(sum, 3U * 2U * ROUNDS);
+}
+
 TEST_F(Groups, AReaderSeesOneSnapshotAndWritesNothing) {
     ASSERT_EQ(set_step(0, "old"), 0);
     const uint64_t before = changes();
