@@ -119,9 +119,9 @@ bool find_overflow(TreeWalk &walk, const uint8_t *at, Bytes &value) {
 
 bool check_leaf_node(TreeWalk &walk, const Node &node, const uint8_t *key, size_t room) {
     const bool is_in_overflow = node.flags == IN_OVERFLOW;
-    Bytes value = {key + node.key_size, static_cast<size_t>(node.low | node.high << 16)};
+    Bytes value = {key + node.key_size, node.low | static_cast<size_t>(node.high) << 16};
     if (node.key_size != walk.key_size || (node.flags != 0 && !is_in_overflow)) return false;
-    if (room < node.key_size + (is_in_overflow ? sizeof(size_t) : value.size)) return false;
+    if (room < node.key_size || room - node.key_size < (is_in_overflow ? sizeof(size_t) : value.size)) return false;
     if (is_in_overflow && (walk.key_size != sizeof(size_t) || !find_overflow(walk, key + node.key_size, value)))
         return false;
     ++walk.entries;
