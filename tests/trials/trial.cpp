@@ -30,6 +30,7 @@ uint32_t seed() {
     const char *text = getenv("SARN_SEED");
     const uint32_t value = text == nullptr ? std::random_device{}() : static_cast<uint32_t>(strtoul(text, nullptr, 10));
     printf("SARN_SEED=%u\n", value);
+    fflush(stdout);
     return value;
 }
 
