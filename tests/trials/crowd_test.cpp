@@ -212,6 +212,7 @@ TEST_F(Crowd, KilledReadersHoldNobodyUp) {
 TEST_F(Crowd, NothingGrows) {
     fill(20);
     EXPECT_EQ(run_process([&] {
+                  alarm(static_cast<unsigned>(600 * scale()));
                   if (sarn_init() != SARN_OK) return 1;
                   std::mt19937 random(1);
                   for (int i = 0; i < 1000; ++i) make_any_call(random);
