@@ -31,14 +31,6 @@ void unlink_call(const Call &call) {
     *link = call.next;
 }
 
-void leave_status(const void *request, int32_t &cell, int32_t status) {
-    const Exclusive hold(calls_lock);
-    for (Call *call = calls; call != nullptr; call = call->next) {
-        if (call->request == request) call->status = status;
-    }
-    __atomic_store_n(&cell, status, __ATOMIC_RELAXED);
-}
-
 }  // namespace
 
 // Another thread of the parent may have held the lock at the fork.
@@ -57,9 +49,12 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     return {error, call.status};
 }
 
-void end_worker(const void *request, int32_t &cell, int32_t status) {
-    leave_status(request, cell, status);
-    pthread_exit(&cell);
+void leave_status(const void *request, int32_t &cell, int32_t status) {
+    const Exclusive hold(calls_lock);
+    for (Call *call = calls; call != nullptr; call = call->next) {
+        if (call->request == request) call->status = status;
+    }
+    __atomic_store_n(&cell, status, __ATOMIC_RELAXED);
 }
 
 }  // namespace sarn

@@ -8,6 +8,7 @@
 #ifndef SARN_CORE_CALL_H
 #define SARN_CORE_CALL_H
 
+#include <pthread.h>
 #include <stdint.h>
 
 #include <type_traits>
@@ -22,17 +23,19 @@ struct WorkerResult {
 // Creates the worker, waits for its end and returns its status. No lock may be held.
 WorkerResult run_worker(void *(*handler)(void *), const void *request);
 
-// Leaves the status for the call and in the cell, and ends the thread with the cell's address as its exit value.
-// The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be alive.
-[[noreturn]] void end_worker(const void *request, int32_t &cell, int32_t status);
+// Leaves the worker's status for its call and in the cell.
+void leave_status(const void *request, int32_t &cell, int32_t status);
 
 // After a fork, in the child: the calls that were running are the parent's.
 void forget_calls();
 
+// All of a handler. The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be
+// alive; and it unwinds the stack frame by frame, so it is called from the handler itself.
 template <typename Request>
-[[noreturn]] void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
+[[noreturn]] inline void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);
-    end_worker(argument, cell, work(*static_cast<Request *>(argument)));
+    leave_status(argument, cell, work(*static_cast<Request *>(argument)));
+    pthread_exit(&cell);
 }
 
 }  // namespace sarn

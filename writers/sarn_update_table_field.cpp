@@ -36,14 +36,14 @@ struct FieldCode {
 
 int32_t accept_change(table_field_request &request);
 int32_t store_change(table_field_request &request);
-int32_t write_value(int32_t row, const table_field_request &request) SARN_REQUIRES(state_lock);
+int32_t write_value(int32_t row, const table_field_request &request) SARN_REQUIRES_SHARED(state_lock);
 bool is_ap_mac_accepted(const char *value, bool has_end);
-void write_hostname(const Change &change) SARN_REQUIRES(state_lock);
-void write_ip(const Change &change) SARN_REQUIRES(state_lock);
+void write_hostname(const Change &change) SARN_REQUIRES_SHARED(state_lock);
+void write_ip(const Change &change) SARN_REQUIRES_SHARED(state_lock);
 void write_state(const Change &change) SARN_REQUIRES(state_lock);
-void announce_tagged_state(int32_t row, const char *state, const char *tag) SARN_REQUIRES(state_lock);
-void write_access(const Change &change) SARN_REQUIRES(state_lock);
-void write_ap_mac(const Change &change) SARN_REQUIRES(state_lock);
+void announce_tagged_state(int32_t row, const char *state, const char *tag) SARN_REQUIRES_SHARED(state_lock);
+void write_access(const Change &change) SARN_REQUIRES_SHARED(state_lock);
+void write_ap_mac(const Change &change) SARN_REQUIRES_SHARED(state_lock);
 
 constexpr FieldCode FIELD_CODES[] = {
     /*  1 */ {Field::Sarnsignature_DeviceHua, true, nullptr},
@@ -99,6 +99,15 @@ int32_t accept_change(table_field_request &request) {
 }
 
 int32_t store_change(table_field_request &request) {
+    // Only a state changes what this process knows: the others are written beside readers, where the row is known.
+    if (request.field_code != SARN_FIELD_STATE) {
+        const Shared hold(state_lock);
+        const int32_t row = find_known_row(request.mac);
+        if (is_row(row)) {
+            tell_known_row(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
+            return write_value(row, request);
+        }
+    }
     const Exclusive hold(state_lock);
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (!is_row(row)) {
@@ -120,7 +129,7 @@ int32_t write_value(int32_t row, const table_field_request &request) {
     if (code.is_empty_skipped && value[0] == '\0') return SARN_OK;
 
     const Change change = {row, request.producer_id, value};
-    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+    const GroupEnd end = write_group([&]() SARN_REQUIRES_SHARED(state_lock) {
         if (!holds_known_device(row)) return false;
         if (code.step != nullptr) {
             code.step(change);

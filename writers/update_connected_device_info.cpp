@@ -21,8 +21,9 @@ namespace {
 int32_t accept_connection(connected_device_request &request);
 int32_t check_texts(const connected_device_record &record);
 int32_t store_connection(const connected_device_record &record);
-GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
-void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES(state_lock);
+bool is_stored_beside_readers(const char *mac, const connected_device_record &record);
+GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
+void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
 
 int32_t accept_connection(connected_device_request &request) {
     const int32_t accepted = check_reporter(request.producer_id);
@@ -48,6 +49,7 @@ int32_t store_connection(const connected_device_record &record) {
     MacText mac(record.mac);
     upper_case(mac.text, sizeof record.mac);
 
+    if (is_stored_beside_readers(mac.text, record)) return SARN_OK;
     const Exclusive hold(state_lock);
     int32_t row = 0;
     if (!check_mac_pre_existing(mac.text, &row) || write_row(row, record) == GroupEnd::Dropped) {
@@ -58,8 +60,17 @@ int32_t store_connection(const connected_device_record &record) {
     return SARN_OK;
 }
 
+// Nothing changes but the device's row in the store.
+bool is_stored_beside_readers(const char *mac, const connected_device_record &record) {
+    const Shared hold(state_lock);
+    const int32_t row = find_known_row(mac);
+    if (!is_row(row)) return false;
+    log_lookup(mac);
+    return write_row(row, record) != GroupEnd::Dropped;
+}
+
 GroupEnd write_row(int32_t row, const connected_device_record &record) {
-    return write_group([&]() SARN_REQUIRES(state_lock) {
+    return write_group([&]() SARN_REQUIRES_SHARED(state_lock) {
         if (!holds_known_device(row)) return false;
         write_texts(row, record);
         return true;
