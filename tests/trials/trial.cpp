@@ -139,6 +139,10 @@ int set_uuid(int device) {
     return sarn_update_table_field(mac.c_str(), SARN_FIELD_UUID, mac.c_str(), 18, 0);
 }
 
+int set_state(int device) {
+    return sarn_update_table_field(mac_of(device).c_str(), SARN_FIELD_STATE, "UP", sizeof "UP", 0);
+}
+
 template <auto Update>
 int set_text(int device) {
     const std::string mac = mac_of(device);
@@ -162,6 +166,7 @@ const CallSpec CALLS[] = {
     {"connection", report_connection, {SARN_ERR_NO_ROW}},
     {"detail", report_detail, {SARN_ERR_NO_ROW}},
     {"field", set_uuid, {SARN_ERR_NO_ROW}},
+    {"state", set_state, {SARN_ERR_NO_ROW}},
     {"name", set_text<update_device_displayname>, {SARN_ERR_UNKNOWN_DEVICE}},
     {"type", set_text<update_device_displaytype>, {SARN_ERR_UNKNOWN_DEVICE}},
     {"model", set_text<update_device_displaymodel>, {SARN_ERR_UNKNOWN_DEVICE}},

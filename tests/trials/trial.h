@@ -54,6 +54,7 @@ enum class Call {
     Connection,
     Detail,
     Field,
+    State,
     Name,
     Type,
     Model,
