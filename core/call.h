@@ -32,7 +32,7 @@ void forget_calls();
 // All of a handler. The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be
 // alive; and it unwinds the stack frame by frame, so it is called from the handler itself.
 template <typename Request>
-[[noreturn]] inline void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
+[[noreturn]] void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);
     leave_status(argument, cell, work(*static_cast<Request *>(argument)));
     pthread_exit(&cell);

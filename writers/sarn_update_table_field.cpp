@@ -20,7 +20,8 @@ namespace sarn {
 
 namespace {
 
-// What a code writes. Codes with a step of their own carry it; the others write their text to their field.
+// What a code writes. Codes with a step of their own carry it; the others write their text to their field. Clang cannot
+// follow a lock through the step's pointer: that of the state alone needs it exclusively, and store_change sees to it.
 struct Change {
     int32_t row;
     int32_t producer_id;

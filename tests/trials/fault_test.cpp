@@ -1,4 +1,4 @@
-// The n-th store operation or thread creation fails, for every n and every call, on the real store.
+// The n-th store operation, allocation or thread creation fails, for every n and every call, on the real store.
 #include <functional>
 
 #include "tests/trials/trial.h"

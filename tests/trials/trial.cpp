@@ -121,7 +121,7 @@ int ok_if_count(int result) { return result >= 0 ? SARN_OK : result; }
 
 int find(int device) { return ok_if_count(check_macaddress_entry(mac_of(device).data())); }
 
-int count_rows_up() {
+int count_rows_up(int) {
     uint32_t words[SARN_BITMAP_WORDS];
     return ok_if_count(sarn_device_state_info(words, SARN_BITMAP_WORDS, SARN_ROWS_UP));
 }
@@ -177,7 +177,7 @@ const CallSpec CALLS[] = {
     {"read row", read_row, {SARN_ERR_UNUSED_ROW}},
     {"find", find, {SARN_ERR_NOT_FOUND}},
     {"address of a row", read_address, {}},
-    {"bitmap", [](int) { return count_rows_up(); }, {}},
+    {"bitmap", count_rows_up, {}},
     {"total", [](int) { return ok_if_count(get_total_sarn_entries_used()); }, {}},
     {"access switch", switch_access, {}},
     {"upgrade", [](int n) { return set_sarn_upgrade_status(n % 2 == 0); }, {}},
