@@ -17,6 +17,7 @@ struct Key {
     uint8_t row;
 };
 constexpr Key CHANGE_NUMBER = {0xff, 0};
+constexpr uint8_t WRITTEN_FIELD = RECORD_FIELDS - 1;
 
 MDB_val value_of(const void *data, size_t size) { return {size, const_cast<void *>(data)}; }
 
@@ -33,8 +34,8 @@ public:
     explicit Lmdb(int devices) {
         constexpr size_t MAP_SIZE = 8 << 20;
         require(mdb_env_create(&environment_) == 0 && mdb_env_set_mapsize(environment_, MAP_SIZE) == 0 &&
-                    mdb_env_open(environment_, in_folder("by-hand.mdb").c_str(), MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC,
-                                 0600) == 0,
+                    mdb_env_open(environment_, in_folder("by-hand.mdb").c_str(),
+                                 MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC | MDB_WRITEMAP, 0600) == 0,
                 "mdb_env_open");
         fill(devices);
         require(mdb_txn_begin(environment_, nullptr, MDB_RDONLY, &snapshot_) == 0, "mdb_txn_begin");
@@ -55,11 +56,29 @@ public:
         return reading_.is_done;
     }
 
+    bool write_field(int row, const std::string &text) override {
+        writing_ = {this, row, &text, false};
+        run_in_thread(
+            [](void *writing) -> void * {
+                auto &own = *static_cast<Writing *>(writing);
+                own.is_done = own.store->write_in_thread(own);
+                return nullptr;
+            },
+            &writing_);
+        return writing_.is_done;
+    }
+
 private:
     struct Reading {
         Lmdb *store;
         int row;
         Record *record;
+        bool is_done;
+    };
+    struct Writing {
+        Lmdb *store;
+        int row;
+        const std::string *text;
         bool is_done;
     };
 
@@ -82,6 +101,21 @@ private:
             copy_field(record.fields[field], static_cast<const char *>(value.mv_data), value.mv_size);
         }
         return true;
+    }
+
+    bool write_in_thread(const Writing &writing) {
+        MDB_txn *txn = nullptr;
+        if (mdb_txn_begin(environment_, nullptr, 0, &txn) != 0) return false;
+        const Key mac = {MAC_FIELD, static_cast<uint8_t>(writing.row)};
+        MDB_val keys[] = {value_of(&CHANGE_NUMBER, sizeof CHANGE_NUMBER), value_of(&mac, sizeof mac)};
+        MDB_val value;
+        for (MDB_val &key : keys) {
+            if (mdb_get(txn, values_, &key, &value) == 0) continue;
+            mdb_txn_abort(txn);
+            return false;
+        }
+        put(txn, {WRITTEN_FIELD, static_cast<uint8_t>(writing.row)}, writing.text->c_str());
+        return mdb_txn_commit(txn) == 0;
     }
 
     void put(MDB_txn *txn, Key place, const char *text) const {
@@ -108,6 +142,7 @@ private:
     MDB_txn *snapshot_ = nullptr;
     MDB_dbi values_ = 0;
     Reading reading_ = {};
+    Writing writing_ = {};
 };
 
 }  // namespace

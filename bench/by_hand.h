@@ -3,6 +3,7 @@
 #define SARN_BENCH_BY_HAND_H
 
 #include <memory>
+#include <string>
 
 #include "bench/alternative.h"
 
@@ -11,12 +12,13 @@ namespace bench {
 // One thread's creation and join.
 void create_and_join();
 
-// A record as one would read it by hand: a thread, and in it one snapshot of an LMDB file, the number that tells
-// whether rows moved, and 35 reads.
+// What one would do by hand in a thread: a record is one snapshot of an LMDB file, the number that tells whether rows
+// moved, and 35 reads; a field is one transaction, the number, whose row it is, and one write.
 class ByHand {
 public:
     virtual ~ByHand() = default;
     virtual bool read_record(int row, Record &record) = 0;
+    virtual bool write_field(int row, const std::string &text) = 0;
 };
 std::unique_ptr<ByHand> make_by_hand(int devices);
 

@@ -38,67 +38,73 @@ signature_record signature_of(int device, int64_t turn, const char *state) {
     return record;
 }
 
-void report(int device, int64_t turn, const char *state) {
-    const signature_record record = signature_of(device, turn, state);
-    require(update_device_signature(&record, 0) == SARN_OK, "a signature");
-}
+void send(const signature_record &record) { require(update_device_signature(&record, 0) == SARN_OK, "a signature"); }
 
-void remove(int device) { require(sarn_remove_macaddress_entry(mac_of(device).text) == SARN_OK, "a removal"); }
+void remove(const MacText &mac) { require(sarn_remove_macaddress_entry(mac.text) == SARN_OK, "a removal"); }
 
-void report_last(int devices) { report(devices - 1, -1, REMOVABLE); }
-void remove_last(int devices) {
-    report_last(devices);
-    remove(devices - 1);
-}
+// What the calls below are given.
+const MacText mac = mac_of(ROW);
+MacText last_mac;
+signature_record signature;
+device_detail_record detail;
+char value[16];
+int value_length;
+MacText paused_texts[PAUSED];
+const char *paused[PAUSED];
+uint8_t pause_state;
 
-void record_by_row(int, int64_t) {
+void record_by_row() {
     device_info record;
     require(get_device_info_at_index(&record, ROW) == SARN_OK, "a record by row");
 }
 
-void record_by_mac(int, int64_t) {
+void record_by_mac() {
     device_info record;
-    static const MacText mac = mac_of(ROW);
     require(get_device_info_by_mac(&record, mac.text) == SARN_OK, "a record by MAC");
 }
 
-void signature_nothing_new(int, int64_t) {
-    static const signature_record record = signature_of(ROW, -1, PRESENT);
-    require(update_device_signature(&record, 0) == SARN_OK, "a signature");
+void make_known_signature(int, int64_t) { signature = signature_of(ROW, -1, PRESENT); }
+void make_new_signature(int, int64_t turn) { signature = signature_of(ROW, turn, PRESENT); }
+void remove_last(int devices, int64_t) {
+    signature = signature_of(devices - 1, -1, REMOVABLE);
+    send(signature);
+    remove(mac_of(devices - 1));
 }
+void send_signature() { send(signature); }
 
-void signature_all_new(int, int64_t turn) { report_signature(ROW, turn); }
-
-void signature_new_device(int devices, int64_t) { report_last(devices); }
-
-void one_field(int, int64_t turn) {
-    char value[16];
-    const int length = std::snprintf(value, sizeof value, "-%d", static_cast<int>(turn % 1'000'000));
-    require(sarn_update_table_field(mac_of(ROW).text, SARN_FIELD_SIGNAL_STRENGTH, value, length, 0) == SARN_OK,
+void make_value(int, int64_t turn) {
+    value_length = std::snprintf(value, sizeof value, "-%d", static_cast<int>(turn % 1'000'000));
+}
+void one_field() {
+    require(sarn_update_table_field(mac.text, SARN_FIELD_SIGNAL_STRENGTH, value, value_length, 0) == SARN_OK,
             "one field");
 }
 
-void removal(int devices, int64_t) { remove(devices - 1); }
-
-void detail_update(int, int64_t turn) {
-    device_detail_record record = {};
-    copy_text(record.mac, mac_of(ROW).text);
-    copy_text(record.mac_vendor, "maker-" + std::to_string(turn % 1'000'000));
-    copy_text(record.model, "model-" + std::to_string(turn % 1'000'000));
-    copy_text(record.os, "os-" + std::to_string(turn % 1'000'000));
-    copy_text(record.brand, "brand-" + std::to_string(turn % 1'000'000));
-    copy_text(record.type, turn % 2 == 0 ? "SMART_PLUG" : "LAPTOP");
-    require(update_device_detail(&record, 0) == SARN_OK, "a detail update");
+void report_last(int devices, int64_t) {
+    last_mac = mac_of(devices - 1);
+    send(signature_of(devices - 1, -1, REMOVABLE));
 }
+void removal() { remove(last_mac); }
 
-void pause_list(int, int64_t turn) {
-    MacText texts[PAUSED];
-    const char *macs[PAUSED];
-    for (int i = 0; i < PAUSED; ++i) macs[i] = (texts[i] = mac_of(i)).text;
-    require(sarn_update_pause_list(macs, turn % 2 == 0 ? 0 : 1, PAUSED, 0) == SARN_OK, "a pause list");
+void make_detail(int, int64_t turn) {
+    const std::string mark = std::to_string(turn % 1'000'000);
+    detail = {};
+    copy_text(detail.mac, mac.text);
+    copy_text(detail.mac_vendor, "maker-" + mark);
+    copy_text(detail.model, "model-" + mark);
+    copy_text(detail.os, "os-" + mark);
+    copy_text(detail.brand, "brand-" + mark);
+    copy_text(detail.type, turn % 2 == 0 ? "SMART_PLUG" : "LAPTOP");
 }
+void detail_update() { require(update_device_detail(&detail, 0) == SARN_OK, "a detail update"); }
 
-void state_bitmap(int, int64_t) {
+void make_pause_list(int, int64_t turn) {
+    for (int i = 0; i < PAUSED; ++i) paused[i] = (paused_texts[i] = mac_of(i)).text;
+    pause_state = turn % 2 == 0 ? 0 : 1;
+}
+void pause_list() { require(sarn_update_pause_list(paused, pause_state, PAUSED, 0) == SARN_OK, "a pause list"); }
+
+void state_bitmap() {
     uint32_t words[SARN_BITMAP_WORDS];
     require(sarn_device_state_info(words, SARN_BITMAP_WORDS, SARN_ROWS_UP) > 0, "a state bitmap");
 }
@@ -108,18 +114,18 @@ void state_bitmap(int, int64_t) {
 const LibraryCall LIBRARY_CALLS[] = {
     {"record_by_row", nullptr, record_by_row},
     {"record_by_mac", nullptr, record_by_mac},
-    {"signature_nothing_new", nullptr, signature_nothing_new},
-    {"signature_all_new", nullptr, signature_all_new},
-    {"signature_new_device", remove_last, signature_new_device},
-    {"one_field_new_value", nullptr, one_field},
+    {"signature_nothing_new", make_known_signature, send_signature},
+    {"signature_all_new", make_new_signature, send_signature},
+    {"signature_new_device", remove_last, send_signature},
+    {"one_field_new_value", make_value, one_field},
     {"removal", report_last, removal},
-    {"detail_update", nullptr, detail_update},
-    {"pause_list_of_10", nullptr, pause_list},
+    {"detail_update", make_detail, detail_update},
+    {"pause_list_of_10", make_pause_list, pause_list},
     {"state_bitmap_up", nullptr, state_bitmap},
 };
 const int LIBRARY_CALL_COUNT = sizeof LIBRARY_CALLS / sizeof LIBRARY_CALLS[0];
 
-void report_signature(int device, int64_t turn) { report(device, turn, PRESENT); }
+void report_signature(int device, int64_t turn) { send(signature_of(device, turn, PRESENT)); }
 
 const LibraryCall *find_library_call(const char *name) {
     for (const LibraryCall &call : LIBRARY_CALLS) {

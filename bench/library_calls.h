@@ -21,10 +21,10 @@ private:
 
 struct LibraryCall {
     const char *name;
-    // Brings the store to where the call finds something to do; not measured. Null: there is nothing to bring.
-    void (*prepare)(int devices);
-    // `turn` counts up; what is to be new is made from it.
-    void (*call)(int devices, int64_t turn);
+    // Makes what the call is given, and brings the store to where the call finds something to do; not measured. `turn`
+    // counts up; what is to be new is made from it. Null: there is nothing to make.
+    void (*prepare)(int devices, int64_t turn);
+    void (*call)();
 };
 
 // Ends the program with a line when the call is refused: what is measured is done.

@@ -42,14 +42,15 @@ void register_benchmark(const std::string &name, int64_t calls, std::function<vo
         ->Unit(benchmark::kNanosecond);
 }
 
-void measure(benchmark::State &state, const std::function<void()> &prepare, const std::function<void(int64_t)> &call) {
+void measure(benchmark::State &state, const std::function<void(int64_t)> &prepare, const std::function<void()> &call) {
     int64_t turn = 0;
     std::vector<int64_t> samples;
     samples.reserve(static_cast<size_t>(state.max_iterations));
     const auto run_once = [&] {
-        if (prepare) prepare();
+        if (prepare) prepare(turn);
+        ++turn;
         const int64_t begin = now_ns();
-        call(turn++);
+        call();
         return now_ns() - begin;
     };
     while (turn < WARM_UP_CALLS) (void)run_once();
@@ -65,17 +66,18 @@ void measure(benchmark::State &state, const std::function<void()> &prepare, cons
 void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }
 
 void register_library(int64_t calls) {
-    register_benchmark("floor/thread/0", THREADS,
-                       [](benchmark::State &state) { measure(state, {}, [](int64_t) { create_and_join(); }); });
+    register_benchmark("floor/thread/0", THREADS, [](benchmark::State &state) { measure(state, {}, create_and_join); });
     for (int i = 0; i < LIBRARY_CALL_COUNT; ++i) {
         const LibraryCall &subject = LIBRARY_CALLS[i];
         for (const int devices : SIZES) {
             register_benchmark(benchmark_name("library", subject.name, devices), calls,
                                [&subject, devices](benchmark::State &state) {
                                    const Router router(devices);
-                                   std::function<void()> prepare;
-                                   if (subject.prepare != nullptr) prepare = [&] { subject.prepare(devices); };
-                                   measure(state, prepare, [&](int64_t turn) { subject.call(devices, turn); });
+                                   std::function<void(int64_t)> prepare;
+                                   if (subject.prepare != nullptr) {
+                                       prepare = [&](int64_t turn) { subject.prepare(devices, turn); };
+                                   }
+                                   measure(state, prepare, subject.call);
                                });
         }
     }

@@ -16,9 +16,9 @@ std::string benchmark_name(const std::string &subject, const std::string &task, 
 
 void register_benchmark(const std::string &name, int64_t calls, std::function<void(benchmark::State &)> body);
 
-// Runs `call` with a count of turns, as often as the benchmark asks, `prepare` before each; reports p50 and p99 in
-// nanoseconds beside the mean.
-void measure(benchmark::State &state, const std::function<void()> &prepare, const std::function<void(int64_t)> &call);
+// Runs `call` as often as the benchmark asks, and before each `prepare` with a count of turns, which is not measured:
+// it makes what the call is given. Reports p50 and p99 in nanoseconds beside the mean.
+void measure(benchmark::State &state, const std::function<void(int64_t)> &prepare, const std::function<void()> &call);
 
 // From now on what is measured is the processor time of this process instead of the time that passes: the same on one
 // CPU, and what other processes do there does not disturb it. Not for calls that others answer.

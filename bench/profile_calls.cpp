@@ -7,24 +7,25 @@
 #include "bench/device.h"
 #include "bench/library_calls.h"
 
+namespace {
+constexpr int WARM_UP = 10;
+}
+
 int main(int argc, char **argv) {
     using namespace bench;
     require(argc == 4, "profile_calls CALL DEVICES TURNS");
     const LibraryCall *subject = find_library_call(argv[1]);
     require(subject != nullptr, "finding that call");
     const Router router(std::atoi(argv[2]));
-    const int turns = std::atoi(argv[3]);
-    if (subject->prepare == nullptr) {
-        for (int turn = 0; turn < 10; ++turn) subject->call(router.devices(), turn);
-        CALLGRIND_START_INSTRUMENTATION;
-        for (int turn = 0; turn < turns; ++turn) subject->call(router.devices(), turn + 10);
-        CALLGRIND_STOP_INSTRUMENTATION;
-        return EXIT_SUCCESS;
-    }
+    const int turns = WARM_UP + std::atoi(argv[3]);
     for (int turn = 0; turn < turns; ++turn) {
-        subject->prepare(router.devices());
+        if (subject->prepare != nullptr) subject->prepare(router.devices(), turn);
+        if (turn < WARM_UP) {
+            subject->call();
+            continue;
+        }
         CALLGRIND_START_INSTRUMENTATION;
-        subject->call(router.devices(), turn);
+        subject->call();
         CALLGRIND_STOP_INSTRUMENTATION;
     }
     return EXIT_SUCCESS;
