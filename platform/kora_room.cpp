@@ -10,9 +10,10 @@ namespace kora {
 
 namespace {
 
-// A removal takes about 60 pages, at most one of every field and those above them.
-constexpr size_t PAGES_OF_A_WRITE = 128;
-constexpr size_t RESERVED_PAGES = 3 * PAGES_OF_A_WRITE;
+// A removal takes about 10 pages: the row's own, one of each field that lies by itself, and those above them.
+constexpr size_t PAGES_OF_A_WRITE = 32;
+// Bytes, since kernels have pages of up to 64 KiB: then there are few, and each holds more.
+constexpr size_t RESERVED_SIZE = STORE_SIZE / 16 * 3;
 constexpr MDB_dbi FREE_PAGES = 0;  // where LMDB keeps which pages it may use again, by transaction
 
 // LMDB tells the readers' snapshots only as text: process, thread, transaction.
@@ -55,11 +56,12 @@ bool has_room(Environment &environment, MDB_txn *txn) {
     if (id < environment.room_until) return true;
     MDB_envinfo info = {};
     mdb_env_info(environment.lmdb, &info);
+    const size_t reserved = RESERVED_SIZE / page_size();
     size_t pages = STORE_SIZE / page_size() - 1 - info.me_last_pgno;
-    if (pages < 2 * RESERVED_PAGES) pages += count_reusable_pages(environment.lmdb);
-    if (pages < RESERVED_PAGES + PAGES_OF_A_WRITE) return false;
+    if (pages < 2 * reserved) pages += count_reusable_pages(environment.lmdb);
+    if (pages < reserved + PAGES_OF_A_WRITE) return false;
     // What is free to use now stays so until it is used, whoever begins to read.
-    environment.room_until = id + (pages - RESERVED_PAGES) / PAGES_OF_A_WRITE;
+    environment.room_until = id + (pages - reserved) / PAGES_OF_A_WRITE;
     return true;
 }
 

@@ -205,6 +205,23 @@ TEST_F(Open, LettersAnywhereInTheFileAreFoundOrHarmless) {
     EXPECT_GT(found, 20);
 }
 
+// As kernels of 64-bit Arm have them.
+TEST_F(Open, PagesOfEverySizeHoldAFullList) {
+    for (const long size : {4096, 16384, 65536}) {
+        faults::page_size = size;
+        EXPECT_EQ(opening_log(), "") << size;
+        for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) {
+            for (const char *field : {"DeviceUUID", "DeviceModel", "DeviceOS", "DeviceBrand"})
+                ASSERT_EQ(set("row " + std::to_string(row), field, row), 0) << size;
+        }
+        close();
+        EXPECT_EQ(opening_log(), "") << size;
+        EXPECT_EQ(text("DeviceBrand", 255), "row 255");
+        lose_live_store();
+    }
+    faults::page_size = 0;
+}
+
 TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
     // The library looks again when some milliseconds have passed.
     const auto log_until_changed = [&](bool reads_group) {

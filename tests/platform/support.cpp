@@ -1,5 +1,6 @@
 #include "tests/platform/support.h"
 
+#include <dlfcn.h>
 #include <stdarg.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -71,6 +72,12 @@ int clock_gettime(clockid_t clock, timespec *now) {
     const long result = syscall(SYS_clock_gettime, clock, now);
     if (clock == CLOCK_MONOTONIC) now->tv_sec += faults::seconds_later;
     return static_cast<int>(result);
+}
+
+long sysconf(int name) noexcept {
+    static const auto system_call = reinterpret_cast<long (*)(int)>(dlsym(RTLD_NEXT, "sysconf"));
+    if (name == _SC_PAGESIZE && faults::page_size != 0) return faults::page_size;
+    return system_call(name);
 }
 
 int openat(int folder, const char *name, int flags, ...) {

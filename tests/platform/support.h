@@ -26,8 +26,9 @@
 inline constexpr off_t STORE_SIZE = 8 << 20;
 
 // The library's own calls of the system go through functions of this program (support.cpp): the clocks of this
-// process are later than they are, and the n-th call that changes a file kills the process or fails.
+// process are later than they are, its pages larger, and the n-th call that changes a file kills the process or fails.
 namespace faults {
+inline long page_size = 0;  // 0: the machine's own
 inline std::atomic<int64_t> seconds_later{0};
 inline std::atomic<int> calls_until{0};  // 0: none
 inline std::atomic<bool> is_killing{false};
