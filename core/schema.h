@@ -1,6 +1,6 @@
 // Every table and field of the store, once: name, type, widest read buffer, value of a row that no one has written.
 //
-// The row reset walks the device fields in the order given here, the record query picks its fields from here, and the
+// The row reset walks the device fields in the order given here, a record is read in the order given here, and the
 // platform's store layer takes from here what it knows. This header is data alone and includes only <stdint.h>.
 #ifndef SARN_CORE_SCHEMA_H
 #define SARN_CORE_SCHEMA_H
@@ -74,6 +74,42 @@ enum class Type : uint8_t { Ascii, String, Enum, Bool, Int, Uint, Mac, Ipv4 };
     F(ConnectDeviceinfo, DownloadBW, Ascii, 9, "")             \
     F(ConnectDeviceinfo, UploadBW, Ascii, 9, "")
 
+// R(table, field): what a record of a device holds beside its two MACs, in the order in which it is read.
+#define SARN_RECORD_FIELDS(R)                   \
+    R(Sarnsignature, DeviceDHCPOptions)         \
+    R(Sarnsignature, DeviceHua)                 \
+    R(Sarnsignature, DeviceIP)                  \
+    R(Sarnsignature, DeviceConnectionInterface) \
+    R(Sarnsignature, DeviceCategory)            \
+    R(Sarnsignature, Devicestate)               \
+    R(Sarnsignature, DeviceDHCPHostname)        \
+    R(Sarnsignature, DeviceDHCPVendor)          \
+    R(Sarnsignature, IsTagged)                  \
+    R(Sarnsignature, AllowOrBlock)              \
+    R(DeviceIdList, DeviceHostname)             \
+    R(DeviceIdList, DeviceBrand)                \
+    R(DeviceIdList, DeviceModel)                \
+    R(DeviceIdList, DeviceOS)                   \
+    R(DeviceIdList, DeviceMacVendor)            \
+    R(DeviceIdList, DeviceOSVersion)            \
+    R(DeviceIdList, DeviceTypeCustom)           \
+    R(DeviceIdList, DeviceTypeDPI)              \
+    R(DeviceIdList, DeviceTypeQuorvex)          \
+    R(DeviceIdList, DeviceUUID)                 \
+    R(DeviceIdList, DisplayModelCustom)         \
+    R(DeviceIdList, DisplayBrandCustom)         \
+    R(DeviceIdList, DisplayNameCustom)          \
+    R(DeviceIdList, DisplayNameDPI)             \
+    R(DeviceIdList, DisplayNameQuorvex)         \
+    R(DeviceIdList, FingResponsestatus)         \
+    R(DeviceIdList, Producerid)                 \
+    R(DeviceIdList, Timestamp)                  \
+    R(ConnectDeviceinfo, ConnSSID)              \
+    R(ConnectDeviceinfo, DeviceLinkRate)        \
+    R(ConnectDeviceinfo, DeviceSignalStrength)  \
+    R(ConnectDeviceinfo, DownloadBW)            \
+    R(ConnectDeviceinfo, UploadBW)
+
 #define SARN_SINGLE_ROW_FIELDS(F)                     \
     F(general, SARNSyncTimestamp, Ascii, 50, "")      \
     F(general, Internetstatus, Enum, 8, "")           \
@@ -143,6 +179,12 @@ inline constexpr FieldSpec FIELDS[] = {
 #define SARN_FIELD_SPEC(table, field, type, width, reset) {#field, Table::table, Type::type, width, reset},
     SARN_FIELDS(SARN_FIELD_SPEC)
 #undef SARN_FIELD_SPEC
+};
+
+inline constexpr Field RECORD_FIELDS[] = {
+#define SARN_RECORD_FIELD(table, field) Field::table##_##field,
+    SARN_RECORD_FIELDS(SARN_RECORD_FIELD)
+#undef SARN_RECORD_FIELD
 };
 
 #define SARN_COUNT_ONE(...) +1

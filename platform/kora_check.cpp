@@ -61,7 +61,7 @@ bool take_page(File &file, size_t number) {
 
 // Keys of values compare as bytes, those of free pages as numbers.
 int compare_keys(const TreeWalk &walk, const uint8_t *one, const uint8_t *other) {
-    if (walk.key_size == sizeof(Key)) return memcmp(one, other, sizeof(Key));
+    if (walk.key_size == sizeof(KeyBytes)) return memcmp(one, other, sizeof(KeyBytes));
     const size_t first = read_struct<size_t>(one), second = read_struct<size_t>(other);
     return first < second ? -1 : first > second;
 }
@@ -93,12 +93,12 @@ bool check_free_pages(TreeWalk &walk, Bytes, Bytes value) {
 
 // Goes on after one that is damaged: whose file it is comes first.
 bool check_value(TreeWalk &walk, Bytes key_bytes, Bytes value) {
-    const auto key = read_struct<Key>(static_cast<const uint8_t *>(key_bytes.data));
+    const Key key = key_of(read_struct<KeyBytes>(static_cast<const uint8_t *>(key_bytes.data)));
     const auto *bytes = static_cast<const uint8_t *>(value.data);
     const size_t size = value.size < CHECK_SIZE ? 0 : value.size - CHECK_SIZE;
     walk.are_values_whole &=
         value.size >= CHECK_SIZE && read_struct<uint32_t>(bytes + size) == check_of(key, bytes, size);
-    if (number_of(key) == number_of(FORMAT_KEY)) walk.format = read_format(bytes, size);
+    if (key == FORMAT_KEY) walk.format = read_format(bytes, size);
     return true;
 }
 
@@ -200,7 +200,7 @@ FileLook look_at_pages(File &file) {
         meta.map_size == STORE_SIZE && (meta.free_pages.flags & OF_TREES) == KEYS_ARE_NUMBERS && meta.values.flags == 0;
     if (!is_sound || meta.last_page < META_PAGES - 1 || meta.last_page >= page_count) return look;
     file.last_page = meta.last_page;
-    TreeWalk values = {file, meta.values, check_value, sizeof(Key)};
+    TreeWalk values = {file, meta.values, check_value, sizeof(KeyBytes)};
     TreeWalk free_pages = {file, meta.free_pages, check_free_pages, sizeof(size_t)};
     look.is_tree_whole = check_tree(values) && check_tree(free_pages);
     look.are_values_whole = values.are_values_whole;

@@ -42,10 +42,9 @@ constexpr EffectsByField index_effects() {
     return index;
 }
 
-inline const Effect &effect_of(sarn::Field field) {
-    static constexpr EffectsByField INDEX = index_effects();
-    return INDEX.of[static_cast<uint8_t>(field)];
-}
+inline constexpr EffectsByField EFFECTS_BY_FIELD = index_effects();
+
+constexpr const Effect &effect_of(sarn::Field field) { return EFFECTS_BY_FIELD.of[static_cast<uint8_t>(field)]; }
 
 }  // namespace kora
 

@@ -70,9 +70,9 @@ int write_store(MDB_env *lmdb, const Image *restored) {
     int error = mdb_txn_begin(lmdb, nullptr, 0, &txn);
     if (error != 0) return error;
     error = mdb_dbi_open(txn, nullptr, 0, &values);
-    if (error == 0) error = mdb_cursor_open(txn, values, &walk.cursor);
+    begin_walk(walk, txn, values);
     if (error == 0) error = fill_store(walk, restored);
-    if (walk.cursor != nullptr) mdb_cursor_close(walk.cursor);
+    close_walk(walk);
     if (error == 0) return mdb_txn_commit(txn);
     mdb_txn_abort(txn);
     return error;
@@ -99,10 +99,11 @@ bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
 
 // As LMDB compares them itself, but without a call of memcmp for each of the dozen keys that a search meets.
 int compare_keys(const MDB_val *one, const MDB_val *other) {
-    if (one->mv_size != sizeof(Key) || other->mv_size != sizeof(Key)) return one->mv_size < other->mv_size ? -1 : 1;
-    const auto *first = static_cast<const uint8_t *>(one->mv_data);
-    const auto *second = static_cast<const uint8_t *>(other->mv_data);
-    return (first[0] << 8 | first[1]) - (second[0] << 8 | second[1]);
+    if (one->mv_size != sizeof(KeyBytes) || other->mv_size != sizeof(KeyBytes))
+        return one->mv_size < other->mv_size ? -1 : 1;
+    const Key first = key_of(*static_cast<const KeyBytes *>(one->mv_data));
+    const Key second = key_of(*static_cast<const KeyBytes *>(other->mv_data));
+    return static_cast<int>(first) - static_cast<int>(second);
 }
 
 bool refuse_origin(const StorePath &path, const Format &found, Refusal &out_why) {
@@ -118,7 +119,8 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     MDB_txn *txn = nullptr;
     int error = mdb_txn_begin(environment.lmdb, nullptr, MDB_RDONLY, &txn);
     if (error != 0) return refuse(out_why, "store %.300s: cannot be read: %s", path.text, mdb_strerror(error));
-    MDB_val key = value_of(FORMAT_KEY);
+    const KeyBytes key_bytes = bytes_of(FORMAT_KEY);
+    MDB_val key = value_of(&key_bytes, sizeof key_bytes);
     MDB_val value = value_of(nullptr, 0);
     Format found = {};
     error = mdb_dbi_open(txn, nullptr, 0, &environment.values);

@@ -31,7 +31,6 @@ void close_environment(const StorePath &path, Environment &environment);
 void forget_environment(Environment &environment);
 
 inline MDB_val value_of(const void *bytes, size_t size) { return {size, const_cast<void *>(bytes)}; }
-inline MDB_val value_of(const Key &key) { return value_of(&key, sizeof key); }
 
 }  // namespace kora
 

@@ -43,9 +43,8 @@ int begin_reading(MDB_env *lmdb, MDB_txn *&out_txn) {
 }
 
 void drop_transaction(Reader &reader) {
-    if (reader.walk.cursor != nullptr) mdb_cursor_close(reader.walk.cursor);
-    if (reader.txn != nullptr) mdb_txn_abort(reader.txn);
-    reader.txn = nullptr;
+    close_walk(reader.walk);
+    if (reader.walk.txn != nullptr) mdb_txn_abort(reader.walk.txn);
     reader.walk = Walk{};
 }
 
@@ -67,18 +66,17 @@ void give_reader(Reader &reader) { reader.is_taken.store(false, std::memory_orde
 
 int begin_snapshot(Environment &environment, Reader &reader) {
     if (environment.lmdb == nullptr) return ENOENT;
-    forget_position(reader.walk);
-    if (reader.txn != nullptr) {
-        if (mdb_txn_renew(reader.txn) == 0 && mdb_cursor_renew(reader.txn, reader.walk.cursor) == 0) return 0;
+    MDB_txn *txn = reader.walk.txn;
+    if (txn != nullptr && mdb_txn_renew(txn) != 0) {
         drop_transaction(reader);
+        txn = nullptr;
     }
-    int error = begin_reading(environment.lmdb, reader.txn);
-    if (error == 0) error = mdb_cursor_open(reader.txn, environment.values, &reader.walk.cursor);
-    if (error != 0) drop_transaction(reader);
+    const int error = txn == nullptr ? begin_reading(environment.lmdb, txn) : 0;
+    if (error == 0) begin_walk(reader.walk, txn, environment.values);
     return error;
 }
 
-void end_snapshot(Reader &reader) { mdb_txn_reset(reader.txn); }
+void end_snapshot(Reader &reader) { mdb_txn_reset(reader.walk.txn); }
 
 void take_all_readers() {
     for (Reader &reader : readers) {
@@ -93,7 +91,6 @@ void give_all_readers() {
 
 void forget_all_readers() {
     for (Reader &reader : readers) {
-        reader.txn = nullptr;
         reader.walk = Walk{};
         reader.is_taken.store(false, std::memory_order_relaxed);
     }

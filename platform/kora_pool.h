@@ -16,8 +16,7 @@ namespace kora {
 // Apart in memory: two threads that read at once write to their own.
 struct alignas(64) Reader {
     std::atomic<bool> is_taken{false};
-    MDB_txn *txn = nullptr;  // reset between operations; null before the first
-    Walk walk;               // of `txn`
+    Walk walk;  // its transaction is reset between operations, and null before the first
 };
 
 // Waits while all are taken; nobody keeps one for longer than an operation or a group takes. Who opens or

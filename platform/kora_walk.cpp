@@ -12,41 +12,64 @@ namespace {
 
 constexpr size_t VALUE_MAX = KORA_TEXT_MAX;
 
-int go(Walk &walk, MDB_cursor_op operation, Key wanted) {
-    MDB_val key = {sizeof wanted, &wanted};
+void forget(Position &position) {
+    position.from = Position::END;
+    position.at = 0;
+}
+
+// LMDB promises nothing of where a cursor stands once its transaction was renewed.
+int take_cursor(Walk &walk, Position &position) {
+    const int error = position.cursor == nullptr ? mdb_cursor_open(walk.txn, walk.values, &position.cursor)
+                                                 : mdb_cursor_renew(walk.txn, position.cursor);
+    position.is_of_transaction = error == 0;
+    return error;
+}
+
+int go(Position &position, MDB_cursor_op operation, Key wanted) {
+    KeyBytes bytes = bytes_of(wanted);
+    MDB_val key = {sizeof bytes, &bytes};
     MDB_val value = {};
-    const int error = mdb_cursor_get(walk.cursor, &key, &value, operation);
+    const int error = mdb_cursor_get(position.cursor, &key, &value, operation);
     if (error == MDB_NOTFOUND) {
-        walk.at = Walk::END;
+        position.at = Position::END;
         return 0;
     }
     if (error != 0) return error;
-    if (key.mv_size != sizeof(Key)) return MDB_CORRUPTED;
-    const auto *bytes = static_cast<const uint8_t *>(key.mv_data);
-    walk.at = number_of({bytes[0], bytes[1]});
-    walk.stored = {value.mv_data, value.mv_size};
+    if (key.mv_size != sizeof(KeyBytes)) return MDB_CORRUPTED;
+    position.at = key_of(*static_cast<const KeyBytes *>(key.mv_data));
+    position.stored = {value.mv_data, value.mv_size};
     return 0;
 }
 
 }  // namespace
 
-uint32_t check_of(Key key, const void *value, size_t size) {
-    return checksum(checksum(0, &key, sizeof key), value, size);
+void begin_walk(Walk &walk, MDB_txn *txn, MDB_dbi values) {
+    walk.txn = txn;
+    walk.values = values;
+    for (Position &position : walk.positions) {
+        forget(position);
+        position.is_of_transaction = false;
+    }
 }
 
-int seek(Walk &walk, Key wanted) {
-    const uint32_t number = number_of(wanted);
-    const bool is_near = walk.at >> 8 == wanted.field && walk.at < number && walk.from <= walk.at;
-    int error = 0;
-    if (is_near) {
-        walk.from = walk.at + 1;
-        error = go(walk, MDB_NEXT, wanted);
+void close_walk(Walk &walk) {
+    for (Position &position : walk.positions) {
+        if (position.cursor != nullptr) mdb_cursor_close(position.cursor);
+        position = Position{};
     }
-    if (!is_near || (error == 0 && walk.at < number)) {
-        walk.from = number;
-        error = go(walk, MDB_SET_RANGE, wanted);
-    }
-    if (error != 0) forget_position(walk);
+}
+
+uint32_t check_of(Key key, const void *value, size_t size) {
+    const KeyBytes bytes = bytes_of(key);
+    return checksum(checksum(0, &bytes, sizeof bytes), value, size);
+}
+
+int seek(Walk &walk, Position &position, Key wanted) {
+    const bool is_next = position.at + 1 == wanted && position.from <= position.at;
+    int error = position.is_of_transaction ? 0 : take_cursor(walk, position);
+    position.from = wanted;
+    if (error == 0) error = go(position, is_next ? MDB_NEXT : MDB_SET_RANGE, wanted);
+    if (error != 0) forget(position);
     return error;
 }
 
@@ -56,11 +79,15 @@ int put_key(Walk &walk, Key key, Bytes value) {
     const uint32_t check = check_of(key, value.data, value.size);
     memcpy(stored, value.data, value.size);
     memcpy(stored + value.size, &check, CHECK_SIZE);
-    MDB_val own_key = {sizeof key, &key};
+    KeyBytes bytes = bytes_of(key);
+    MDB_val own_key = {sizeof bytes, &bytes};
     MDB_val own_value = {value.size + CHECK_SIZE, stored};
-    const unsigned flags = walk.at == number_of(key) && walk.from <= walk.at ? MDB_CURRENT : 0;
-    forget_position(walk);
-    return mdb_cursor_put(walk.cursor, &own_key, &own_value, flags);
+    Position &position = position_for(walk, key);
+    const int error = position.is_of_transaction ? 0 : take_cursor(walk, position);
+    if (error != 0) return error;
+    const unsigned flags = position.at == key && position.from <= position.at ? MDB_CURRENT : 0;
+    for (Position &moved : walk.positions) forget(moved);  // a write moves what lies beside it
+    return mdb_cursor_put(position.cursor, &own_key, &own_value, flags);
 }
 
 }  // namespace kora

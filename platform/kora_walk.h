@@ -1,4 +1,6 @@
-// A cursor that knows where it stands, so that the rows of one field, read in order, are steps of it and not searches.
+// Cursors that know where they stand, so that neighbours, read in order, are steps of one and not searches. What lies
+// row by row has one and what lies field by field another: a record that takes a field from there does not lose its
+// row.
 #ifndef KORA_WALK_H
 #define KORA_WALK_H
 
@@ -9,47 +11,47 @@
 
 namespace kora {
 
-struct Place {
-    sarn::Field field;
-    uint8_t row;
-};
+// The cursor stands at `at`, and no key lies from `from` up to it.
+struct Position {
+    static constexpr Key END = 0x10000;
 
-inline Key key_of(Place place) { return {static_cast<uint8_t>(place.field), place.row}; }
-
-// Keys as numbers, in their order. The cursor stands at `at`, and no key lies from `from` up to it.
-struct Walk {
-    static constexpr uint32_t END = 0x10000;
-
-    MDB_cursor *cursor = nullptr;
-    uint32_t from = END;
-    uint32_t at = 0;
+    MDB_cursor *cursor = nullptr;  // null before its first use
+    bool is_of_transaction = false;
+    Key from = END;
+    Key at = 0;
     Bytes stored = {};  // at `at`, its check included; points into the snapshot
 };
 
-inline void forget_position(Walk &walk) {
-    walk.from = Walk::END;
-    walk.at = 0;
-}
+struct Walk {
+    MDB_txn *txn = nullptr;
+    MDB_dbi values = 0;
+    Position positions[2];
+};
 
-inline uint32_t number_of(Key key) { return static_cast<uint32_t>(key.field << 8 | key.row); }
+// In a transaction that was begun, or renewed since the walk's last.
+void begin_walk(Walk &walk, MDB_txn *txn, MDB_dbi values);
+// Before a write transaction ends.
+void close_walk(Walk &walk);
+
+inline Position &position_for(Walk &walk, Key key) { return walk.positions[key >= BY_FIELD]; }
 
 // Stored behind each value. No operation looks at it; the check of the whole file at the first opening does.
 uint32_t check_of(Key key, const void *value, size_t size);
 inline constexpr size_t CHECK_SIZE = sizeof(uint32_t);
 
 // Moves to the key, or to the one after it.
-int seek(Walk &walk, Key wanted);
+int seek(Walk &walk, Position &position, Key wanted);
 
-// The value points into the snapshot of the cursor's transaction. MDB_NOTFOUND when the key is not there.
+// The value points into the snapshot of the walk's transaction. MDB_NOTFOUND when the key is not there.
 inline int find_key(Walk &walk, Key key, Bytes &out_value) {
-    const uint32_t number = number_of(key);
-    if (number < walk.from || number > walk.at) {
-        const int error = seek(walk, key);
+    Position &position = position_for(walk, key);
+    if (key < position.from || key > position.at) {
+        const int error = seek(walk, position, key);
         if (error != 0) return error;
     }
-    if (number != walk.at) return MDB_NOTFOUND;
-    if (walk.stored.size < CHECK_SIZE) return MDB_CORRUPTED;
-    out_value = {walk.stored.data, walk.stored.size - CHECK_SIZE};
+    if (key != position.at) return MDB_NOTFOUND;
+    if (position.stored.size < CHECK_SIZE) return MDB_CORRUPTED;
+    out_value = {position.stored.data, position.stored.size - CHECK_SIZE};
     return 0;
 }
 

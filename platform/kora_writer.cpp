@@ -22,27 +22,19 @@ void tell_who_writes(int32_t process) {
 int begin_transaction() {
     writer = Writer{};
     if (environment.lmdb == nullptr) return ENOENT;
-    int error = mdb_txn_begin(environment.lmdb, nullptr, 0, &writer.txn);
-    if (error != 0) {
-        writer.txn = nullptr;
-        return error;
-    }
+    MDB_txn *txn = nullptr;
+    const int error = mdb_txn_begin(environment.lmdb, nullptr, 0, &txn);
+    if (error != 0) return error;
     tell_who_writes(environment.process);
-    error = mdb_cursor_open(writer.txn, environment.values, &writer.walk.cursor);
-    if (error == 0) {
-        writer.is_limited = !has_room(environment, writer.txn);
-        return 0;
-    }
-    tell_who_writes(0);
-    mdb_txn_abort(writer.txn);
-    writer = Writer{};
-    return error;
+    begin_walk(writer.walk, txn, environment.values);
+    writer.is_limited = !has_room(environment, txn);
+    return 0;
 }
 
 void abort_transaction() {
     tell_who_writes(0);
-    mdb_cursor_close(writer.walk.cursor);
-    mdb_txn_abort(writer.txn);
+    close_walk(writer.walk);
+    mdb_txn_abort(writer.walk.txn);
     writer = Writer{};
 }
 
@@ -110,8 +102,8 @@ int commit(bool &out_is_save_due) {
         return error;
     }
     tell_who_writes(0);
-    mdb_cursor_close(writer.walk.cursor);
-    error = mdb_txn_commit(writer.txn);
+    close_walk(writer.walk);
+    error = mdb_txn_commit(writer.walk.txn);
     writer = Writer{};
     out_is_save_due = error == 0 && is_due;
     return error;

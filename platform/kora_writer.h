@@ -7,7 +7,6 @@
 namespace kora {
 
 struct Writer {
-    MDB_txn *txn = nullptr;
     Walk walk;
     int error = 0;  // the first that happened; nothing of the transaction is kept then
     bool has_changed = false;

@@ -15,58 +15,22 @@ namespace sarn {
 
 namespace {
 
-// R(table, field): every field but the two MACs, in the order in which they are read. Each goes into the record's
-// member of the same name.
-#define SARN_RECORD_FIELDS(R)                   \
-    R(Sarnsignature, DeviceDHCPOptions)         \
-    R(Sarnsignature, DeviceHua)                 \
-    R(Sarnsignature, DeviceIP)                  \
-    R(Sarnsignature, DeviceConnectionInterface) \
-    R(Sarnsignature, DeviceCategory)            \
-    R(Sarnsignature, Devicestate)               \
-    R(Sarnsignature, DeviceDHCPHostname)        \
-    R(Sarnsignature, DeviceDHCPVendor)          \
-    R(Sarnsignature, IsTagged)                  \
-    R(Sarnsignature, AllowOrBlock)              \
-    R(DeviceIdList, DeviceHostname)             \
-    R(DeviceIdList, DeviceBrand)                \
-    R(DeviceIdList, DeviceModel)                \
-    R(DeviceIdList, DeviceOS)                   \
-    R(DeviceIdList, DeviceMacVendor)            \
-    R(DeviceIdList, DeviceOSVersion)            \
-    R(DeviceIdList, DeviceTypeCustom)           \
-    R(DeviceIdList, DeviceTypeDPI)              \
-    R(DeviceIdList, DeviceTypeQuorvex)          \
-    R(DeviceIdList, DeviceUUID)                 \
-    R(DeviceIdList, DisplayModelCustom)         \
-    R(DeviceIdList, DisplayBrandCustom)         \
-    R(DeviceIdList, DisplayNameCustom)          \
-    R(DeviceIdList, DisplayNameDPI)             \
-    R(DeviceIdList, DisplayNameQuorvex)         \
-    R(DeviceIdList, FingResponsestatus)         \
-    R(DeviceIdList, Producerid)                 \
-    R(DeviceIdList, Timestamp)                  \
-    R(ConnectDeviceinfo, ConnSSID)              \
-    R(ConnectDeviceinfo, DeviceLinkRate)        \
-    R(ConnectDeviceinfo, DeviceSignalStrength)  \
-    R(ConnectDeviceinfo, DownloadBW)            \
-    R(ConnectDeviceinfo, UploadBW)
-
-struct RecordField {
+// Each field goes into the record's member of the same name.
+struct RecordMember {
     Field field;
     uint16_t offset;
     uint16_t size;
 };
 
-constexpr RecordField RECORD_FIELDS[] = {
-#define SARN_RECORD_FIELD(table, name) {Field::table##_##name, offsetof(device_info, name), sizeof(device_info::name)},
-    SARN_RECORD_FIELDS(SARN_RECORD_FIELD)
-#undef SARN_RECORD_FIELD
+constexpr RecordMember RECORD_MEMBERS[] = {
+#define SARN_RECORD_MEMBER(table, name) {Field::table##_##name, offsetof(device_info, name), sizeof(device_info::name)},
+    SARN_RECORD_FIELDS(SARN_RECORD_MEMBER)
+#undef SARN_RECORD_MEMBER
 };
 
 constexpr size_t size_of_all_fields() {
     size_t size = sizeof(device_info::DeviceMAC) + sizeof(device_info::ConnAPMac);
-    for (const RecordField &field : RECORD_FIELDS) size += field.size;
+    for (const RecordMember &member : RECORD_MEMBERS) size += member.size;
     return size;
 }
 static_assert(size_of_all_fields() == sizeof(device_info), "a member is missing, or the record has a gap");
@@ -92,7 +56,7 @@ void read_number_member(Field field, int32_t row, char *member) SARN_REQUIRES_SH
     memcpy(member, &value, sizeof value);  // not aligned
 }
 
-void read_member(const RecordField &place, int32_t row, device_info &record) SARN_REQUIRES_SHARED(state_lock) {
+void read_member(const RecordMember &place, int32_t row, device_info &record) SARN_REQUIRES_SHARED(state_lock) {
     char *member = reinterpret_cast<char *>(&record) + place.offset;
     switch (spec_of(place.field).type) {
         case Type::Ipv4: return read_ip_member(place.field, row, member, place.size);
@@ -111,7 +75,7 @@ RowRead read_row(device_info &record, int32_t row) SARN_REQUIRES_SHARED(state_lo
     const MacBytesText mac = mac_bytes_to_text(bytes);
     if (is_same_mac(mac.text, NO_DEVICE_MAC)) return RowRead::Unused;
     copy_mac_text(record.DeviceMAC, mac);
-    for (const RecordField &field : RECORD_FIELDS) read_member(field, row, record);
+    for (const RecordMember &member : RECORD_MEMBERS) read_member(member, row, record);
     if (!read_mac(Field::ConnectDeviceinfo_ConnAPMac, row, bytes)) return RowRead::NoApMac;
     copy_mac_text(record.ConnAPMac, mac_bytes_to_text(bytes));
     return RowRead::Whole;
