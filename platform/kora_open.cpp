@@ -7,6 +7,7 @@
 #include <atomic>
 
 #include "kora.h"
+#include "kora_changes.h"
 #include "kora_group.h"
 #include "kora_pool.h"
 #include "kora_save.h"
@@ -70,6 +71,7 @@ bool open_store(Refusal &out_why) {
     if (!watch_process(out_why)) return false;
     const bool is_opened = with_nobody_inside([&] {
         if (environment.lmdb != nullptr) close_environment(store_path, environment);
+        forget_change_number();
         return open_environment(store_path, environment, out_why);
     });
     is_to_be_opened.store(!is_opened && handle_count > 0, std::memory_order_release);

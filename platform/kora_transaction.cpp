@@ -75,19 +75,6 @@ Result write_value(const void *handle, Place place, Bytes value) {
 
 }  // namespace kora
 
-extern "C" int32_t kora_changes(void *handle, uint64_t *number) {
-    using namespace kora;
-    if (number == nullptr) return REFUSED;
-    if (!is_in_group()) look_after_file(handle);
-    return read_store(handle, [&](Walk &walk) {
-        Bytes stored = {};
-        const int error = find_key(walk, CHANGES_KEY, stored);
-        if (error == 0 && stored.size != sizeof *number) return MDB_CORRUPTED;
-        if (error == 0) memcpy(number, stored.data, sizeof *number);
-        return error;
-    });
-}
-
 extern "C" int32_t kora_writing_process(void *handle, int32_t *process) {
     using namespace kora;
     if (process == nullptr) return REFUSED;

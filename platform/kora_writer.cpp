@@ -4,6 +4,7 @@
 #include <string.h>
 #include <time.h>
 
+#include "kora_changes.h"
 #include "kora_effects.h"
 #include "kora_open.h"
 #include "kora_room.h"
@@ -103,7 +104,11 @@ int commit(bool &out_is_save_due) {
     }
     tell_who_writes(0);
     close_walk(writer.walk);
+    const size_t transaction = mdb_txn_id(writer.walk.txn);
+    uint64_t number = 0;
+    const bool is_known = is_change_number_known(transaction - 1, number);
     error = mdb_txn_commit(writer.walk.txn);
+    if (error == 0 && is_known) note_change_number(transaction, number + writer.is_counted);
     writer = Writer{};
     out_is_save_due = error == 0 && is_due;
     return error;

@@ -222,6 +222,15 @@ TEST_F(Open, PagesOfEverySizeHoldAFullList) {
     faults::page_size = 0;
 }
 
+// A new store counts its transactions from the same number on.
+TEST_F(Open, AnotherStoreHasAnotherChangeNumber) {
+    open();
+    const uint64_t before = changes();
+    lose_live_store();
+    open();
+    EXPECT_NE(changes(), before);
+}
+
 TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
     // The library looks again when some milliseconds have passed.
     const auto log_until_changed = [&](bool reads_group) {

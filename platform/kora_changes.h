@@ -1,0 +1,20 @@
+// The change number as of the last transaction that this process knows of. While no other has come since, nobody needs
+// to look it up.
+#ifndef KORA_CHANGES_H
+#define KORA_CHANGES_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace kora {
+
+// False when the number is not known as of this transaction.
+bool is_change_number_known(size_t transaction, uint64_t &out_number);
+void note_change_number(size_t transaction, uint64_t number);
+
+// Another store may use the same transactions for other numbers. Expects that no thread is inside an operation.
+void forget_change_number();
+
+}  // namespace kora
+
+#endif
