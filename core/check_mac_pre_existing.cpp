@@ -1,3 +1,4 @@
+#include <stdint.h>
 #include <string.h>
 
 #include "core/log.h"
@@ -5,10 +6,23 @@
 
 namespace sarn {
 
+namespace {
+
+// The end of a MAC text in one number: it tells most devices apart, so that most rows cost one comparison.
+uint64_t tail_of(const char *mac) {
+    uint64_t tail;
+    memcpy(&tail, mac + MAC_TEXT_LENGTH - sizeof tail, sizeof tail);
+    return tail;
+}
+
+}  // namespace
+
 int32_t row_in_use_of(const char *mac, const RowBitmap &in_use) {
+    const uint64_t tail = tail_of(mac);
     for (int32_t word = SARN_BITMAP_WORDS - 1; word >= 0; --word) {
-        for (uint32_t rows = in_use[word]; rows != 0; rows &= rows - 1) {
-            const int32_t row = word * WORD_BITS + __builtin_ctz(rows);
+        if (in_use[word] == 0) continue;
+        for (int32_t row = word * WORD_BITS; row < (word + 1) * WORD_BITS; ++row) {
+            if (tail_of(mapping_table[row].MACData) != tail || !has_row(in_use, row)) continue;
             if (memcmp(mapping_table[row].MACData, mac, MAC_TEXT_LENGTH) == 0) return row;
         }
     }

@@ -7,6 +7,25 @@
 
 namespace sarn {
 
+namespace {
+
+// A rebuild spells as many as there are rows.
+struct HexPairs {
+    char of[256][2] = {};
+};
+
+constexpr HexPairs make_hex_pairs() {
+    constexpr char DIGITS[] = "0123456789ABCDEF";
+    HexPairs pairs;
+    for (int byte = 0; byte < 256; ++byte) {
+        pairs.of[byte][0] = DIGITS[byte >> 4];
+        pairs.of[byte][1] = DIGITS[byte & 0x0F];
+    }
+    return pairs;
+}
+
+}  // namespace
+
 bool is_same_mac(const char *left, const char *right) { return strncmp(left, right, MAC_TEXT_LENGTH) == 0; }
 
 bool holds_device(int32_t row) { return memcmp(mapping_table[row].MACData, NO_DEVICE_MAC, sizeof NO_DEVICE_MAC) != 0; }
@@ -47,15 +66,13 @@ void count_row_in_use(int32_t row) {
 }
 
 MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]) {
-    static constexpr char DIGITS[] = "0123456789ABCDEF";
-    MacBytesText result = {};
-    char *out = result.text;
+    static constexpr HexPairs PAIRS = make_hex_pairs();
+    MacBytesText result = {"  :  :  :  :  :  "};
+    char *pair = result.text;
     for (const uint8_t byte : mac) {
-        *out++ = DIGITS[byte >> 4];
-        *out++ = DIGITS[byte & 0x0F];
-        *out++ = ':';
+        memcpy(pair, PAIRS.of[byte], sizeof PAIRS.of[byte]);
+        pair += sizeof "FF";
     }
-    out[-1] = '\0';
     return result;
 }
 
