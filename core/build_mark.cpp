@@ -29,6 +29,17 @@ void mark_build_current() {
 
 void forget_build() { mark.is_current = false; }
 
+FollowedChange note_followed_change() {
+    FollowedChange change = {};
+    change.is_followed = read_change_number(&change.number);
+    return change;
+}
+
+void follow_build(const FollowedChange &change) {
+    mark.number = change.number;
+    mark.is_current = change.is_followed;
+}
+
 bool is_build_current() {
     uint64_t number = 0;
     // A rebuild of a crowded table cleans up once more; and the host can write to the candidates.

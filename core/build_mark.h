@@ -4,6 +4,8 @@
 #ifndef SARN_CORE_BUILD_MARK_H
 #define SARN_CORE_BUILD_MARK_H
 
+#include <stdint.h>
+
 #include "core/state.h"
 
 namespace sarn {
@@ -16,6 +18,15 @@ void mark_build_current() SARN_REQUIRES(state_lock);
 
 // The state changed otherwise than by a rebuild: the next gate builds again.
 void forget_build() SARN_REQUIRES(state_lock);
+
+// A change of this process' own after which the state is again what a rebuild would find: noted as the last thing in
+// its group, if the build was current as the first, and kept once the group was.
+struct FollowedChange {
+    uint64_t number;
+    bool is_followed;
+};
+FollowedChange note_followed_change() SARN_REQUIRES(state_lock);
+void follow_build(const FollowedChange &change) SARN_REQUIRES(state_lock);
 
 bool is_build_current() SARN_REQUIRES_SHARED(state_lock);
 

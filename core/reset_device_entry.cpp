@@ -14,23 +14,32 @@ void write_reset_values(int32_t row, int32_t first, int32_t end) SARN_REQUIRES(s
     for (int32_t field = first; field < end; ++field) (void)write_reset_value(static_cast<Field>(field), row);
 }
 
+// Without the row a rebuild would find all else as it is: an offline one may have kept others out of the candidates.
+bool is_all_else_current(int32_t row) SARN_REQUIRES(state_lock) {
+    return has_groups() && !has_row(offline_bitmap, row) && is_build_current();
+}
+
 }  // namespace
 
 int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
     if (!is_row(row)) return SARN_ERR_ROW_RANGE;
+    FollowedChange change = {};
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
         if (!is_to_be_reset(row)) return false;
+        const bool is_followed = is_all_else_current(row);
         write_reset_values(row, 0, DEVICE_MAC_FIELD_COUNT);
         announce_row_change();
         write_reset_values(row, DEVICE_MAC_FIELD_COUNT, DEVICE_FIELD_COUNT);
+        if (is_followed) change = note_followed_change();
         return true;
     });
     if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
     if (end == GroupEnd::Failed) return SARN_ERR_REBUILD;
-    forget_build();
     mark_row_free(row);
     clear_row_bits(row);
     --inuse_count;
+    follow_build(change);
+    if (change.is_followed) mapping_table[row].index = row;
     return SARN_OK;
 }
 
