@@ -143,8 +143,9 @@ TEST_F(Groups, ARowIsWrittenWhollyOrNotAtAllWhenTheGroupFails) {
 TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
     fake::set("general", 0, "SARNSyncTimestamp", "1");
     start();
+    const std::string mac = mac_of(1), idle = mac_of(2);
+    EXPECT_EQ(sarn_update_table_field(idle.c_str(), SARN_FIELD_STATE, "idle", 5, 0), SARN_OK);
     EXPECT_EQ(get_total_sarn_entries_used(), 6);
-    const std::string mac = mac_of(1);
     const char *list = mac.c_str();
     device_info record;
     uint32_t words[8];
@@ -155,12 +156,14 @@ TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
     } cases[] = {
         {"record by row", [&] { return get_device_info_at_index(&record, 1); }, 35, 0, 1, 0},
         {"record by MAC", [&] { return get_device_info_by_mac(&record, list); }, 35, 0, 1, 0},
-        {"rows up", [&] { return sarn_device_state_info(words, 8, SARN_ROWS_UP) - 5; }, 6, 0, 1, 0},
+        {"rows up", [&] { return sarn_device_state_info(words, 8, SARN_ROWS_UP) - 4; }, 6, 0, 1, 0},
         {"rows in use", [&] { return sarn_device_state_info(words, 8, SARN_ROWS_IN_USE) - 6; }, 0, 0, 1, 0},
-        {"count", [&] { return get_total_sarn_entries_used() - 6; }, 1, 0, 0, 0},
-        {"field", [&] { return sarn_update_table_field(list, SARN_FIELD_UUID, "u", 2, 0); }, 1, 1, 0, 1},
-        {"pause", [&] { return sarn_update_pause_list(&list, 0, 1, 10); }, 2, 1, 0, 1},
-        {"signature", [&] { return report(mac); }, 1, 7, 0, 1},
+        {"count", [&] { return get_total_sarn_entries_used() - 6; }, 0, 0, 0, 0},
+        {"field", [&] { return sarn_update_table_field(list, SARN_FIELD_UUID, "u", 2, 0); }, 0, 1, 0, 1},
+        {"pause", [&] { return sarn_update_pause_list(&list, 0, 1, 10); }, 1, 1, 0, 1},
+        {"removal", [&] { return sarn_remove_macaddress_entry(idle.c_str()); }, 2, sarn::DEVICE_FIELD_COUNT + 1, 0, 1},
+        {"count after it", [&] { return get_total_sarn_entries_used() - 5; }, 0, 0, 0, 0},
+        {"signature", [&] { return report(mac); }, 0, 7, 0, 1},
     };
     for (const auto &c : cases) {
         std::map<std::string, int> count;
