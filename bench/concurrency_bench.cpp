@@ -1,5 +1,6 @@
-// Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; and reads while
-// another process writes. Prints a line of comma-separated medians for each case:
+// Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; the same number of
+// them that create and join a thread and do nothing else; and reads while another process writes. Prints a line of
+// comma-separated medians for each case:
 // case,calls per second,read p50,read p99,signature p50,signature p99 (nanoseconds)
 #include <signal.h>
 #include <sys/mman.h>
@@ -16,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/by_hand.h"
 #include "bench/device.h"
 #include "bench/library_calls.h"
 #include "include/sarn.h"
@@ -62,8 +64,10 @@ void wait_for_start(Worker &worker) {
     while (!shared->is_started) std::this_thread::yield();
 }
 
+enum class Task { Calls, Reads, NoCalls };
+
 // Each worker has devices of its own, as producers mostly do, and reports them with every text new.
-void work(int number, int signature_every) {
+void work(int number, Task task) {
     Worker &worker = shared->workers[number];
     worker.read_count = worker.signature_count = 0;
     wait_for_start(worker);
@@ -71,7 +75,10 @@ void work(int number, int signature_every) {
     const int64_t end = now_ns() + ROUND_LENGTH;
     int64_t began = now_ns();
     for (int64_t turn = 0; began < end; ++turn, began = now_ns()) {
-        if (signature_every > 0 && turn % signature_every == 0) {
+        if (task == Task::NoCalls) {
+            create_and_join();
+            keep(worker.reads, worker.read_count, began);
+        } else if (task == Task::Calls && turn % SIGNATURE_EVERY == 0) {
             report_signature(number, turn);
             keep(worker.signatures, worker.signature_count, began);
         } else {
@@ -109,17 +116,28 @@ void await(pid_t process) {
     require(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS, "a process");
 }
 
-enum class Kind { Threads, Processes, Reader, ReaderBesideWriter };
+enum class Kind { Threads, Processes, ProcessesBesideWriter };
 struct Case {
     const char *name;
     Kind kind;
     int workers;
+    Task task;
 };
 constexpr Case CASES[] = {
-    {"1 thread", Kind::Threads, 1},      {"2 threads", Kind::Threads, 2},
-    {"4 threads", Kind::Threads, 4},     {"1 process", Kind::Processes, 1},
-    {"2 processes", Kind::Processes, 2}, {"4 processes", Kind::Processes, 4},
-    {"reads alone", Kind::Reader, 1},    {"reads beside 1000 signatures a second", Kind::ReaderBesideWriter, 1},
+    {"1 thread", Kind::Threads, 1, Task::Calls},
+    {"2 threads", Kind::Threads, 2, Task::Calls},
+    {"4 threads", Kind::Threads, 4, Task::Calls},
+    {"1 process", Kind::Processes, 1, Task::Calls},
+    {"2 processes", Kind::Processes, 2, Task::Calls},
+    {"4 processes", Kind::Processes, 4, Task::Calls},
+    {"1 thread without calls", Kind::Threads, 1, Task::NoCalls},
+    {"2 threads without calls", Kind::Threads, 2, Task::NoCalls},
+    {"4 threads without calls", Kind::Threads, 4, Task::NoCalls},
+    {"1 process without calls", Kind::Processes, 1, Task::NoCalls},
+    {"2 processes without calls", Kind::Processes, 2, Task::NoCalls},
+    {"4 processes without calls", Kind::Processes, 4, Task::NoCalls},
+    {"reads alone", Kind::Processes, 1, Task::Reads},
+    {"reads beside 1000 signatures a second", Kind::ProcessesBesideWriter, 1, Task::Reads},
 };
 constexpr size_t CASE_COUNT = std::size(CASES);
 
@@ -130,17 +148,17 @@ void start_when_ready(int workers) {
     shared->is_started = true;
 }
 
-void run_threads(int workers) {
+void run_threads(int workers, Task task) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < workers; ++i) threads.emplace_back(work, i, SIGNATURE_EVERY);
+    for (int i = 0; i < workers; ++i) threads.emplace_back(work, i, task);
     start_when_ready(workers);
     for (std::thread &thread : threads) thread.join();
 }
 
-void run_processes(int workers, int signature_every) {
+void run_processes(int workers, Task task) {
     std::vector<pid_t> processes;
     for (int i = 0; i < workers; ++i) {
-        processes.push_back(in_process([=] { work(i, signature_every); }));
+        processes.push_back(in_process([=] { work(i, task); }));
     }
     start_when_ready(workers);
     for (const pid_t process : processes) await(process);
@@ -150,12 +168,11 @@ void run(const Case &one) {
     shared->is_started = shared->is_over = false;
     for (Worker &worker : shared->workers) worker.is_ready = false;
     switch (one.kind) {
-        case Kind::Threads: return run_threads(one.workers);
-        case Kind::Processes: return run_processes(one.workers, SIGNATURE_EVERY);
-        case Kind::Reader: return run_processes(1, 0);
-        case Kind::ReaderBesideWriter:
+        case Kind::Threads: return run_threads(one.workers, one.task);
+        case Kind::Processes: return run_processes(one.workers, one.task);
+        case Kind::ProcessesBesideWriter:
             const pid_t writer = in_process(write_evenly);
-            run_processes(1, 0);
+            run_processes(one.workers, one.task);
             shared->is_over = true;
             return await(writer);
     }
