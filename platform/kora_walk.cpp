@@ -85,7 +85,7 @@ int put_key(Walk &walk, Key key, Bytes value) {
     Position &position = position_for(walk, key);
     const int error = position.is_of_transaction ? 0 : take_cursor(walk, position);
     if (error != 0) return error;
-    const unsigned flags = position.at == key && position.from <= position.at ? MDB_CURRENT : 0;
+    const unsigned flags = position.at == key ? MDB_CURRENT : 0;
     for (Position &moved : walk.positions) forget(moved);  // a write moves what lies beside it
     return mdb_cursor_put(position.cursor, &own_key, &own_value, flags);
 }

@@ -19,10 +19,26 @@ TEST_F(MappingTable, GivesTheLowestFreeRowAndFindsItInAnyCase) {
     char spelled[18] = "02:00:00:00:00:aa";
     EXPECT_EQ(check_update_mapping_table(spelled, SARN_PRODUCER_LOOKUP_ONLY), 0);
     EXPECT_STREQ(spelled, "02:00:00:00:00:AA");
+    EXPECT_EQ(create("12:00:00:00:00:AA"), 40);
+    EXPECT_EQ(create("12:00:00:00:00:AA", SARN_PRODUCER_LOOKUP_ONLY), 40);
     put_device(17, NO_DEVICE);
     EXPECT_EQ(create(mac_of(500)), 17);
     EXPECT_EQ(create(mac_of(501), SARN_PRODUCER_LOOKUP_ONLY), SARN_ERR_LOOKUP_ONLY);
-    EXPECT_EQ(get_total_sarn_entries_used(), 40);
+    EXPECT_EQ(get_total_sarn_entries_used(), 41);
+}
+
+// Of rows 32 to 63 before those below, and of these the lowest.
+TEST_F(MappingTable, FindsOneOfTwoRowsOfAMac) {
+    const struct {
+        int rows[2], found;
+    } cases[] = {{{3, 7}, 3}, {{31, 32}, 32}, {{40, 33}, 33}, {{5, 40}, 40}};
+    for (const auto &c : cases) {
+        start();
+        for (const int row : c.rows) put_device(row, mac_of(9));
+        EXPECT_EQ(create(mac_of(9), SARN_PRODUCER_LOOKUP_ONLY), c.found);
+        for (const int row : c.rows) put_device(row, NO_DEVICE);
+        (void)sarn_uninit();
+    }
 }
 
 TEST_F(MappingTable, CreationWritesTheMacThreeTimesAndAnnouncesIt) {
