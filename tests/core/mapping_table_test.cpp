@@ -29,9 +29,7 @@ TEST_F(MappingTable, GivesTheLowestFreeRowAndFindsItInAnyCase) {
 
 // Of rows 32 to 63 before those below, and of these the lowest.
 TEST_F(MappingTable, FindsOneOfTwoRowsOfAMac) {
-    const struct {
-        int rows[2], found;
-    } cases[] = {{{3, 7}, 3}, {{31, 32}, 32}, {{40, 33}, 33}, {{5, 40}, 40}};
+    const struct { int rows[2], found; } cases[] = {{{3, 7}, 3}, {{31, 32}, 32}, {{40, 33}, 33}, {{5, 40}, 40}};
     for (const auto &c : cases) {
         start();
         for (const int row : c.rows) put_device(row, mac_of(9));
