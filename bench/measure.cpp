@@ -14,6 +14,7 @@ namespace {
 
 constexpr int64_t WARM_UP_CALLS = 20;
 constexpr int64_t THREADS = 5000;
+constexpr int64_t THREADS_BESIDE = 300;
 
 clockid_t measured_clock = CLOCK_MONOTONIC;
 
@@ -21,6 +22,17 @@ int64_t now_ns() {
     timespec now;
     clock_gettime(measured_clock, &now);
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+}
+
+int64_t time_of(const std::function<void()> &call) {
+    const int64_t begin = now_ns();
+    call();
+    return now_ns() - begin;
+}
+
+void time_threads(std::vector<int64_t> &samples) {
+    for (int64_t i = 0; i < WARM_UP_CALLS; ++i) create_and_join();
+    for (int64_t i = 0; i < THREADS_BESIDE; ++i) samples.push_back(time_of(create_and_join));
 }
 
 double percentile(std::vector<int64_t> &samples, size_t percent) {
@@ -43,24 +55,27 @@ void register_benchmark(const std::string &name, int64_t calls, std::function<vo
 }
 
 void measure(benchmark::State &state, const std::function<void(int64_t)> &prepare, const std::function<void()> &call) {
+    std::vector<int64_t> threads, calls;
+    threads.reserve(2 * THREADS_BESIDE);
+    calls.reserve(static_cast<size_t>(state.max_iterations));
     int64_t turn = 0;
-    std::vector<int64_t> samples;
-    samples.reserve(static_cast<size_t>(state.max_iterations));
     const auto run_once = [&] {
         if (prepare) prepare(turn);
         ++turn;
-        const int64_t begin = now_ns();
-        call();
-        return now_ns() - begin;
+        return time_of(call);
     };
     while (turn < WARM_UP_CALLS) (void)run_once();
+    time_threads(threads);
     for (auto _ : state) {
-        const int64_t took = run_once();
-        state.SetIterationTime(static_cast<double>(took) * 1e-9);
-        samples.push_back(took);
+        calls.push_back(run_once());
+        state.SetIterationTime(static_cast<double>(calls.back()) * 1e-9);
     }
-    state.counters["p50"] = percentile(samples, 50);
-    state.counters["p99"] = percentile(samples, 99);
+    time_threads(threads);
+    const double thread = percentile(threads, 50), p50 = percentile(calls, 50);
+    state.counters["multiple"] = p50 / thread;
+    state.counters["p50"] = p50;
+    state.counters["p99"] = percentile(calls, 99);
+    state.counters["thread"] = thread;
 }
 
 void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }
