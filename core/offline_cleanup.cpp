@@ -61,7 +61,7 @@ void add_gc_candidate(const char *timestamp, int32_t row) {
     forget_build();
 }
 
-bool is_clean_up_due() { return inuse_count >= CROWDED_FROM && count_offline_entries() > 0; }
+bool is_clean_up_due() { return inuse_count >= CROWDED_FROM && is_any_row(offline_bitmap); }
 
 int32_t count_offline_entries() { return count_rows(offline_bitmap); }
 

@@ -24,6 +24,12 @@ constexpr int32_t count_rows(const RowBitmap &bitmap) {
     return count;
 }
 
+constexpr bool is_any_row(const RowBitmap &bitmap) {
+    uint32_t rows = 0;
+    for (const uint32_t word : bitmap) rows |= word;
+    return rows != 0;
+}
+
 }  // namespace sarn
 
 #endif
