@@ -43,6 +43,17 @@ void upper_case(char *text, size_t length) {
     }
 }
 
+void ipv4_to_text(const uint8_t (&ip)[4], char (&text)[IPV4_TEXT_SIZE]) {
+    char *out = text;
+    for (const uint8_t number : ip) {
+        if (out != text) *out++ = '.';
+        if (number >= 100) *out++ = static_cast<char>('0' + number / 100);
+        if (number >= 10) *out++ = static_cast<char>('0' + number / 10 % 10);
+        *out++ = static_cast<char>('0' + number % 10);
+    }
+    *out = '\0';
+}
+
 }  // namespace sarn
 
 int checkMacAddr(const char *text) {

@@ -1,8 +1,10 @@
-// The address texts that callers send: what is accepted, and the one spelling that lookups compare.
+// The address texts that callers send: what is accepted, and the one spelling that lookups compare. And the one that
+// they are told.
 #ifndef SARN_CORE_ADDRESS_TEXT_H
 #define SARN_CORE_ADDRESS_TEXT_H
 
 #include <stddef.h>
+#include <stdint.h>
 
 namespace sarn {
 
@@ -14,6 +16,10 @@ bool mac_sanity_check(const char *text);
 
 // Letters a to z among the first `length` bytes become upper case, whatever stands between them.
 void upper_case(char *text, size_t length);
+
+// A dotted quad and its NUL; the bytes behind it stay as they are.
+inline constexpr size_t IPV4_TEXT_SIZE = sizeof "255.255.255.255";
+void ipv4_to_text(const uint8_t (&ip)[4], char (&text)[IPV4_TEXT_SIZE]);
 
 }  // namespace sarn
 

@@ -2,7 +2,6 @@
 #include "queries/device_info_record.h"
 
 #include <stddef.h>
-#include <stdio.h>
 #include <string.h>
 
 #include "core/address_text.h"
@@ -43,11 +42,11 @@ void read_text_member(Field field, int32_t row, char *member, uint16_t size) SAR
     (void)read_text(field, row, member, size);
 }
 
-void read_ip_member(Field field, int32_t row, char *member, uint16_t size) SARN_REQUIRES_SHARED(state_lock) {
+void read_ip(Field field, int32_t row, char (&text)[IPV4_TEXT_SIZE]) SARN_REQUIRES_SHARED(state_lock) {
     uint8_t ip[4];
     memset(ip, FILLER, sizeof ip);
     (void)read_ipv4(field, row, ip);
-    (void)snprintf(member, size, "%d.%d.%d.%d", ip[0], ip[1], ip[2], ip[3]);
+    ipv4_to_text(ip, text);
 }
 
 void read_number_member(Field field, int32_t row, char *member) SARN_REQUIRES_SHARED(state_lock) {
@@ -59,7 +58,7 @@ void read_number_member(Field field, int32_t row, char *member) SARN_REQUIRES_SH
 void read_member(const RecordMember &place, int32_t row, device_info &record) SARN_REQUIRES_SHARED(state_lock) {
     char *member = reinterpret_cast<char *>(&record) + place.offset;
     switch (spec_of(place.field).type) {
-        case Type::Ipv4: return read_ip_member(place.field, row, member, place.size);
+        case Type::Ipv4: return read_ip(place.field, row, record.DeviceIP);
         case Type::Int: return read_number_member(place.field, row, member);
         default: return read_text_member(place.field, row, member, place.size);
     }
