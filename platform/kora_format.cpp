@@ -11,7 +11,7 @@ namespace kora {
 namespace {
 
 static_assert(sizeof FORMAT_MAGIC == sizeof Format::magic + 1);
-constexpr uint32_t VERSION = 3;
+constexpr uint32_t VERSION = 4;
 constexpr char BOOT_ID[] = "/proc/sys/kernel/random/boot_id";
 
 }  // namespace

@@ -33,10 +33,7 @@ inline constexpr Key FORMAT_KEY = OWN;
 inline constexpr Key CHANGES_KEY = OWN + 1;  // the change number, 8 bytes
 inline constexpr Key SAVED_KEY = OWN + 2;    // when a save was last begun, in ns of the monotonic clock
 
-// A rebuild mirrors the first of these too, though it never reads it.
-constexpr bool lies_by_field(sarn::Field field) {
-    return field == sarn::Field::DeviceIdList_DeviceMAC || effect_of(field).rebuild != Rebuild::No;
-}
+constexpr bool lies_by_field(sarn::Field field) { return effect_of(field).rebuild != Rebuild::No; }
 
 // Where in its row a field lies: first a record's fields in the order in which they are read. Nothing lies at 0.
 struct Slots {

@@ -10,7 +10,7 @@ namespace kora {
 
 namespace {
 
-// A removal takes about 10 pages: the row's own, one of each field that lies by itself, and those above them.
+// A removal takes about 9 pages: the row's own, one of each field that lies by itself, and those above them.
 constexpr size_t PAGES_OF_A_WRITE = 32;
 // Bytes, since kernels have pages of up to 64 KiB: then there are few, and each holds more.
 constexpr size_t RESERVED_SIZE = STORE_SIZE / 16 * 3;
