@@ -24,18 +24,6 @@ size_t transaction_of(const Walk &walk) {
     return writer.is_counted ? 0 : transaction - 1;
 }
 
-int look_up(Walk &walk, uint64_t &out_number) {
-    const size_t transaction = transaction_of(walk);
-    if (is_change_number_known(transaction, out_number)) return 0;
-    Bytes stored = {};
-    const int error = find_key(walk, CHANGES_KEY, stored);
-    if (error != 0) return error;
-    if (stored.size != sizeof out_number) return MDB_CORRUPTED;
-    memcpy(&out_number, stored.data, sizeof out_number);
-    if (transaction != 0) note_change_number(transaction, out_number);
-    return 0;
-}
-
 // Outside of groups: without a snapshot when it is known as of now.
 bool is_known_now(const void *handle, uint64_t &out_number) {
     Reader &reader = take_reader();
@@ -47,6 +35,18 @@ bool is_known_now(const void *handle, uint64_t &out_number) {
 }
 
 }  // namespace
+
+int find_change_number(Walk &walk, uint64_t &out_number) {
+    const size_t transaction = transaction_of(walk);
+    if (is_change_number_known(transaction, out_number)) return 0;
+    Bytes stored = {};
+    const int error = find_key(walk, CHANGES_KEY, stored);
+    if (error != 0) return error;
+    if (stored.size != sizeof out_number) return MDB_CORRUPTED;
+    memcpy(&out_number, stored.data, sizeof out_number);
+    if (transaction != 0) note_change_number(transaction, out_number);
+    return 0;
+}
 
 bool is_change_number_known(size_t transaction, uint64_t &out_number) {
     const uint64_t before = version.load(std::memory_order_acquire);
@@ -80,5 +80,5 @@ extern "C" int32_t kora_changes(void *handle, uint64_t *number) {
         look_after_file(handle);
         if (is_known_now(handle, *number)) return DONE;
     }
-    return read_store(handle, [&](Walk &walk) { return look_up(walk, *number); });
+    return read_store(handle, [&](Walk &walk) { return find_change_number(walk, *number); });
 }

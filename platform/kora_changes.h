@@ -3,10 +3,12 @@
 #ifndef KORA_CHANGES_H
 #define KORA_CHANGES_H
 
-#include <stddef.h>
-#include <stdint.h>
+#include "kora_walk.h"
 
 namespace kora {
+
+// As the walk sees it: looked up where it is not known.
+int find_change_number(Walk &walk, uint64_t &out_number);
 
 // False when the number is not known as of this transaction.
 bool is_change_number_known(size_t transaction, uint64_t &out_number);

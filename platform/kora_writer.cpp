@@ -52,11 +52,8 @@ bool is_offline(uint8_t row, int &out_error) {
 
 int move_change_number() {
     uint64_t number = 0;
-    Bytes stored = {};
-    const int error = find_key(writer.walk, CHANGES_KEY, stored);
+    const int error = find_change_number(writer.walk, number);
     if (error != 0) return error;
-    if (stored.size != sizeof number) return MDB_CORRUPTED;
-    memcpy(&number, stored.data, sizeof number);
     ++number;
     writer.is_counted = true;
     return put_key(writer.walk, CHANGES_KEY, {&number, sizeof number});
