@@ -39,7 +39,7 @@ int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
     clear_row_bits(row);
     --inuse_count;
     follow_build(change);
-    if (change.is_followed) mapping_table[row].index = row;
+    if (change.is_followed) mapping_table[row].index = row;  // as a rebuild leaves it
     return SARN_OK;
 }
 
