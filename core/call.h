@@ -29,13 +29,17 @@ void leave_status(const void *request, int32_t &cell, int32_t status);
 // After a fork, in the child: the calls that were running are the parent's.
 void forget_calls();
 
-// All of a handler. The only caller of pthread_exit: that runs no destructors here, so nothing that needs one may be
-// alive; and it unwinds the stack frame by frame, so it is called from the handler itself.
+// pthread_exit unwinds the stack frame by frame, which is the dearest part of a call that is ours. Declared as a
+// function that returns, it is left for by a jump, and the handler's own frame is gone before.
+extern "C" void *end_thread(void *result) __asm__("pthread_exit");
+
+// All of a handler, and the only caller of pthread_exit: that runs no destructors here, so nothing that needs one may
+// be alive.
 template <typename Request>
-[[noreturn]] void finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
+void *finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);
     leave_status(argument, cell, work(*static_cast<Request *>(argument)));
-    pthread_exit(&cell);
+    return end_thread(&cell);
 }
 
 }  // namespace sarn

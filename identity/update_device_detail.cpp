@@ -139,5 +139,5 @@ int32_t update_device_detail(const device_detail_record *record, int32_t produce
 }
 
 void *update_device_detail_handler(void *request) {
-    sarn::finish_worker(request, dd_thread_exit_status, sarn::accept_detail);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::accept_detail);
 }

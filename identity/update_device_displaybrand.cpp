@@ -23,5 +23,5 @@ int32_t update_device_displaybrand(const char *mac, const char *brand, int32_t l
 }
 
 void *update_devicedisplaybrand_handler(void *request) {
-    sarn::finish_worker(request, dd_thread_exit_status, sarn::store_brand);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_brand);
 }

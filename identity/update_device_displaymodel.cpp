@@ -24,5 +24,5 @@ int32_t update_device_displaymodel(const char *mac, const char *model, int32_t l
 }
 
 void *update_devicedisplaymodel_handler(void *request) {
-    sarn::finish_worker(request, dd_thread_exit_status, sarn::store_model);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_model);
 }

@@ -109,5 +109,5 @@ int32_t update_device_displayname(const char *mac, const char *name, int32_t len
 }
 
 void *update_devicedisplayname_handler(void *request) {
-    sarn::finish_worker(request, dd_thread_exit_status, sarn::store_name);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_name);
 }

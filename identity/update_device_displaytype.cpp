@@ -105,5 +105,5 @@ int32_t update_device_displaytype(const char *mac, const char *type, int32_t len
 }
 
 void *update_devicedisplaytype_handler(void *request) {
-    sarn::finish_worker(request, dd_thread_exit_status, sarn::store_type);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_type);
 }

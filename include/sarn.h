@@ -40,11 +40,9 @@
 #if defined(__GNUC__)
 #define SARN_API __attribute__((visibility("default")))
 #define SARN_PACKED __attribute__((packed))
-#define SARN_NORETURN __attribute__((noreturn))
 #else
 #define SARN_API
 #define SARN_PACKED
-#define SARN_NORETURN
 #endif
 
 #ifdef __cplusplus
@@ -620,17 +618,17 @@ SARN_API char *unescapeJSON(const char *text, char *out, uint32_t length);
  * Worker bodies. A host may start one as a thread of its own on a request that stays valid until the thread ends: it
  * writes its result to the family's cell and exits with the cell's address. Each ends its thread and never returns.
  */
-SARN_API SARN_NORETURN void *update_device_signature_handler(void *request);
-SARN_API SARN_NORETURN void *update_connected_device_info_handler(void *request);
-SARN_API SARN_NORETURN void *sarn_update_table_field_handler(void *request);
-SARN_API SARN_NORETURN void *sarn_remove_macaddress_entry_handler(void *request);
-SARN_API SARN_NORETURN void *update_device_detail_handler(void *request);
-SARN_API SARN_NORETURN void *update_devicedisplayname_handler(void *request);
-SARN_API SARN_NORETURN void *update_devicedisplaytype_handler(void *request);
-SARN_API SARN_NORETURN void *update_devicedisplaymodel_handler(void *request);
-SARN_API SARN_NORETURN void *update_devicedisplaybrand_handler(void *request);
-SARN_API SARN_NORETURN void *get_device_info_handler(void *request);
-SARN_API SARN_NORETURN void *get_device_info_mac_handler(void *request);
+SARN_API void *update_device_signature_handler(void *request);
+SARN_API void *update_connected_device_info_handler(void *request);
+SARN_API void *sarn_update_table_field_handler(void *request);
+SARN_API void *sarn_remove_macaddress_entry_handler(void *request);
+SARN_API void *update_device_detail_handler(void *request);
+SARN_API void *update_devicedisplayname_handler(void *request);
+SARN_API void *update_devicedisplaytype_handler(void *request);
+SARN_API void *update_devicedisplaymodel_handler(void *request);
+SARN_API void *update_devicedisplaybrand_handler(void *request);
+SARN_API void *get_device_info_handler(void *request);
+SARN_API void *get_device_info_mac_handler(void *request);
 
 /*
  * Exported variables.

@@ -37,5 +37,5 @@ int32_t get_device_info_at_index(device_info *record, uint32_t index) {
 }
 
 void *get_device_info_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::fill_record);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::fill_record);
 }

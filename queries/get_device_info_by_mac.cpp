@@ -49,5 +49,5 @@ int32_t get_device_info_by_mac(device_info *record, const char *mac) {
 }
 
 void *get_device_info_mac_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::fill_record);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::fill_record);
 }

@@ -79,5 +79,5 @@ int32_t sarn_remove_macaddress_entry(const char *mac) {
 }
 
 void *sarn_remove_macaddress_entry_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::remove_device);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::remove_device);
 }

@@ -225,5 +225,5 @@ int32_t sarn_update_table_field(const char *mac, int32_t field_code, const void 
 }
 
 void *sarn_update_table_field_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_change);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_change);
 }

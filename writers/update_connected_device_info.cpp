@@ -103,5 +103,5 @@ int32_t update_connected_device_info(const connected_device_record *record, int3
 }
 
 void *update_connected_device_info_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_connection);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_connection);
 }

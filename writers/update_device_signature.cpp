@@ -141,5 +141,5 @@ int32_t update_device_signature(const signature_record *record, int32_t producer
 }
 
 void *update_device_signature_handler(void *request) {
-    sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_report);
+    return sarn::finish_worker(request, sig_thread_exit_status, sarn::accept_report);
 }
