@@ -1,7 +1,8 @@
-// Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; the same number of
-// them that create and join a thread and do nothing else; and reads while another process writes. Prints a line of
-// comma-separated medians for each case:
-// case,calls per second,read p50,read p99,signature p50,signature p99 (nanoseconds)
+// Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; records alone; the
+// same number of them that create and join a thread and do nothing else; each where the kernel puts it and on a CPU
+// that it keeps; and records while another process writes. Prints a line of comma-separated medians for each case:
+// who,workers,calls per second,record p50,record p99,signature p50,signature p99 (nanoseconds)
+#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -27,11 +28,12 @@ namespace {
 using namespace bench;
 
 constexpr int DEVICES = 128;
-constexpr int ROUNDS = 5;
+constexpr int ROUNDS = 15;
 constexpr int MOST_WORKERS = 4;
+constexpr int CPUS_KEPT = 2;
 constexpr size_t MOST_SAMPLES = 200'000;  // of one worker in one round
 constexpr int64_t SECOND = 1'000'000'000;
-constexpr int64_t ROUND_LENGTH = SECOND / 2;
+constexpr int64_t ROUND_LENGTH = SECOND / 5;
 constexpr int64_t BETWEEN_WRITES = SECOND / 1000;
 constexpr int SIGNATURE_EVERY = 5;
 
@@ -64,11 +66,28 @@ void wait_for_start(Worker &worker) {
     while (!shared->is_started) std::this_thread::yield();
 }
 
-enum class Task { Calls, Reads, NoCalls };
+// The workers take turns in keeping the first CPUs; what they create stays there too.
+void keep_cpu(int number) {
+    cpu_set_t allowed, kept;
+    require(sched_getaffinity(0, sizeof allowed, &allowed) == 0, "sched_getaffinity");
+    const int turn = number % std::min(CPUS_KEPT, CPU_COUNT(&allowed));
+    int cpu = -1;
+    for (int i = 0; i <= turn; ++i) {
+        do ++cpu;
+        while (!CPU_ISSET(cpu, &allowed));
+    }
+    CPU_ZERO(&kept);
+    CPU_SET(cpu, &kept);
+    require(sched_setaffinity(0, sizeof kept, &kept) == 0, "sched_setaffinity");
+}
+
+enum class Task { Calls, Records, NoCalls };
+enum class Place { Anywhere, OnItsCpu };
 
 // Each worker has devices of its own, as producers mostly do, and reports them with every text new.
-void work(int number, Task task) {
+void work(int number, Task task, Place place) {
     Worker &worker = shared->workers[number];
+    if (place == Place::OnItsCpu) keep_cpu(number);
     worker.read_count = worker.signature_count = 0;
     wait_for_start(worker);
     device_info record;
@@ -118,28 +137,26 @@ void await(pid_t process) {
 
 enum class Kind { Threads, Processes, ProcessesBesideWriter };
 struct Case {
-    const char *name;
+    const char *who;
     Kind kind;
-    int workers;
     Task task;
+    Place place;
 };
 constexpr Case CASES[] = {
-    {"1 thread", Kind::Threads, 1, Task::Calls},
-    {"2 threads", Kind::Threads, 2, Task::Calls},
-    {"4 threads", Kind::Threads, 4, Task::Calls},
-    {"1 process", Kind::Processes, 1, Task::Calls},
-    {"2 processes", Kind::Processes, 2, Task::Calls},
-    {"4 processes", Kind::Processes, 4, Task::Calls},
-    {"1 thread without calls", Kind::Threads, 1, Task::NoCalls},
-    {"2 threads without calls", Kind::Threads, 2, Task::NoCalls},
-    {"4 threads without calls", Kind::Threads, 4, Task::NoCalls},
-    {"1 process without calls", Kind::Processes, 1, Task::NoCalls},
-    {"2 processes without calls", Kind::Processes, 2, Task::NoCalls},
-    {"4 processes without calls", Kind::Processes, 4, Task::NoCalls},
-    {"reads alone", Kind::Processes, 1, Task::Reads},
-    {"reads beside 1000 signatures a second", Kind::ProcessesBesideWriter, 1, Task::Reads},
+    {"threads", Kind::Threads, Task::Calls, Place::Anywhere},
+    {"processes", Kind::Processes, Task::Calls, Place::Anywhere},
+    {"processes, records alone", Kind::Processes, Task::Records, Place::Anywhere},
+    {"threads without calls", Kind::Threads, Task::NoCalls, Place::Anywhere},
+    {"processes without calls", Kind::Processes, Task::NoCalls, Place::Anywhere},
+    {"threads that keep their CPU", Kind::Threads, Task::Calls, Place::OnItsCpu},
+    {"processes that keep their CPU", Kind::Processes, Task::Calls, Place::OnItsCpu},
+    {"processes that keep their CPU, records alone", Kind::Processes, Task::Records, Place::OnItsCpu},
+    {"threads that keep their CPU, without calls", Kind::Threads, Task::NoCalls, Place::OnItsCpu},
+    {"processes that keep their CPU, without calls", Kind::Processes, Task::NoCalls, Place::OnItsCpu},
+    {"beside 1000 signatures a second", Kind::ProcessesBesideWriter, Task::Records, Place::Anywhere},
 };
 constexpr size_t CASE_COUNT = std::size(CASES);
+constexpr std::array WORKERS = {1, 2, MOST_WORKERS};
 
 void start_when_ready(int workers) {
     for (int i = 0; i < workers; ++i) {
@@ -148,31 +165,31 @@ void start_when_ready(int workers) {
     shared->is_started = true;
 }
 
-void run_threads(int workers, Task task) {
+void run_threads(const Case &one, int workers) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < workers; ++i) threads.emplace_back(work, i, task);
+    for (int i = 0; i < workers; ++i) threads.emplace_back(work, i, one.task, one.place);
     start_when_ready(workers);
     for (std::thread &thread : threads) thread.join();
 }
 
-void run_processes(int workers, Task task) {
+void run_processes(const Case &one, int workers) {
     std::vector<pid_t> processes;
     for (int i = 0; i < workers; ++i) {
-        processes.push_back(in_process([=] { work(i, task); }));
+        processes.push_back(in_process([&one, i] { work(i, one.task, one.place); }));
     }
     start_when_ready(workers);
     for (const pid_t process : processes) await(process);
 }
 
-void run(const Case &one) {
+void run(const Case &one, int workers) {
     shared->is_started = shared->is_over = false;
     for (Worker &worker : shared->workers) worker.is_ready = false;
     switch (one.kind) {
-        case Kind::Threads: return run_threads(one.workers, one.task);
-        case Kind::Processes: return run_processes(one.workers, one.task);
+        case Kind::Threads: return run_threads(one, workers);
+        case Kind::Processes: return run_processes(one, workers);
         case Kind::ProcessesBesideWriter:
             const pid_t writer = in_process(write_evenly);
-            run_processes(one.workers, one.task);
+            run_processes(one, workers);
             shared->is_over = true;
             return await(writer);
     }
@@ -207,18 +224,22 @@ int main() {
     require(memory != MAP_FAILED, "mmap");
     shared = static_cast<Shared *>(memory);
     const Router router(DEVICES);
-    std::array<std::array<std::vector<int64_t>, FIGURES>, CASE_COUNT> rounds;
+    std::array<std::array<std::array<std::vector<int64_t>, FIGURES>, WORKERS.size()>, CASE_COUNT> rounds;
     for (int round = 0; round < ROUNDS; ++round) {
         for (size_t i = 0; i < CASE_COUNT; ++i) {
-            run(CASES[i]);
-            const Figures figures = figures_of(CASES[i].workers);
-            for (size_t figure = 0; figure < FIGURES; ++figure) rounds[i][figure].push_back(figures[figure]);
+            for (size_t k = 0; k < WORKERS.size(); ++k) {
+                run(CASES[i], WORKERS[k]);
+                const Figures figures = figures_of(WORKERS[k]);
+                for (size_t figure = 0; figure < FIGURES; ++figure) rounds[i][k][figure].push_back(figures[figure]);
+            }
         }
     }
     for (size_t i = 0; i < CASE_COUNT; ++i) {
-        std::printf("\"%s\"", CASES[i].name);
-        for (std::vector<int64_t> &values : rounds[i])
-            std::printf(",%lld", static_cast<long long>(percentile(values, 50)));
-        std::printf("\n");
+        for (size_t k = 0; k < WORKERS.size(); ++k) {
+            std::printf("\"%s\",%d", CASES[i].who, WORKERS[k]);
+            for (std::vector<int64_t> &values : rounds[i][k])
+                std::printf(",%lld", static_cast<long long>(percentile(values, 50)));
+            std::printf("\n");
+        }
     }
 }
