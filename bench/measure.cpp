@@ -14,7 +14,8 @@ namespace {
 
 constexpr int64_t WARM_UP_CALLS = 20;
 constexpr int64_t THREADS = 5000;
-constexpr int64_t THREADS_BESIDE = 300;
+constexpr int64_t BATCHES = 20;
+constexpr int64_t SMALLEST_BATCH = 10;
 
 clockid_t measured_clock = CLOCK_MONOTONIC;
 
@@ -30,16 +31,34 @@ int64_t time_of(const std::function<void()> &call) {
     return now_ns() - begin;
 }
 
-void time_threads(std::vector<int64_t> &samples) {
-    for (int64_t i = 0; i < WARM_UP_CALLS; ++i) create_and_join();
-    for (int64_t i = 0; i < THREADS_BESIDE; ++i) samples.push_back(time_of(create_and_join));
-}
-
-double percentile(std::vector<int64_t> &samples, size_t percent) {
+template <typename Number>
+double percentile(std::vector<Number> &samples, size_t percent) {
     const auto place = samples.begin() + static_cast<std::ptrdiff_t>((samples.size() - 1) * percent / 100);
     std::nth_element(samples.begin(), place, samples.end());
     return static_cast<double>(*place);
 }
+
+// Some calls and as many threads, one after the other, so that what else the machine does weighs on both.
+struct Batch {
+    std::vector<int64_t> calls, threads;
+
+    void time_threads() {
+        for (int64_t i = 0; i < WARM_UP_CALLS; ++i) create_and_join();
+        while (threads.size() < calls.size()) threads.push_back(time_of(create_and_join));
+    }
+};
+
+struct Samples {
+    std::vector<int64_t> calls, threads;
+    std::vector<double> multiples;  // of each batch
+
+    void take(Batch &batch) {
+        calls.insert(calls.end(), batch.calls.begin(), batch.calls.end());
+        threads.insert(threads.end(), batch.threads.begin(), batch.threads.end());
+        multiples.push_back(percentile(batch.calls, 50) / percentile(batch.threads, 50));
+        batch = Batch{};
+    }
+};
 
 }  // namespace
 
@@ -55,9 +74,9 @@ void register_benchmark(const std::string &name, int64_t calls, std::function<vo
 }
 
 void measure(benchmark::State &state, const std::function<void(int64_t)> &prepare, const std::function<void()> &call) {
-    std::vector<int64_t> threads, calls;
-    threads.reserve(2 * THREADS_BESIDE);
-    calls.reserve(static_cast<size_t>(state.max_iterations));
+    const auto batch_size = static_cast<size_t>(std::max<int64_t>(state.max_iterations / BATCHES, SMALLEST_BATCH));
+    Batch batch;
+    Samples samples;
     int64_t turn = 0;
     const auto run_once = [&] {
         if (prepare) prepare(turn);
@@ -65,17 +84,17 @@ void measure(benchmark::State &state, const std::function<void(int64_t)> &prepar
         return time_of(call);
     };
     while (turn < WARM_UP_CALLS) (void)run_once();
-    time_threads(threads);
     for (auto _ : state) {
-        calls.push_back(run_once());
-        state.SetIterationTime(static_cast<double>(calls.back()) * 1e-9);
+        batch.calls.push_back(run_once());
+        state.SetIterationTime(static_cast<double>(batch.calls.back()) * 1e-9);
+        if (batch.calls.size() < batch_size) continue;
+        batch.time_threads();
+        samples.take(batch);
     }
-    time_threads(threads);
-    const double thread = percentile(threads, 50), p50 = percentile(calls, 50);
-    state.counters["multiple"] = p50 / thread;
-    state.counters["p50"] = p50;
-    state.counters["p99"] = percentile(calls, 99);
-    state.counters["thread"] = thread;
+    state.counters["multiple"] = percentile(samples.multiples, 50);
+    state.counters["p50"] = percentile(samples.calls, 50);
+    state.counters["p99"] = percentile(samples.calls, 99);
+    state.counters["thread"] = percentile(samples.threads, 50);
 }
 
 void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }

@@ -17,9 +17,9 @@ std::string benchmark_name(const std::string &subject, const std::string &task, 
 void register_benchmark(const std::string &name, int64_t calls, std::function<void(benchmark::State &)> body);
 
 // Runs `call` as often as the benchmark asks, and before each `prepare` with a count of turns, which is not measured:
-// it makes what the call is given. Threads are created and joined just before and after all calls and timed too, so
-// that what else the machine does weighs on both. Reports p50 and p99 in nanoseconds, the thread's p50, and p50 as its
-// multiple.
+// it makes what the call is given. Between batches of calls, a twentieth of them or at least ten, as many threads are
+// created and joined and timed too, so that what else the machine does weighs on both. Reports p50 and p99 in
+// nanoseconds, the thread's p50, and as the multiple the median of those of the batches.
 void measure(benchmark::State &state, const std::function<void(int64_t)> &prepare, const std::function<void()> &call);
 
 // From now on what is measured is the processor time of this process instead of the time that passes: the same on one
