@@ -153,7 +153,7 @@ constexpr Case CASES[] = {
     {"processes that keep their CPU, records alone", Kind::Processes, Task::Records, Place::OnItsCpu},
     {"threads that keep their CPU, without calls", Kind::Threads, Task::NoCalls, Place::OnItsCpu},
     {"processes that keep their CPU, without calls", Kind::Processes, Task::NoCalls, Place::OnItsCpu},
-    {"beside 1000 signatures a second", Kind::ProcessesBesideWriter, Task::Records, Place::Anywhere},
+    {"processes, records beside 1000 signatures a second", Kind::ProcessesBesideWriter, Task::Records, Place::Anywhere},
 };
 constexpr size_t CASE_COUNT = std::size(CASES);
 constexpr std::array WORKERS = {1, 2, MOST_WORKERS};
@@ -217,6 +217,20 @@ Figures figures_of(int workers) {
             percentile(signatures, 99)};
 }
 
+using Rounds = std::array<std::vector<int64_t>, FIGURES>;
+
+void run_round(const Case &one, int workers, Rounds &rounds) {
+    run(one, workers);
+    const Figures figures = figures_of(workers);
+    for (size_t figure = 0; figure < FIGURES; ++figure) rounds[figure].push_back(figures[figure]);
+}
+
+void print_medians(const Case &one, int workers, Rounds &rounds) {
+    std::printf("\"%s\",%d", one.who, workers);
+    for (std::vector<int64_t> &values : rounds) std::printf(",%lld", static_cast<long long>(percentile(values, 50)));
+    std::printf("\n");
+}
+
 }  // namespace
 
 int main() {
@@ -224,22 +238,13 @@ int main() {
     require(memory != MAP_FAILED, "mmap");
     shared = static_cast<Shared *>(memory);
     const Router router(DEVICES);
-    std::array<std::array<std::array<std::vector<int64_t>, FIGURES>, WORKERS.size()>, CASE_COUNT> rounds;
+    std::array<std::array<Rounds, WORKERS.size()>, CASE_COUNT> rounds;
     for (int round = 0; round < ROUNDS; ++round) {
         for (size_t i = 0; i < CASE_COUNT; ++i) {
-            for (size_t k = 0; k < WORKERS.size(); ++k) {
-                run(CASES[i], WORKERS[k]);
-                const Figures figures = figures_of(WORKERS[k]);
-                for (size_t figure = 0; figure < FIGURES; ++figure) rounds[i][k][figure].push_back(figures[figure]);
-            }
+            for (size_t k = 0; k < WORKERS.size(); ++k) run_round(CASES[i], WORKERS[k], rounds[i][k]);
         }
     }
     for (size_t i = 0; i < CASE_COUNT; ++i) {
-        for (size_t k = 0; k < WORKERS.size(); ++k) {
-            std::printf("\"%s\",%d", CASES[i].who, WORKERS[k]);
-            for (std::vector<int64_t> &values : rounds[i][k])
-                std::printf(",%lld", static_cast<long long>(percentile(values, 50)));
-            std::printf("\n");
-        }
+        for (size_t k = 0; k < WORKERS.size(); ++k) print_medians(CASES[i], WORKERS[k], rounds[i][k]);
     }
 }
