@@ -90,10 +90,10 @@ int32_t kora_end(void *handle, int32_t keep);
 
 /*
  * A number that moves with every change of what a rebuild of the device list reads: the MAC addresses of
- * "Sarnsignature" and "ConnectDeviceinfo", the states, the "Timestamp" of a row that is offline ("DOWN" or "unknown"),
- * the sync timestamp. It moves in the same transaction as the change, is the same for all processes, and in a group is
- * that of the group. While it is the same, all of these are the same; another store never goes on with the number of
- * the last. A host may lack it; libsarn.so then rebuilds each time.
+ * "Sarnsignature" and "ConnectDeviceinfo", the states, the "Timestamp" of a row whose state begins with "DOWN" or
+ * "unknown", the sync timestamp. It moves in the same transaction as the change, is the same for all processes, and in
+ * a group is that of the group. While it is the same, all of these are the same; another store never goes on with the
+ * number of the last. A host may lack it; libsarn.so then rebuilds each time.
  */
 int32_t kora_changes(void *handle, uint64_t *number);
 

@@ -29,7 +29,7 @@ inline constexpr Effect EFFECTS[] = {
     {sarn::Field::FeatureCfg_NDNEnable, Rebuild::No, true},
 };
 
-// The states that count as offline in a rebuild.
+// What a state begins with that counts as offline in a rebuild.
 inline constexpr char OFFLINE_STATES[][8] = {"DOWN", "unknown"};
 
 struct EffectsByField {

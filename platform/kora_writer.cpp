@@ -41,11 +41,13 @@ void abort_transaction() {
 
 bool is_same(Bytes one, Bytes other) { return one.size == other.size && memcmp(one.data, other.data, one.size) == 0; }
 
+// By its beginning: who reads it into a short buffer sees no more.
 bool is_offline(uint8_t row, int &out_error) {
     Bytes state = {};
     out_error = find_value(writer.walk, {sarn::Field::Sarnsignature_Devicestate, row}, state);
     for (const char *offline : {OFFLINE_STATES[0], OFFLINE_STATES[1]}) {
-        if (out_error == 0 && is_same(state, {offline, strlen(offline)})) return true;
+        const size_t length = strlen(offline);
+        if (out_error == 0 && state.size >= length && memcmp(state.data, offline, length) == 0) return true;
     }
     return false;
 }

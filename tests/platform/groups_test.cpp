@@ -198,6 +198,8 @@ TEST_F(Groups, TheChangeNumberMovesWithWhatARebuildReads) {
         {"time of a row that is up", [&] { return time("2"); }, false},
         {"down", [&] { return state("DOWN"); }, true},
         {"time of a row that is down", [&] { return time("3"); }, true},
+        {"unknown to a short buffer", [&] { return state("unknown2"); }, true},
+        {"its time", [&] { return time("7"); }, true},
         {"down in small letters", [&] { return state("down"); }, true},
         {"its time", [&] { return time("4"); }, false},
         {"sync timestamp", [&] { return kora_set_ascii(handle, "general", 0, "SARNSyncTimestamp", "9"); }, true},
