@@ -22,6 +22,8 @@ BuildMark mark SARN_GUARDED_BY(state_lock);
 
 void note_build_number() { mark.has_number = read_change_number(&mark.number); }
 
+void forget_build_number() { mark.has_number = false; }
+
 void mark_build_current() {
     mark.is_current = mark.has_number;
     memcpy(mark.candidates, gc_epochtime_array, sizeof mark.candidates);

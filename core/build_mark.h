@@ -13,6 +13,9 @@ namespace sarn {
 // First in a build, in the snapshot that it reads.
 void note_build_number() SARN_REQUIRES(state_lock);
 
+// The build could not read or mend all that it looked at: its number does not stand for what it found.
+void forget_build_number() SARN_REQUIRES(state_lock);
+
 // The build went through and nothing but it has touched the state: its number holds.
 void mark_build_current() SARN_REQUIRES(state_lock);
 

@@ -14,13 +14,16 @@ namespace sarn {
 
 namespace {
 
+constexpr int32_t MOST_TIMES_LOST = 4;  // one and the same row, in a row
+
 void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
     (void)write_mac(Field::Sarnsignature_DeviceMAC, row, mac);
     (void)write_mac(Field::DeviceIdList_DeviceMAC, row, mac);
     (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
 }
 
-// Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile.
+// Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile. What
+// cannot be read does not stand against it.
 bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_text) SARN_REQUIRES(state_lock) {
     static constexpr uint8_t NO_MAC[6] = {};
     if (!has_groups()) return true;
@@ -28,9 +31,9 @@ bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_tex
     if (is_build_current()) return !has_row(inuse_bitmap, row) && !is_row(row_in_use_of(mac_text, inuse_bitmap));
     for (int32_t other = 0; other < ROW_COUNT; ++other) {
         uint8_t held[6];
-        if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) return false;
-        if (other == row && memcmp(held, NO_MAC, sizeof held) != 0) return false;
-        if (memcmp(held, mac, sizeof held) == 0) return false;
+        if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) continue;
+        const bool is_free = memcmp(held, NO_MAC, sizeof held) == 0;
+        if (!is_free && (other == row || memcmp(held, mac, sizeof held) == 0)) return false;
     }
     return true;
 }
@@ -72,8 +75,11 @@ void log_search(const char *mac, int32_t producer_id) {
 // A creation that another process came before leaves this process' table wrong; so does one that the store could not
 // keep.
 int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(state_lock) {
-    // Each lost race means that one more row was taken.
-    for (int32_t attempt = 0; attempt < ROW_COUNT; ++attempt) {
+    int32_t lost_row = SARN_ERR_NO_ROW;
+    int32_t times_lost = 0;
+    // Each lost race means that one more row was taken, unless what stands against a row lies behind one that cannot be
+    // read: then the same row is offered again and again.
+    for (int32_t attempt = 0; attempt < ROW_COUNT && times_lost < MOST_TIMES_LOST; ++attempt) {
         int32_t row = 0;
         if (check_mac_pre_existing(mac, &row)) return row;
         row = first_free_index();
@@ -87,6 +93,8 @@ int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(s
         if (created == GroupEnd::Kept) return row;
         if (sync_global_data() != SARN_OK) return SARN_ERR_REBUILD;
         if (created == GroupEnd::Failed) return SARN_ERR_TABLE_FULL;
+        times_lost = row == lost_row ? times_lost + 1 : 1;
+        lost_row = row;
     }
     return SARN_ERR_TABLE_FULL;
 }

@@ -26,8 +26,9 @@ void end_build() { __atomic_store_n(&mappingtablestatus, uint8_t{1}, __ATOMIC_RE
 
 // What a build reads before it is known to be whole.
 struct Build {
-    uint8_t macs[ROW_COUNT][6];
-    RowBitmap differing;  // rows whose mirror is to be mended
+    uint8_t macs[ROW_COUNT][6] = {};
+    RowBitmap differing = {};  // rows whose mirror is to be mended
+    bool is_whole = true;      // false once the next one may find more, though nothing changes in the store
 };
 
 bool read_row_mac(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
@@ -53,21 +54,22 @@ void keep_mirror(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
     }
 }
 
-void mend_mirrors(const Build &build) SARN_REQUIRES(state_lock) {
+void mend_mirrors(Build &build) SARN_REQUIRES(state_lock) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
         if (!has_row(build.differing, row)) continue;
-        (void)write_group([&]() SARN_REQUIRES(state_lock) {
+        const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
             return holds_known_device(row) && write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, build.macs[row]);
         });
+        if (end != GroupEnd::Kept) build.is_whole = false;
     }
 }
 
-void note_offline(int32_t row) SARN_REQUIRES(state_lock) {
-    char state[sizeof device_info::Devicestate];
-    read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
+void note_offline(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
+    char state[sizeof device_info::Devicestate] = {};
+    if (!read_ascii(Field::Sarnsignature_Devicestate, row, state, sizeof state)) build.is_whole = false;
     if (!note_state(row, state)) return;
-    char timestamp[TIME_TEXT_SIZE];
-    read_text_or_empty(Field::DeviceIdList_Timestamp, row, timestamp);
+    char timestamp[TIME_TEXT_SIZE] = {};
+    if (!read_text(Field::DeviceIdList_Timestamp, row, timestamp, sizeof timestamp)) build.is_whole = false;
     add_gc_candidate(timestamp, row);
 }
 
@@ -76,23 +78,22 @@ bool read_row_by_row(Build &build) SARN_REQUIRES(state_lock) {
         if (!read_row_mac(row, build)) return false;
         if (!holds_device(row)) continue;
         keep_mirror(row, build);
-        note_offline(row);
+        note_offline(row, build);
     }
     return true;
 }
 
 // In one snapshot nobody sees the order, and one field of all rows lies side by side.
 bool read_field_by_field(Build &build) SARN_REQUIRES(state_lock) {
-    for (int32_t row = 0; row < ROW_COUNT; ++row) {
-        if (!read_row_mac(row, build)) return false;
-    }
-    for (int32_t row = 0; row < ROW_COUNT; ++row) {
+    int32_t read = 0;
+    while (read < ROW_COUNT && read_row_mac(read, build)) ++read;
+    for (int32_t row = 0; row < read; ++row) {
         if (holds_device(row)) keep_mirror(row, build);
     }
-    for (int32_t row = 0; row < ROW_COUNT; ++row) {
-        if (holds_device(row)) note_offline(row);
+    for (int32_t row = 0; row < read; ++row) {
+        if (holds_device(row)) note_offline(row, build);
     }
-    return true;
+    return read == ROW_COUNT;
 }
 
 }  // namespace
@@ -106,13 +107,14 @@ int32_t create_mapping_table_locked() {
     bool all_read = false;
     {
         const ExportedMutex hold(mutex1);
-        Build build = {};
+        Build build;
         all_read = read_group([&]() SARN_REQUIRES(state_lock) {
             note_build_number();
             return has_groups() ? read_field_by_field(build) : read_row_by_row(build);
         });
         if (!all_read) SARN_LOG(MacUnreadable);
         mend_mirrors(build);
+        if (!build.is_whole) forget_build_number();
     }
     if (!all_read) {
         end_build();

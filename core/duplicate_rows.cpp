@@ -1,5 +1,6 @@
 #include "core/duplicate_rows.h"
 
+#include "core/build_mark.h"
 #include "core/group.h"
 #include "core/mapping_table.h"
 #include "core/reset_device_entry.h"
@@ -17,6 +18,7 @@ int32_t read_timestamp(int32_t row) SARN_REQUIRES(state_lock) {
 }
 
 void remove_row(int32_t row, RowBitmap &rows) SARN_REQUIRES(state_lock) {
+    forget_build();  // no gate follows that would leave the row's entry as a rebuild does
     (void)reset_device_entry(row, holds_known_device);
     clear_row(rows, row);
 }

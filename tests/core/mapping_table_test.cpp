@@ -71,11 +71,16 @@ TEST_F(MappingTable, FullTableRefusesANewMac) {
 
 TEST_F(MappingTable, BuildStopsAtAnUnreadableRowAndTheNextOneGoesThrough) {
     put_devices(20);
+    put_device(3, mac_of(3), "DOWN", "7");
+    put_device(5, NO_DEVICE, "unknown");
     stop_rebuilds();
     fake::fail_field("Sarnsignature", 10, "DeviceMAC");
     start();
-    EXPECT_EQ(get_total_sarn_entries_used(), 10);
+    EXPECT_EQ(get_total_sarn_entries_used(), 9);
+    EXPECT_EQ(sarn::offline_bitmap[0], 1U << 3);
+    EXPECT_EQ(gc_epochtime_array[0].row, 3);
     EXPECT_EQ(find_row(mac_of(9)), 9);
+    EXPECT_EQ(create(mac_of(600)), 5) << "the others go on";
     EXPECT_EQ(find_row(mac_of(11)), SARN_ERR_LOOKUP_ONLY);
     EXPECT_EQ(create_mapping_table(), SARN_ERR_UNREADABLE);
     EXPECT_EQ(mappingtablestatus, 1);

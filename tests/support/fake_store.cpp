@@ -180,8 +180,9 @@ void fail_at(int operation, bool forever) {
 }
 
 bool has_fault_fired() { return store.fault_fired; }
-void fail_field(const std::string &table, int row, const std::string &field) {
-    store.failing.insert({table, row, field});
+void fail_field(const std::string &table, int row, const std::string &field, bool fail) {
+    if (fail) store.failing.insert({table, row, field});
+    if (!fail) store.failing.erase({table, row, field});
 }
 void fail_open(bool fail) { store.fail_open = fail; }
 int open_handles() { return store.handles; }

@@ -25,8 +25,8 @@ std::vector<std::string> take_journal();
 int operations();
 void fail_at(int operation, bool forever);
 bool has_fault_fired();
-// Every operation on this field fails.
-void fail_field(const std::string &table, int row, const std::string &field);
+// Every operation on this field fails, or works again.
+void fail_field(const std::string &table, int row, const std::string &field, bool fail = true);
 void fail_open(bool fail);
 int open_handles();
 
