@@ -14,7 +14,14 @@ namespace sarn {
 
 namespace {
 
-// True when the device was not in the asked state and now is.
+bool is_in_state(int32_t row, const char *access) SARN_REQUIRES(state_lock) {
+    char current[8];
+    memset(current, '0', sizeof current);  // a failed read is neither state
+    (void)read_text(Field::Sarnsignature_AllowOrBlock, row, current, sizeof current);
+    return strncmp(current, access, sizeof current) == 0;
+}
+
+// True when the device was not in the asked state and now is, or would be if the store had taken it.
 bool set_access(char *mac, const char *access, int32_t producer_id) {
     const Exclusive hold(state_lock);
     const int32_t row = check_update_mapping_table_locked(mac, SARN_PRODUCER_LOOKUP_ONLY);
@@ -22,16 +29,13 @@ bool set_access(char *mac, const char *access, int32_t producer_id) {
 
     const bool is_announced = is_change_announced(producer_id);
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
-        char current[8];
-        memset(current, '0', sizeof current);  // a failed read is neither state
-        if (!holds_known_device(row)) return false;
-        (void)read_text(Field::Sarnsignature_AllowOrBlock, row, current, sizeof current);
-        if (strncmp(current, access, sizeof current) == 0) return false;
+        if (!holds_known_device(row) || is_in_state(row, access)) return false;
         (void)write_text(Field::Sarnsignature_AllowOrBlock, row, access);
         if (is_announced) announce_device_change(row);
         return true;
     });
-    if (end == GroupEnd::Dropped) return false;
+    // A group that could not begin has not looked either.
+    if (end == GroupEnd::Dropped || (end == GroupEnd::Failed && is_in_state(row, access))) return false;
     if (is_announced) SARN_LOG(PauseAnnounced);
     return true;
 }

@@ -38,8 +38,11 @@ int32_t store_name(display_request &request) {
     if (row < 0) return refuse();
     SARN_LOG(NameRow, row);
     const ComposedName composed = compose_name(row, BoundedText<MAC_TEXT_LENGTH>(request.mac).text);
-    if (!is_set(FingPostProcessorName) && !is_custom_name_written(row, request)) return refuse();
-    return is_composed_name_written(row, composed) ? SARN_OK : refuse();
+    if (is_set(FingPostProcessorName)) return is_composed_name_written(row, composed) ? SARN_OK : refuse();
+    if (!is_custom_name_written(row, request)) return refuse();
+    // The custom name is written and announced: a device that is removed just now does not take that back.
+    (void)is_composed_name_written(row, composed);
+    return SARN_OK;
 }
 
 int32_t refuse() {

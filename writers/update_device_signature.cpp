@@ -133,7 +133,7 @@ void write_ip(int32_t row, const char *ip_text) {
 
 int32_t update_device_signature(const signature_record *record, int32_t producer_id) {
     if (record == nullptr) return SARN_ERR_NULL_RECORD;
-    const signature_request request = {*record, producer_id};
+    signature_request request = {*record, producer_id};
     if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
     const sarn::WorkerResult worker = sarn::run_worker(update_device_signature_handler, &request);
     if (worker.error != 0) SARN_LOG(SignatureThreadFailed, worker.error);

@@ -15,12 +15,13 @@ protected:
         put_devices(6);
         put_device(3, MAC, "DOWN", "5");
     }
-    // Once, before the next writing group begins.
-    void before_next_write(std::function<void()> other_process) {
-        fake::on_operation([other_process, done = std::make_shared<bool>(false)](const std::string &line) {
-            if (line == "begin writing" && !std::exchange(*done, true)) other_process();
+    // Once, before that many more writing groups have begun.
+    void before_write(int number, std::function<void()> other_process) {
+        fake::on_operation([other_process, left = std::make_shared<int>(number)](const std::string &line) {
+            if (line == "begin writing" && --*left == 0) other_process();
         });
     }
+    void before_next_write(std::function<void()> other_process) { before_write(1, std::move(other_process)); }
     static int report(const std::string &mac) {
         const signature_record record = signature_of(mac);
         return update_device_signature(&record, 0);
@@ -90,6 +91,28 @@ TEST_F(Groups, OtherWritersRefuseALostDeviceAndWriteNothing) {
     }
 }
 
+TEST_F(Groups, ANameThatIsWrittenStaysSoWhenTheDeviceGoes) {
+    start();
+    before_write(2, remove_device);
+    EXPECT_EQ(update_device_displayname(MAC, "x", 1, 0), SARN_OK);
+    EXPECT_EQ(fake::get("BRIXNotifyCDUPDATE", 0, "IndexCD"), "3");
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DisplayNameQuorvex"), "");
+}
+
+TEST_F(Groups, APauseThatCannotBeginTellsOnlyAChange) {
+    const char *mac = MAC;
+    for (const auto &[access, result] : {std::pair("allow", SARN_OK), std::pair("block", SARN_ERR_NOTHING_CHANGED)}) {
+        SetUp();
+        start();
+        fake::set("Sarnsignature", 3, "AllowOrBlock", access);
+        before_next_write([] { fake::fail_at(1, false); });
+        EXPECT_EQ(sarn_update_pause_list(&mac, 0, 1, 0), result) << access;
+        EXPECT_TRUE(fake::has_fault_fired());
+        EXPECT_EQ(fake::get("Sarnsignature", 3, "AllowOrBlock"), access);
+        TearDown();
+    }
+}
+
 TEST_F(Groups, RemovalSeesTheDeviceComeUp) {
     start();
     before_next_write(raise_device);
@@ -114,12 +137,42 @@ TEST_F(Groups, OneProcessAloneRemovesDuplicates) {
     EXPECT_EQ(sarn_init(), SARN_OK);
     EXPECT_EQ(mac_in(3), MAC) << "the other process removes it";
     EXPECT_EQ(fake::get("sarngeneral", 0, "MappingComplete"), "going");
+
+    (void)sarn_uninit();
+    fake::set("sarngeneral", 0, "MappingComplete", "init");
+    fake::set("general", 0, "SARNSyncTimestamp", "1");
+    put_device(3, MAC, "UP", "5");
+    EXPECT_EQ(sarn_init(), SARN_OK);
+    EXPECT_EQ(mac_in(3), NO_DEVICE);
+    EXPECT_EQ(sarn::mapping_table[3].index, 0) << "until a rebuild";
+    EXPECT_EQ(get_total_sarn_entries_used(), 5);
+    EXPECT_EQ(sarn::mapping_table[3].index, 3);
 }
 
 TEST_F(Groups, BuildMendsAMirrorThatDiffers) {
     fake::set("ConnectDeviceinfo", 2, "DeviceMAC", mac_of(77));
     start();
     EXPECT_EQ(mac_in(2, "ConnectDeviceinfo"), mac_of(2));
+}
+
+TEST_F(Groups, ABuildThatMissedSomethingIsNotTheLast) {
+    const struct {
+        const char *table, *field;
+    } cases[] = {{"Sarnsignature", "Devicestate"}, {"DeviceIdList", "Timestamp"}, {"ConnectDeviceinfo", "DeviceMAC"}};
+    for (const auto &[table, field] : cases) {
+        SetUp();
+        fake::set("general", 0, "SARNSyncTimestamp", "1");
+        start();
+        fake::set("ConnectDeviceinfo", 3, "DeviceMAC", mac_of(77));
+        fake::fail_field(table, 3, field);
+        EXPECT_EQ(get_total_sarn_entries_used(), 6) << field;
+        fake::fail_field(table, 3, field, false);
+        EXPECT_EQ(get_total_sarn_entries_used(), 6) << field;
+        EXPECT_EQ(sarn::offline_bitmap[0], 1U << 3) << field;
+        EXPECT_EQ(gc_epochtime_array[0].timestamp, 5) << field;
+        EXPECT_EQ(mac_in(3, "ConnectDeviceinfo"), MAC) << field;
+        TearDown();
+    }
 }
 
 TEST_F(Groups, ARowIsWrittenWhollyOrNotAtAllWhenTheGroupFails) {
