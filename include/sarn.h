@@ -11,18 +11,22 @@
  *     one process never see half a rebuild; one that meets another thread's rebuild waits for it and then answers.
  *  4. Calls block until they are done. Those marked "worker" do their work on one thread that they create and join.
  *  5. Most calls pass the entry gate first: when the store's sync timestamp says so, the library's picture of the
- *     rows is built again from the store. While the store is not open a gate does nothing.
+ *     rows is built again from the store; never while it is "-1". While the store is not open a gate does nothing.
  *  6. Records are copied before they are looked at and never kept. Texts are NUL-terminated within their width; no
  *     byte past a width is ever read. A MAC text is six two-digit hexadecimal pairs joined by colons, either case;
  *     what follows the 17th character is ignored. IP text is a dotted quad.
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
  *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
- *     keeps all of its writes to a row or none.
+ *     keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile counts
+ *     as one without a row. A detail update and a name are several such steps: the findings, the display type, the
+ *     user's name, the composed name, the notification.
  *
  * Caveats:
  *
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
  *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first.
+ *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
+ *    would wait for that group for ever.
  *  - A process that ends in the middle of a call may leave that call's row half written where the store offers no
  *    groups of operations.
  *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
@@ -68,7 +72,7 @@ enum sarn_result {
     SARN_ERR_ALREADY_INITIALISED = -1,
     SARN_ERR_UNREADABLE = -1, /* a row's MAC could not be read from the store */
     SARN_ERR_NOT_READY = -1,  /* not initialised: sarn_table_enquiry, sarn_device_state_info, sarn_update_pause_list */
-    SARN_ERR_STALE = -1,      /* inside the free-row search: the store's timestamp is older than the local copy */
+    SARN_ERR_STALE = -1,      /* inside the free-row search: the store's timestamp is "-1" or older than ours */
     SARN_ERR_NOT_FOUND = -1,  /* check_macaddress_entry: no row holds the MAC */
     SARN_ERR_NO_TEXT = -1,    /* escapeJSON: null or empty argument */
 
@@ -124,8 +128,9 @@ enum sarn_result {
 
 /*
  * Opens the store and builds the library's picture of it. The first process after the store came up also removes rows
- * that hold a MAC twice: the row with the newest "Timestamp" stays. Frees rows of offline devices when more than 179
- * rows are in use. May be called again after sarn_uninit, and then counts from 0.
+ * that hold a MAC twice: the row with the newest "Timestamp" stays; of equally old ones the higher row within the same
+ * word of the bitmap, else the lower one. Frees rows of offline devices when more than 179 rows are in use. May be
+ * called again after sarn_uninit, and then counts from 0.
  *   0                             done; so also when a row could not be read: the rows before it are known
  *   SARN_ERR_ALREADY_INITIALISED  nothing done
  *   SARN_ERR_STORE_OPEN           the store cannot be opened
@@ -155,7 +160,8 @@ SARN_API int32_t print_mapping_table(void);
  * are; the start and every rebuild clear them first.
  *   0 to 256                the count of rows in use
  *   SARN_ERR_UNREADABLE     a row could not be read (so also while the store is not open): the rows before it are known
- *   SARN_ERR_BUILD_RUNNING  another build runs in this process; answered at once, without waiting for it
+ *   SARN_ERR_BUILD_RUNNING  another build runs in this process, or ran while this call waited for its turn, or the host
+ *                           holds mappingtablestatus at 0; answered without waiting for that build
  */
 SARN_API int32_t create_mapping_table(void);
 
@@ -178,12 +184,12 @@ SARN_API int32_t get_total_sarn_entries_used(void);
 /*
  * Finds the row of a MAC, or gives it the lowest free row. Gate.
  * `mac` is a writable buffer of at least 18 bytes; the letters among its first 18 bytes become upper case in place.
- *   0 to 255                  the row
+ *   0 to 255                  the row; of a text that is no address a free one, which stays free
  *   SARN_ERR_REBUILD          the gate failed
  *   SARN_ERR_NOT_INITIALISED
  *   SARN_ERR_MAC              `mac` is null
  *   SARN_ERR_LOOKUP_ONLY      producer 30, and no row holds the MAC
- *   SARN_ERR_TABLE_FULL       no free row
+ *   SARN_ERR_TABLE_FULL       no free row; also when a store that offers groups could not keep the row
  */
 SARN_API int32_t check_update_mapping_table(char *mac, int32_t producer_id);
 
@@ -237,7 +243,7 @@ typedef struct {
  *   SARN_ERR_MAC              refused text, the all-zero address too
  *   SARN_ERR_IP               refused text
  *   SARN_ERR_UNTERMINATED     another text has no NUL within its width (of mac, 17 characters count)
- *   SARN_ERR_NO_ROW           the MAC has no row and got none
+ *   SARN_ERR_NO_ROW           the MAC has no row and got none; also when a store that offers groups could not keep it
  * When the table is crowded, rows of offline devices are freed afterwards, whether or not a row was found.
  */
 SARN_API int32_t update_device_signature(const signature_record *record, int32_t producer_id);
@@ -265,9 +271,10 @@ typedef struct {
 
 /*
  * Stores a report for a device that has a row. Gate; worker. `producer_id` as in update_device_signature.
+ * When the table is crowded, rows of offline devices are freed afterwards.
  *   0
  *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER,
- *   SARN_ERR_UNTERMINATED     as there
+ *   SARN_ERR_MAC, SARN_ERR_UNTERMINATED  as there
  *   SARN_ERR_NO_ROW           the MAC has no row
  */
 SARN_API int32_t update_connected_device_info(const connected_device_record *record, int32_t producer_id);
@@ -379,7 +386,7 @@ typedef struct {
  */
 SARN_API int32_t update_device_detail(const device_detail_record *record, int32_t producer_id);
 
-/* Writes the new-device notification of a row: feature 1, the row, process 4. Needs sarn_init; else does nothing. */
+/* Logs and writes the new-device notification of a row: feature 1, the row, process 4. Needs sarn_init to write. */
 SARN_API void notifyBrixForNdn(uint32_t index);
 
 /*
@@ -401,7 +408,7 @@ typedef struct {
  * The user's name, type, model or brand for a device. Gate; worker. `length` is the caller's count of the text and is
  * only held against the limit: 64 for a name, 32 for the others; a longer text is cut to the limit. An empty text
  * clears the field. At most 18 bytes of `mac` are looked at. A change is announced, but for producer 10 and negative
- * ids.
+ * ids, and for a type that the table of types knows.
  *   0
  *   SARN_ERR_REBUILD, SARN_ERR_THREAD
  *   SARN_ERR_TEXT             text or mac null, or length negative or over the limit
@@ -410,7 +417,9 @@ typedef struct {
  *   SARN_ERR_NO_MEMORY        type alone
  *
  * Once update_device_detail has run in a process, FingPostProcessorName stays set there: a name call then recomposes
- * the composed name alone, and a model or brand call writes the empty text. Make a user's calls from another process.
+ * the composed name alone, and a model or brand call writes the empty text. While FingPostProcessorType is set, a type
+ * is taken as a recogniser's: one that the table knows is stored as the recognised type and clears it, any other only
+ * gives a row without one the default. Make a user's calls from another process.
  */
 SARN_API int32_t update_device_displayname(const char *mac, const char *name, int32_t length, int32_t producer_id);
 SARN_API int32_t update_device_displaytype(const char *mac, const char *type, int32_t length, int32_t producer_id);
@@ -575,7 +584,8 @@ enum sarn_state_selector { SARN_ROWS_IN_USE = 0, SARN_ROWS_UP = 1, SARN_ROWS_DOW
  * The rows that a selector picks, by exactly "UP" and "DOWN". Gate. `words` is written only on success.
  *   0 to 256                  the number of rows
  *   SARN_ERR_SELECTOR         `words` null, `word_count` not SARN_BITMAP_WORDS, or `selector` above 3
- *   SARN_ERR_NOT_READY, SARN_ERR_REBUILD, SARN_ERR_UNREADABLE
+ *   SARN_ERR_NOT_READY, SARN_ERR_REBUILD
+ *   SARN_ERR_UNREADABLE       not looked for where the store tells that no MAC changed since all of them were read
  */
 SARN_API int32_t sarn_device_state_info(uint32_t *words, int32_t word_count, uint32_t selector);
 
@@ -609,8 +619,9 @@ SARN_API int32_t IsJsonEncodeNeeded(const char *text, uint32_t length);
 SARN_API int32_t escapeJSON(const char *text, char *out, uint32_t length);
 
 /*
- * Undoes two-byte escapes; of an unknown one the second byte stays. Writes at most `length` bytes and no NUL: clear
- * `out` before. Returns `out`, or null when `text` is null or the length 0, and then nothing is written.
+ * Undoes two-byte escapes; of an unknown one the second byte stays, and a backslash at the end is dropped. Writes at
+ * most `length` bytes and no NUL: clear `out` before. Returns `out`, or null when `text` is null or the length 0, and
+ * then nothing is written.
  */
 SARN_API char *unescapeJSON(const char *text, char *out, uint32_t length);
 
@@ -643,7 +654,11 @@ extern SARN_API pthread_mutex_t mutex1; /* fill, dump and build of the mapping t
 extern SARN_API pthread_mutex_t mutex2; /* the row write of a creation */
 extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
 
-/* Rows that are offline, for the clean-up; a slot with row -1 is empty. All zero until sarn_init. */
+/*
+ * Rows that were found or reported offline, for the clean-up; each row once, with its last time; a slot with row -1 is
+ * empty. A row keeps its slot until the next rebuild: one that came back meanwhile is spared where the store offers
+ * groups. All zero until sarn_init.
+ */
 typedef struct {
     int32_t timestamp; /* seconds since the epoch */
     int32_t row;
