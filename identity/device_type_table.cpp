@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "core/group.h"
 #include "core/store.h"
 
 // Each display type once: its text, and the id that goes with it.
@@ -131,6 +132,10 @@ const char *get_quorvex_device_type(int32_t id) {
 }
 
 void check_and_set_default_devicetype(int32_t row) {
-    const sarn::Exclusive hold(sarn::state_lock);
-    sarn::set_default_device_type(row);
+    using namespace sarn;
+    const Exclusive hold(state_lock);
+    (void)write_group([&]() SARN_REQUIRES(state_lock) {
+        set_default_device_type(row);
+        return true;
+    });
 }

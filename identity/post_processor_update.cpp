@@ -1,7 +1,10 @@
 // The recogniser's second stage: the display type, then the display name. Each is the whole public call with a worker
 // of its own, so nothing may be locked here.
 #include "core/log.h"
+#include "identity/post_processor.h"
 #include "include/sarn.h"
+
+namespace sarn {
 
 namespace {
 
@@ -10,8 +13,8 @@ constexpr int32_t ANY_LENGTH = 8;
 
 }  // namespace
 
-int32_t post_processor_update(const char *mac, const char *type, const char *name, int32_t producer_id) {
-    const int32_t typed = update_device_displaytype(mac, type, ANY_LENGTH, producer_id);
+int32_t post_process(TypeUpdate update_type, const char *mac, const char *type, const char *name, int32_t producer_id) {
+    const int32_t typed = update_type(mac, type, ANY_LENGTH, producer_id);
     if (typed != SARN_OK) {
         SARN_LOG(DisplayTypeFailed, typed);
         return SARN_ERR_POST_PROCESSING;
@@ -25,4 +28,10 @@ int32_t post_processor_update(const char *mac, const char *type, const char *nam
     }
     SARN_LOG(DisplayNameUpdated);
     return SARN_OK;
+}
+
+}  // namespace sarn
+
+int32_t post_processor_update(const char *mac, const char *type, const char *name, int32_t producer_id) {
+    return sarn::post_process(update_device_displaytype, mac, type, name, producer_id);
 }

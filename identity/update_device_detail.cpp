@@ -12,6 +12,7 @@
 #include "core/time_text.h"
 #include "identity/caller_check.h"
 #include "identity/new_device_notice.h"
+#include "identity/post_processor.h"
 #include "identity/post_processor_flags.h"
 #include "include/sarn.h"
 
@@ -28,6 +29,7 @@ int32_t store_detail(const device_detail_request &request);
 int32_t write_row_of(const device_detail_request &request) SARN_REQUIRES(state_lock);
 bool is_post_processed(const device_detail_request &request);
 void notify_once(int32_t row) SARN_REQUIRES(state_lock);
+bool is_notified_meanwhile(int32_t row) SARN_REQUIRES(state_lock);
 void read_flag(Field field, int32_t row, uint8_t &flag) SARN_REQUIRES(state_lock);
 
 int32_t accept_detail(device_detail_request &request) {
@@ -66,7 +68,10 @@ int32_t store_detail(const device_detail_request &request) {
     const Exclusive hold(state_lock);
     if (is_derived) {
         SARN_LOG(PostProcessorDone, row);
-        notify_once(row);
+        // Between the steps the row may have been freed, or become another device's.
+        MacText mac(request.record.mac);
+        upper_case(mac.text, sizeof request.record.mac);
+        if (is_same_mac(mapping_table[row].MACData, mac.text)) notify_once(row);
     }
     clean_up_after_detail();
     return SARN_OK;
@@ -95,8 +100,8 @@ int32_t write_row_of(const device_detail_request &request) {
 bool is_post_processed(const device_detail_request &request) {
     set_flag(FingPostProcessorName, 1);
     set_flag(FingPostProcessorType, 1);
-    return post_processor_update(MacText(request.record.mac).text, request.record.type, "", request.producer_id) ==
-           SARN_OK;
+    return post_process(update_recognised_type, MacText(request.record.mac).text, request.record.type, "",
+                        request.producer_id) == SARN_OK;
 }
 
 void notify_once(int32_t row) {
@@ -109,13 +114,19 @@ void notify_once(int32_t row) {
     }
     SARN_LOG(NdnNotifies);
     log_brix_notice();
-    (void)write_group([&]() SARN_REQUIRES(state_lock) {
-        if (!holds_known_device(row)) return false;
+    const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
+        if (!holds_known_device(row) || is_notified_meanwhile(row)) return false;
         write_brix_notice(static_cast<uint32_t>(row));
         (void)write_number(Field::Sarnsignature_NDNEventStatus, row, 1);
         return true;
     });
-    SARN_LOG(NdnNotified, row);
+    if (end != GroupEnd::Dropped) SARN_LOG(NdnNotified, row);
+}
+
+// By another process, since the flag was read.
+bool is_notified_meanwhile(int32_t row) {
+    uint8_t is_notified = 0;
+    return has_groups() && read_bool(Field::Sarnsignature_NDNEventStatus, row, &is_notified) && is_notified != 0;
 }
 
 // A flag that cannot be read keeps its last value.

@@ -27,7 +27,7 @@ int32_t store_name(display_request &request);
 int32_t refuse();
 ComposedName compose_name(int32_t row, const char *mac) SARN_REQUIRES(state_lock);
 bool is_custom_name_written(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
-bool is_composed_name_written(int32_t row, const ComposedName &composed) SARN_REQUIRES(state_lock);
+bool is_composed_name_written(int32_t row, const char *mac, ComposedName &composed) SARN_REQUIRES(state_lock);
 
 int32_t store_name(display_request &request) {
     const int32_t checked = check_identity_caller(request.producer_id);
@@ -37,11 +37,13 @@ int32_t store_name(display_request &request) {
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (row < 0) return refuse();
     SARN_LOG(NameRow, row);
-    const ComposedName composed = compose_name(row, BoundedText<MAC_TEXT_LENGTH>(request.mac).text);
-    if (is_set(FingPostProcessorName)) return is_composed_name_written(row, composed) ? SARN_OK : refuse();
+    ComposedName composed = {};
+    const BoundedText<MAC_TEXT_LENGTH> mac(request.mac);
+    if (!has_groups()) composed = compose_name(row, mac.text);
+    if (is_set(FingPostProcessorName)) return is_composed_name_written(row, mac.text, composed) ? SARN_OK : refuse();
     if (!is_custom_name_written(row, request)) return refuse();
     // The custom name is written and announced: a device that is removed just now does not take that back.
-    (void)is_composed_name_written(row, composed);
+    (void)is_composed_name_written(row, mac.text, composed);
     return SARN_OK;
 }
 
@@ -86,10 +88,12 @@ bool is_custom_name_written(int32_t row, const display_request &request) {
     return true;
 }
 
-// A group of its own: the notice of the custom name is logged between the two.
-bool is_composed_name_written(int32_t row, const ComposedName &composed) {
+// A group of its own: the notice of the custom name is logged between the two. In a group the name is composed of what
+// nobody changes meanwhile.
+bool is_composed_name_written(int32_t row, const char *mac, ComposedName &composed) {
     return write_group([&]() SARN_REQUIRES(state_lock) {
                if (!holds_known_device(row)) return false;
+               if (has_groups()) composed = compose_name(row, mac);
                (void)write_text(Field::DeviceIdList_DisplayNameQuorvex, row, composed.text);
                return true;
            }) != GroupEnd::Dropped;

@@ -13,6 +13,7 @@
 #include "core/store.h"
 #include "identity/device_type_table.h"
 #include "identity/display_request.h"
+#include "identity/post_processor.h"
 #include "identity/post_processor_flags.h"
 
 uint8_t FingPostProcessorType = 0;
@@ -32,12 +33,20 @@ struct TypeChange {
     bool is_announced;
 };
 
-int32_t store_type(display_request &request);
-int32_t write_type(int32_t row, const display_request &request, const char *callers_text) SARN_REQUIRES(state_lock);
+int32_t store_any_type(display_request &request);
+int32_t store_recognised_type(display_request &request);
+int32_t store_type(display_request &request, bool is_recognisers);
+int32_t write_type(int32_t row, const display_request &request, const char *callers_text, bool is_recognisers)
+    SARN_REQUIRES(state_lock);
 void write_fields(const TypeChange &change) SARN_REQUIRES(state_lock);
 bool is_notice_due(const TypeChange &change);
 
-int32_t store_type(display_request &request) {
+int32_t store_any_type(display_request &request) { return store_type(request, is_set(FingPostProcessorType)); }
+
+// Another detail update may have cleared the flag by now.
+int32_t store_recognised_type(display_request &request) { return store_type(request, true); }
+
+int32_t store_type(display_request &request, bool is_recognisers) {
     const int32_t checked = check_identity_caller(request.producer_id);
     if (checked != SARN_OK) return checked;
 
@@ -53,13 +62,13 @@ int32_t store_type(display_request &request) {
     }
     const BoundedText<TYPE_WIDTH> asked(request.type);
     memcpy(callers_text, asked.text, sizeof asked.text);
-    const int32_t written = write_type(row, request, callers_text);
+    const int32_t written = write_type(row, request, callers_text, is_recognisers);
     free(callers_text);
     return written;
 }
 
-int32_t write_type(int32_t row, const display_request &request, const char *callers_text) {
-    const TypeChange change = {row, callers_text, fold_device_type(callers_text), is_set(FingPostProcessorType),
+int32_t write_type(int32_t row, const display_request &request, const char *callers_text, bool is_recognisers) {
+    const TypeChange change = {row, callers_text, fold_device_type(callers_text), is_recognisers,
                                is_change_announced(request.producer_id)};
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
         if (!holds_known_device(row)) return false;
@@ -89,21 +98,32 @@ bool is_notice_due(const TypeChange &change) {
     return !change.is_recognisers && !change.type.is_known && change.is_announced;
 }
 
-}  // namespace
-
-}  // namespace sarn
-
-int32_t update_device_displaytype(const char *mac, const char *type, int32_t length, int32_t producer_id) {
-    using namespace sarn;
-    if (!is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+int32_t change_type(void *(*handler)(void *), const char *mac, const char *type, int32_t length, int32_t producer_id) {
+    if (!is_entry_gate_passed("update_device_displaytype")) return SARN_ERR_REBUILD;
     display_request request = {};
     const int32_t filled = fill_display_request(request, &display_request::type, mac, type, length, producer_id);
     if (filled != SARN_OK) return filled;
-    const WorkerResult worker = run_worker(update_devicedisplaytype_handler, &request);
+    const WorkerResult worker = run_worker(handler, &request);
     if (worker.error != 0) SARN_LOG(TypeThreadFailed, worker.error);
     return worker.status;
 }
 
+void *recognised_type_handler(void *request) {
+    return finish_worker(request, dd_thread_exit_status, store_recognised_type);
+}
+
+}  // namespace
+
+int32_t update_recognised_type(const char *mac, const char *type, int32_t length, int32_t producer_id) {
+    return change_type(recognised_type_handler, mac, type, length, producer_id);
+}
+
+}  // namespace sarn
+
+int32_t update_device_displaytype(const char *mac, const char *type, int32_t length, int32_t producer_id) {
+    return sarn::change_type(update_devicedisplaytype_handler, mac, type, length, producer_id);
+}
+
 void *update_devicedisplaytype_handler(void *request) {
-    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_type);
+    return sarn::finish_worker(request, dd_thread_exit_status, sarn::store_any_type);
 }

@@ -68,11 +68,16 @@ void copy_mac_text(char (&member)[18], const MacBytesText &mac) { memcpy(member,
 
 enum class RowRead : uint8_t { Whole, NoMac, Unused, NoApMac };
 
-RowRead read_row(device_info &record, int32_t row) SARN_REQUIRES_SHARED(state_lock) {
+// Another process may have given the row to another device.
+bool is_asked_for(const MacBytesText &mac, int32_t row, Asked asked) SARN_REQUIRES_SHARED(state_lock) {
+    return asked == Asked::ForRow || !has_groups() || is_same_mac(mac.text, mapping_table[row].MACData);
+}
+
+RowRead read_row(device_info &record, int32_t row, Asked asked) SARN_REQUIRES_SHARED(state_lock) {
     uint8_t bytes[6] = {};
     if (!read_mac(Field::Sarnsignature_DeviceMAC, row, bytes)) return RowRead::NoMac;
     const MacBytesText mac = mac_bytes_to_text(bytes);
-    if (is_same_mac(mac.text, NO_DEVICE_MAC)) return RowRead::Unused;
+    if (is_same_mac(mac.text, NO_DEVICE_MAC) || !is_asked_for(mac, row, asked)) return RowRead::Unused;
     copy_mac_text(record.DeviceMAC, mac);
     for (const RecordMember &member : RECORD_MEMBERS) read_member(member, row, record);
     if (!read_mac(Field::ConnectDeviceinfo_ConnAPMac, row, bytes)) return RowRead::NoApMac;
@@ -82,10 +87,12 @@ RowRead read_row(device_info &record, int32_t row) SARN_REQUIRES_SHARED(state_lo
 
 }  // namespace
 
-int32_t read_device_info(device_info &record, int32_t row, int32_t unused_row) {
-    switch (read_group([&]() SARN_REQUIRES_SHARED(state_lock) { return read_row(record, row); })) {
+int32_t read_device_info(device_info &record, int32_t row, Asked asked) {
+    switch (read_group([&]() SARN_REQUIRES_SHARED(state_lock) { return read_row(record, row, asked); })) {
         case RowRead::NoMac: SARN_LOG(MacUnreadable); return SARN_ERR_NOT_READABLE;
-        case RowRead::Unused: SARN_LOG(RowUnused); return unused_row;
+        case RowRead::Unused:
+            SARN_LOG(RowUnused);
+            return asked == Asked::ForRow ? SARN_ERR_UNUSED_ROW : SARN_ERR_ROW_LOST_DEVICE;
         case RowRead::NoApMac: SARN_LOG(ApMacUnreadable); return SARN_ERR_NOT_READABLE;
         case RowRead::Whole: break;
     }

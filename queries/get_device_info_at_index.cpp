@@ -21,7 +21,7 @@ int32_t fill_record(device_info_request &request) {
         SARN_LOG(UnauthorizedAccess);
         return SARN_ERR_NOT_INITIALISED;
     }
-    return read_device_info(*request.record, row, SARN_ERR_UNUSED_ROW);
+    return read_device_info(*request.record, row, Asked::ForRow);
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ int32_t fill_record(device_info_mac_request &request) {
         const int32_t row = find_known_row(request.mac);
         if (is_row(row)) {
             tell_known_row(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
-            return read_device_info(*request.record, row, SARN_ERR_ROW_LOST_DEVICE);
+            return read_device_info(*request.record, row, Asked::ForDevice);
         }
     }
     const Exclusive hold(state_lock);
@@ -30,7 +30,7 @@ int32_t fill_record(device_info_mac_request &request) {
     }
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (!is_row(row)) return SARN_ERR_UNKNOWN_DEVICE;
-    return read_device_info(*request.record, row, SARN_ERR_ROW_LOST_DEVICE);
+    return read_device_info(*request.record, row, Asked::ForDevice);
 }
 
 }  // namespace

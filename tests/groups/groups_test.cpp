@@ -99,6 +99,25 @@ TEST_F(Groups, ANameThatIsWrittenStaysSoWhenTheDeviceGoes) {
     EXPECT_EQ(fake::get("DeviceIdList", 3, "DisplayNameQuorvex"), "");
 }
 
+TEST_F(Groups, WhatAnotherProcessWroteBeforeTheLastStepCounts) {
+    start();
+    before_write(2, [] { fake::set("DeviceIdList", 3, "DeviceBrand", "Acme"); });
+    EXPECT_EQ(update_device_displayname(MAC, "x", 1, 0), SARN_OK);
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DisplayNameQuorvex"), "Acme");
+
+    fake::set("FeatureCfg", 0, "NDNEnable", "1");
+    device_detail_record detail = {};
+    set_text(detail.mac, MAC);
+    before_write(4, [] { fake::set("Sarnsignature", 3, "NDNEventStatus", "1"); });
+    EXPECT_EQ(update_device_detail(&detail, 0), SARN_OK);
+    EXPECT_EQ(fake::get("BRIXConfig", 0, "NewDeviceIndex"), "0") << "the other one told BRIX";
+
+    stop_rebuilds();
+    replace_device();
+    device_info record;
+    EXPECT_EQ(get_device_info_by_mac(&record, MAC), SARN_ERR_ROW_LOST_DEVICE);
+}
+
 TEST_F(Groups, APauseThatCannotBeginTellsOnlyAChange) {
     const char *mac = MAC;
     for (const auto &[access, result] : {std::pair("allow", SARN_OK), std::pair("block", SARN_ERR_NOTHING_CHANGED)}) {

@@ -33,6 +33,17 @@ TEST_F(UpdateDeviceDetail, StoresDerivesAndNotifiesOnce) {
     EXPECT_EQ(dd_thread_exit_status, SARN_OK);
 }
 
+TEST_F(UpdateDeviceDetail, AnotherOneThatClearsTheFlagDoesNotMakeTheTypeAUsers) {
+    fake::set("DeviceIdList", 3, "DeviceTypeCustom", "mine");
+    fake::on_operation([](const std::string &line) {
+        if (line == "get_ascii general 0 SARNSyncTimestamp") FingPostProcessorType = 0;
+    });
+    ASSERT_EQ(update_device_detail(&record, 0), SARN_OK);
+    fake::on_operation(nullptr);
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceTypeCustom"), "mine");
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceTypeQuorvex"), "Smart Plug");
+}
+
 TEST_F(UpdateDeviceDetail, NobodyIsNotifiedWithoutTheFeatureOrADerivation) {
     ASSERT_EQ(update_device_detail(&record, 0), SARN_OK);
     EXPECT_EQ(fake::get("Sarnsignature", 3, "NDNEventStatus"), "0");
