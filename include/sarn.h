@@ -25,6 +25,7 @@
  *
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
  *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first.
+ *  - No thread may be cancelled (pthread_cancel) in a call or in a worker body: what it holds would be held for ever.
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
  *  - A process that ends in the middle of a call may leave that call's row half written where the store offers no
@@ -160,8 +161,8 @@ SARN_API int32_t print_mapping_table(void);
  * are; the start and every rebuild clear them first.
  *   0 to 256                the count of rows in use
  *   SARN_ERR_UNREADABLE     a row could not be read (so also while the store is not open): the rows before it are known
- *   SARN_ERR_BUILD_RUNNING  another build runs in this process, or ran while this call waited for its turn, or the host
- *                           holds mappingtablestatus at 0; answered without waiting for that build
+ *   SARN_ERR_BUILD_RUNNING  another build runs in this process: answered at once, as while the host holds
+ *                           mappingtablestatus at 0; or one ran while this call waited for its turn
  */
 SARN_API int32_t create_mapping_table(void);
 
@@ -627,7 +628,8 @@ SARN_API char *unescapeJSON(const char *text, char *out, uint32_t length);
 
 /*
  * Worker bodies. A host may start one as a thread of its own on a request that stays valid until the thread ends: it
- * writes its result to the family's cell and exits with the cell's address. Each ends its thread and never returns.
+ * writes its result to the family's cell and exits with the cell's address. Each ends its thread and never returns. The
+ * gate and the checks that a public call makes of its arguments before the worker starts are not theirs.
  */
 SARN_API void *update_device_signature_handler(void *request);
 SARN_API void *update_connected_device_info_handler(void *request);
@@ -650,6 +652,7 @@ extern SARN_API uint8_t mappingtablestatus;     /* 0 while a build runs in this 
 extern SARN_API int32_t sig_thread_exit_status; /* result cell: signature, connection, field, removal, queries */
 extern SARN_API int32_t dd_thread_exit_status;  /* result cell: detail and display operations */
 
+/* Who holds one of these must neither call the library nor fork. */
 extern SARN_API pthread_mutex_t mutex1; /* fill, dump and build of the mapping table */
 extern SARN_API pthread_mutex_t mutex2; /* the row write of a creation */
 extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
