@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "include/sarn.h"
+#include "tests/support/store_folder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
@@ -68,15 +69,12 @@ inline signature_record signature_of(const std::string &mac) {
 // In memory, for this process alone; gone when it ends. Says nothing on the console.
 struct OwnStore {
     OwnStore() {
-        const char *parent = std::getenv("SARN_FUZZ_FOLDER");
-        folder = std::string(parent != nullptr ? parent : "/dev/shm") + "/sarn-fuzz-XXXXXX";
-        require(mkdtemp(folder.data()) != nullptr, "no folder for the store");
         setenv("KORA_STORE", (folder + "/store.mdb").c_str(), 1);
         setenv("KORA_SAVE", (folder + "/saved").c_str(), 1);
         __log_to_console = 0;
     }
     ~OwnStore() { std::filesystem::remove_all(folder); }
-    std::string folder;
+    std::string folder = make_store_folder();
 };
 
 #endif

@@ -35,7 +35,7 @@ protected:
         __log_file_name = file.c_str();
     }
     void TearDown() override { std::filesystem::remove_all(folder); }
-    std::string folder = "/tmp/kora-log-XXXXXX", file;
+    std::string folder = testing::TempDir() + "kora-log-XXXXXX", file;
 };
 
 TEST_F(Log, ShowsWhatATerminalMayGet) {

@@ -22,6 +22,7 @@
 #include "platform/kora.h"
 #include "platform/kora_checksum.h"
 #include "tests/support/process.h"
+#include "tests/support/store_folder.h"
 
 inline constexpr off_t STORE_SIZE = 8 << 20;
 
@@ -52,9 +53,7 @@ inline void write_file(const std::string &name, const std::string &content) { st
 class StoreTest : public testing::Test {
 protected:
     void SetUp() override {
-        char name[] = "/dev/shm/kora-test-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder = name;
+        folder = make_store_folder();
         use(folder + "/store.mdb");
     }
     void TearDown() override {

@@ -1,9 +1,9 @@
 // Processes that fork, a clock that is wrong, and two copies of the library.
 #include <dlfcn.h>
 
-#include <filesystem>
 #include <thread>
 
+#include "tests/support/library_copy.h"
 #include "tests/trials/trial.h"
 
 using namespace trial;
@@ -82,10 +82,9 @@ TEST_F(Apart, AWrongClockRemovesNoLiveDevice) {
 }
 
 TEST_F(Apart, TwoCopiesOfTheLibraryInOneProcess) {
-    const std::string copy = folder + "/copy.so";
-    std::filesystem::copy_file(SARN_LIBRARY, copy);
+    const LibraryCopy copy(SARN_LIBRARY);
     EXPECT_EQ(run_process([&] {
-                  void *other = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+                  void *other = dlopen(copy.name.c_str(), RTLD_NOW | RTLD_LOCAL);
                   if (other == nullptr || sarn_init() != SARN_OK) return 1;
                   const auto start = reinterpret_cast<decltype(&sarn_init)>(dlsym(other, "sarn_init"));
                   const auto report =

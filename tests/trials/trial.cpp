@@ -13,6 +13,7 @@
 
 #include "core/schema.h"
 #include "platform/kora.h"
+#include "tests/support/store_folder.h"
 
 namespace trial {
 
@@ -291,9 +292,7 @@ std::string fault_of_rows(int *devices) {
 }
 
 void TrialTest::SetUp() {
-    char name[] = "/dev/shm/sarn-trial-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    folder = name;
+    folder = make_store_folder();
     path = folder + "/store.mdb";
     setenv("KORA_STORE", path.c_str(), 1);
     setenv("KORA_SAVE", "", 1);
