@@ -39,7 +39,8 @@ constexpr int FILL_LIMIT = 100'000;
 TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
     constexpr int PROCESSES = 8;
     for (int round = 0; round < 10; ++round) {
-        use(folder + "/" + std::to_string(round) + "/store.mdb");
+        const std::string own_folder = folder + "/" + std::to_string(round);
+        use(own_folder + "/store.mdb");
         Gate start;
         std::vector<pid_t> children;
         for (int i = 0; i < PROCESSES; ++i) {
@@ -60,6 +61,7 @@ TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
         open();
         for (int i = 0; i < 2 * PROCESSES; ++i) EXPECT_EQ(text("DeviceOS", i), std::to_string(i));
         kora_destroy(handle);
+        std::filesystem::remove_all(own_folder);
     }
 }
 
