@@ -20,15 +20,15 @@ Function *next(const char *name) {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-void end_or_stop(Fault wanted) {
-    if (control->fault != wanted || control->position != control->armed_at) return;
+void end_or_stop(Fault wanted, int position) {
+    if (control->fault != wanted || control->armed_at != position) return;
     control->has_fired = true;
     raise(wanted == Fault::StopBefore ? SIGSTOP : SIGKILL);
 }
 
-bool is_to_fail() {
-    const bool is_hit = (control->fault == Fault::FailOnce && control->position == control->armed_at) ||
-                        (control->fault == Fault::FailEver && control->position >= control->armed_at);
+bool is_to_fail(int position) {
+    const bool is_hit = (control->fault == Fault::FailOnce && position == control->armed_at) ||
+                        (control->fault == Fault::FailEver && position >= control->armed_at);
     if (is_hit) control->has_fired = true;
     return is_hit;
 }
@@ -36,12 +36,12 @@ bool is_to_fail() {
 template <class Operation>
 int32_t pass(Operation operation) {
     if (!is_armed) return operation();
-    ++control->position;
-    end_or_stop(Fault::KillBefore);
-    end_or_stop(Fault::StopBefore);
-    if (is_to_fail()) return -1;
+    const int position = ++control->position;  // another thread may go on counting
+    end_or_stop(Fault::KillBefore, position);
+    end_or_stop(Fault::StopBefore, position);
+    if (is_to_fail(position)) return -1;
     const int32_t result = operation();
-    end_or_stop(Fault::KillAfter);
+    end_or_stop(Fault::KillAfter, position);
     return result;
 }
 
