@@ -1,11 +1,12 @@
 #include <pthread.h>
+#include <stdint.h>
 
 #include "support/fake_store.h"
 
 namespace fake {
 
 void fail_threads(bool fail) {
-    // A stack that no machine has: pthread_create answers with an error.
+    // A stack for which no machine has addresses: pthread_create answers with an error.
     static const size_t usual = [] {
         pthread_attr_t attributes;
         size_t size = 0;
@@ -15,7 +16,7 @@ void fail_threads(bool fail) {
     }();
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, fail ? size_t{1} << 46 : usual);
+    pthread_attr_setstacksize(&attributes, fail ? SIZE_MAX / 4 : usual);
     pthread_setattr_default_np(&attributes);
 }
 
