@@ -1,4 +1,4 @@
-// The n-th store operation, allocation or thread creation fails, for every n and every call, on the real store.
+// The n-th store operation or allocation fails, for every n and every call, on the real store.
 #include <functional>
 
 #include "tests/trials/trial.h"
@@ -75,34 +75,6 @@ TEST_F(FaultOnStore, ACreationThatCannotReadGivesNoSecondRow) {
             << position;
         EXPECT_EQ(check("creation failing at " + std::to_string(position)), 4);
         if (!control->has_fired) break;
-    }
-}
-
-TEST_F(FaultOnStore, EachThreadCreationFails) {
-    for (const Call call :
-         {Call::Signature, Call::Connection, Call::Detail, Call::Field, Call::Name, Call::Remove, Call::Read}) {
-        int thread = 1;
-        for (;; ++thread) {
-            empty_store();
-            fill(3, call == Call::Remove ? "DOWN" : "UP");
-            control->has_fired = false;
-            EXPECT_EQ(run_process([&] {
-                          if (!is_started()) return 10;
-                          arm(Fault::None, 0);
-                          control->thread_to_fail = thread;
-                          const int result = make(call, 1);
-                          control->thread_to_fail = 0;
-                          // A detail update goes on without its later threads.
-                          const bool is_told = thread > 1 || result == (control->has_fired ? SARN_ERR_THREAD : SARN_OK);
-                          return is_told ? retry(call, 1) : 11;
-                      }),
-                      0)
-                << name_of(call) << ", thread " << thread;
-            check(name_of(call));
-            if (!control->has_fired) break;
-        }
-        printf("%s: %d threads\n", name_of(call), thread - 1);
-        EXPECT_GT(thread, 1) << name_of(call);
     }
 }
 

@@ -1,7 +1,6 @@
 // The store functions of this program: each counts, meets the armed fault, and forwards to the platform's.
 #include <dlfcn.h>
 #include <errno.h>
-#include <pthread.h>
 #include <signal.h>
 #include <stdlib.h>
 
@@ -138,14 +137,5 @@ int32_t kora_end(void *handle, int32_t keep) {
     if (!is_forwarded) (void)real(handle, 0);  // a group that cannot be kept is over all the same
     if (is_armed) control->is_writing_group = false;
     return result;
-}
-
-int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*body)(void *), void *argument) {
-    static auto *const real = next<decltype(pthread_create)>("pthread_create");
-    if (is_armed && control->thread_to_fail > 0 && --control->thread_to_fail == 0) {
-        control->has_fired = true;
-        return EAGAIN;
-    }
-    return real(thread, attributes, body, argument);
 }
 }

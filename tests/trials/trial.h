@@ -26,7 +26,6 @@ struct Control {
     std::atomic<Fault> fault{Fault::None};
     std::atomic<bool> has_fired{false};
     std::atomic<bool> is_writing_group{false};  // of the process with the armed fault
-    std::atomic<int> thread_to_fail{0};         // the k-th thread creation fails
     std::atomic<int> allocation_to_fail{0};     // the n-th allocation fails, or each from there on
     std::atomic<bool> fail_later_allocations{false};
     std::atomic<long> calls{0};
