@@ -32,7 +32,7 @@ protected:
 
     // The exit status; `out` is what the hook wrote.
     int run(const std::string &environment, const std::string &arguments, const char *hook = SARN_DHCP) {
-        FILE *pipe = popen((environment + " " + hook + " " + arguments + " 2>&1").c_str(), "r");
+        FILE *pipe = popen((environment + " '" + hook + "' " + arguments + " 2>&1").c_str(), "r");
         char buffer[4096];
         out.assign(buffer, fread(buffer, 1, sizeof buffer, pipe));
         const int status = pclose(pipe);

@@ -27,10 +27,10 @@ inline Result run(const std::string &command) {
 }
 
 inline Result run_on_fake(const std::string &script, const std::string &arguments) {
-    return run("SARN_FAKE='" + script + "' " SARN_TOOL_ON_FAKE " " + arguments);
+    return run("SARN_FAKE='" + script + "' '" SARN_TOOL_ON_FAKE "' " + arguments);
 }
 
-inline Result run_tool(const std::string &arguments) { return run(SARN_TOOL " " + arguments); }
+inline Result run_tool(const std::string &arguments) { return run("'" SARN_TOOL "' " + arguments); }
 
 inline bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 

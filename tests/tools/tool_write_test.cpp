@@ -90,8 +90,8 @@ TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
         std::string arguments = row.arguments;
         if (const size_t at = arguments.find("MAC"); at != std::string::npos) arguments.replace(at, 3, MAC);
         // The library would answer that the store is gone.
-        const Result result =
-            run("bash -c \"$(cat <<'END'\nSARN_FAKE=start=-24 " SARN_TOOL_ON_FAKE " " + arguments + " 2>&1\nEND\n)\"");
+        const Result result = run("bash -c \"$(cat <<'END'\nSARN_FAKE=start=-24 '" SARN_TOOL_ON_FAKE "' " + arguments +
+                                  " 2>&1\nEND\n)\"");
         EXPECT_EQ(result.exit_code, 2);
         EXPECT_TRUE(has(result.out, row.words)) << result.out;
     }
@@ -211,7 +211,7 @@ TEST_F(ToolOnStore, ForgetsBlocksAndCounts) {
     EXPECT_FALSE(has(run_tool("list").out, "block")) << "one is unknown, so none is changed";
     EXPECT_EQ(run_tool("block 2:0:0:0:0:a 2:0:0:0:0:b").exit_code, 0);
     EXPECT_EQ(run_tool("block 2:0:0:0:0:a 2>/dev/null").exit_code, 4);
-    EXPECT_EQ(run_tool("access on; " SARN_TOOL " upgrade on").exit_code, 0);
+    EXPECT_EQ(run_tool("access on; '" SARN_TOOL "' upgrade on").exit_code, 0);
     EXPECT_EQ(run_tool("upgrade --json").out, "{\n  \"upgrade\": true\n}\n");
 
     auto status = nlohmann::json::parse(run_tool("status --json").out);
@@ -248,7 +248,7 @@ TEST_F(ToolOnStore, SavesWhereItIsTold) {
     const Result nowhere = run_tool("save 2>&1");
     EXPECT_EQ(nowhere.exit_code, 3);
     EXPECT_TRUE(has(nowhere.out, "KORA_SAVE")) << nowhere.out;
-    const std::string saving_tool = "KORA_SAVE=" + folder_ + "/saved " SARN_TOOL;
+    const std::string saving_tool = "KORA_SAVE=" + folder_ + "/saved '" SARN_TOOL "'";
     EXPECT_EQ(run(saving_tool + " save").exit_code, 0);
     for (const char *file : {"/store.mdb", "/store.mdb-lock"}) std::filesystem::remove(folder_ + file);
     EXPECT_TRUE(has(run(saving_tool + " list").out, "02:00:00:00:00:0A"));
