@@ -62,22 +62,6 @@ TEST_F(Groups, WritesAreKeptWholeOrNotAtAllHoweverTheyEnd) {
     EXPECT_EQ(last_transaction(path), before) << "nothing changed";
 }
 
-TEST_F(Groups, AKillAtEachStepLeavesAllOrNothing) {
-    for (int at = 0; at <= STEPS + 1; ++at) {
-        const std::string value(1, static_cast<char>('a' + at));
-        EXPECT_EQ(run_process([&] {
-                      if (begin(KORA_WRITING) != 0) return 1;
-                      for (int step = 0; step < std::min(at, STEPS); ++step) {
-                          if (set_step(step, value.c_str()) != 0) return 2;
-                      }
-                      return at > STEPS && end(1) != 0 ? 3 : raise(SIGKILL);
-                  }),
-                  KILLED);
-        EXPECT_EQ(steps(), at <= STEPS ? "" : std::string(STEPS, value[0])) << at;
-        EXPECT_EQ(set(std::to_string(at), "DeviceOS"), 0) << at;
-    }
-}
-
 TEST_F(Groups, WritersOfAllProcessesExcludeEachOther) {
     constexpr int ROUNDS = 300;
     const auto count = [&](int *failures) {
