@@ -1,7 +1,6 @@
 #include <functional>
 #include <random>
 #include <thread>
-#include <vector>
 
 #include "tests/platform/support.h"
 
@@ -60,33 +59,6 @@ TEST_F(Groups, WritesAreKeptWholeOrNotAtAllHoweverTheyEnd) {
     const size_t before = last_transaction(path);
     EXPECT_EQ(begin(KORA_WRITING) + set("new") + end(1), 0);
     EXPECT_EQ(last_transaction(path), before) << "nothing changed";
-}
-
-TEST_F(Groups, WritersOfAllProcessesExcludeEachOther) {
-    constexpr int ROUNDS = 300;
-    const auto count = [&](int *failures) {
-        uint32_t number = 0;
-        for (int i = 0; i < ROUNDS; ++i) {
-            const bool is_counted = begin(KORA_WRITING) == 0 &&
-                                    kora_get_uint(handle, "BRIXConfig", 0, "ProcessId", &number) == 0 &&
-                                    kora_set_uint(handle, "BRIXConfig", 0, "ProcessId", number + 1) == 0 && end(1) == 0;
-            *failures += !is_counted;
-        }
-    };
-    std::vector<pid_t> children;
-    for (int i = 0; i < 3; ++i) {
-        children.push_back(start_process([&] {
-            int own = 0, others = 0;
-            std::thread thread(count, &others);
-            count(&own);
-            thread.join();
-            return own + others;
-        }));
-    }
-    for (const pid_t child : children) EXPECT_EQ(end_of(child), 0);
-    uint32_t sum = 0;
-    EXPECT_EQ(kora_get_uint(handle, "BRIXConfig", 0, "ProcessId", &sum), 0);
-    EXPECT_EQ(sum, 3U * 2U * ROUNDS);
 }
 
 TEST_F(Groups, AReaderSeesOneSnapshotAndWritesNothing) {
