@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "include/sarn.h"
+#include "tests/support/device.h"
 #include "tests/support/store_folder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -57,14 +58,6 @@ private:
 
 // Exactly these bytes, so that a sanitizer sees who reads on.
 inline std::vector<char> exact(const std::string &text) { return {text.begin(), text.end()}; }
-
-inline signature_record signature_of(const std::string &mac) {
-    signature_record record = {};
-    mac.copy(record.mac, sizeof record.mac - 1);
-    std::memcpy(record.ip, "10.0.0.1", sizeof "10.0.0.1");
-    std::memcpy(record.state, "UP", sizeof "UP");
-    return record;
-}
 
 // In memory, for this process alone; gone when it ends. Says nothing on the console.
 struct OwnStore {

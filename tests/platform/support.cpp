@@ -32,21 +32,6 @@ int32_t write_any(void *handle, sarn::Field field, int32_t row, const Value &val
     return -1;
 }
 
-int32_t read_any(void *handle, sarn::Field field, int32_t row, Value &value) {
-    const char *table = sarn::table_of(field).name, *name = sarn::spec_of(field).name;
-    switch (sarn::spec_of(field).type) {
-        case Type::Ascii: return kora_get_ascii(handle, table, row, name, value.text, sizeof value.text);
-        case Type::String: return kora_get_string(handle, table, row, name, value.text, sizeof value.text);
-        case Type::Enum: return kora_get_enum(handle, table, row, name, value.text, sizeof value.text);
-        case Type::Bool: return kora_get_bool(handle, table, row, name, &value.flag);
-        case Type::Int:
-        case Type::Uint: return kora_get_uint(handle, table, row, name, &value.number);
-        case Type::Mac: return kora_get_mac(handle, table, row, name, value.bytes);
-        case Type::Ipv4: return kora_get_ipv4(handle, table, row, name, value.bytes);
-    }
-    return -1;
-}
-
 namespace {
 
 // -1 when this call is the one that fails.

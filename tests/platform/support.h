@@ -21,6 +21,7 @@
 #include "core/schema.h"
 #include "platform/kora.h"
 #include "platform/kora_checksum.h"
+#include "tests/support/any_value.h"
 #include "tests/support/process.h"
 #include "tests/support/store_folder.h"
 
@@ -122,17 +123,8 @@ struct Gate {
     int ends[2];
 };
 
-// What any field can hold; the members that are not of its type stay empty.
-struct Value {
-    char text[16] = "";
-    uint8_t bytes[6] = {};
-    uint8_t flag = 0;
-    uint32_t number = 0;
-    bool operator==(const Value &) const = default;
-};
 Value make_value(sarn::Type type, uint8_t seed);
 int32_t write_any(void *handle, sarn::Field field, int32_t row, const Value &value);
-int32_t read_any(void *handle, sarn::Field field, int32_t row, Value &value);
 
 // Without LMDB's lock file, so that it does not disturb the library in the same process.
 inline MDB_env *open_raw(const std::string &path, unsigned flags) {

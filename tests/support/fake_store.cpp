@@ -12,6 +12,7 @@
 
 #include "core/schema.h"
 #include "platform/kora.h"
+#include "tests/support/any_value.h"
 
 namespace {
 
@@ -57,15 +58,7 @@ const std::string &reset_value(std::string_view table, std::string_view field) {
     static const auto values = [] {
         std::map<std::pair<std::string_view, std::string_view>, std::string> all;
         for (const sarn::FieldSpec &spec : sarn::FIELDS) {
-            std::string &value = all[{sarn::TABLES[static_cast<int>(spec.table)].name, spec.name}];
-            switch (spec.type) {
-                case sarn::Type::Mac: value = "00:00:00:00:00:00"; break;
-                case sarn::Type::Ipv4: value = "0.0.0.0"; break;
-                case sarn::Type::Bool:
-                case sarn::Type::Int:
-                case sarn::Type::Uint: value = std::to_string(spec.reset.number); break;
-                default: value = spec.reset.text;
-            }
+            all[{sarn::TABLES[static_cast<int>(spec.table)].name, spec.name}] = reset_text(spec);
         }
         return all;
     }();

@@ -12,13 +12,8 @@
 
 #include "core/state.h"
 #include "include/sarn.h"
+#include "support/device.h"
 #include "support/fake_store.h"
-
-inline std::string mac_of(int number) {
-    char text[18];
-    std::snprintf(text, sizeof text, "02:00:00:00:%02X:%02X", number >> 8 & 0xFF, number & 0xFF);
-    return text;
-}
 
 // A row of the store as another process would have left it.
 inline void put_device(int row, const std::string &mac, const std::string &state = "UP", const std::string &time = "") {
@@ -31,21 +26,6 @@ inline void put_device(int row, const std::string &mac, const std::string &state
 
 inline void put_devices(int count, const std::string &state = "UP") {
     for (int row = 0; row < count; ++row) put_device(row, mac_of(row), state, std::to_string(1000 + row));
-}
-
-// Fills a text of a record; a longer one is cut.
-template <size_t Width>
-void set_text(char (&field)[Width], const std::string &text) {
-    std::memset(field, 0, Width);
-    std::memcpy(field, text.c_str(), std::min(text.size(), Width - 1));
-}
-
-inline signature_record signature_of(const std::string &mac, const std::string &state = "UP") {
-    signature_record record = {};
-    set_text(record.mac, mac);
-    set_text(record.ip, "192.168.1.7");
-    set_text(record.state, state);
-    return record;
 }
 
 inline int report(const std::string &mac, const std::string &state = "UP", int producer_id = 0) {

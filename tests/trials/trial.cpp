@@ -13,6 +13,7 @@
 
 #include "core/schema.h"
 #include "platform/kora.h"
+#include "tests/support/any_value.h"
 #include "tests/support/store_folder.h"
 
 namespace trial {
@@ -35,21 +36,13 @@ uint32_t seed() {
     return value;
 }
 
-std::string mac_of(int device) {
-    char text[18];
-    snprintf(text, sizeof text, "02:00:00:00:%02X:%02X", device >> 8 & 0xFF, device & 0xFF);
-    return text;
-}
-
 signature_record signature_of(int device, const char *state) {
-    signature_record record = {};
     const std::string tag = mac_of(device);
+    signature_record record = ::signature_of(tag, state);
     for (char *text : {record.hua, record.dhcp_hostname, record.dhcp_vendor, record.dhcp_options,
-                       record.connection_interface, record.category, record.mac}) {
+                       record.connection_interface, record.category}) {
         memcpy(text, tag.c_str(), tag.size());
     }
-    snprintf(record.ip, sizeof record.ip, "10.0.0.1");
-    snprintf(record.state, sizeof record.state, "%s", state);
     return record;
 }
 
@@ -206,47 +199,21 @@ namespace {
 using sarn::Field;
 
 std::string read_value(void *handle, Field field, int32_t row) {
-    const sarn::FieldSpec &spec = sarn::spec_of(field);
-    const char *table = sarn::table_of(field).name;
-    char text[KORA_TEXT_MAX + 1] = {};
-    uint8_t bytes[6] = {};
-    uint32_t number = 0;
-    int32_t result = 0;
-    switch (spec.type) {
-        case sarn::Type::Ascii:
-        case sarn::Type::Enum: result = kora_get_ascii(handle, table, row, spec.name, text, sizeof text); break;
-        case sarn::Type::String: result = kora_get_string(handle, table, row, spec.name, text, sizeof text); break;
-        case sarn::Type::Bool: result = kora_get_bool(handle, table, row, spec.name, bytes); break;
-        case sarn::Type::Mac: result = kora_get_mac(handle, table, row, spec.name, bytes); break;
-        case sarn::Type::Ipv4: result = kora_get_ipv4(handle, table, row, spec.name, bytes); break;
-        default: result = kora_get_uint(handle, table, row, spec.name, &number); break;
-    }
-    if (result != 0) return "unreadable";
-    switch (spec.type) {
+    Value value;
+    if (read_any(handle, field, row, value) != 0) return "unreadable";
+    const uint8_t *b = value.bytes;
+    switch (sarn::spec_of(field).type) {
         case sarn::Type::Int:
-        case sarn::Type::Uint: return std::to_string(number);
-        case sarn::Type::Bool: return std::to_string(bytes[0]);
+        case sarn::Type::Uint: return std::to_string(value.number);
+        case sarn::Type::Bool: return std::to_string(value.flag);
         case sarn::Type::Mac:
-            snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", bytes[0], bytes[1], bytes[2], bytes[3],
-                     bytes[4], bytes[5]);
-            return text;
-        case sarn::Type::Ipv4:
-            snprintf(text, sizeof text, "%d.%d.%d.%d", bytes[0], bytes[1], bytes[2], bytes[3]);
-            return text;
-        default: return text;
+            snprintf(value.text, sizeof value.text, "%02X:%02X:%02X:%02X:%02X:%02X", b[0], b[1], b[2], b[3], b[4],
+                     b[5]);
+            break;
+        case sarn::Type::Ipv4: snprintf(value.text, sizeof value.text, "%d.%d.%d.%d", b[0], b[1], b[2], b[3]); break;
+        default: break;
     }
-}
-
-std::string reset_value(Field field) {
-    const sarn::FieldSpec &spec = sarn::spec_of(field);
-    switch (spec.type) {
-        case sarn::Type::Mac: return "00:00:00:00:00:00";
-        case sarn::Type::Ipv4: return "0.0.0.0";
-        case sarn::Type::Bool:
-        case sarn::Type::Int:
-        case sarn::Type::Uint: return std::to_string(spec.reset.number);
-        default: return spec.reset.text;
-    }
+    return value.text;
 }
 
 constexpr Field REPORTED[] = {Field::Sarnsignature_DeviceHua,
@@ -268,7 +235,7 @@ std::string fault_of_row(void *handle, int32_t row, const std::string &mac) {
         const std::string where = std::string(sarn::table_of(field).name) + "." + sarn::spec_of(field).name +
                                   " of row " + std::to_string(row) + " is \"" + value + "\", the device " + mac;
         if (i < sarn::DEVICE_MAC_FIELD_COUNT && value != mac) return where;
-        if (is_free && value != reset_value(field)) return where;
+        if (is_free && value != reset_text(sarn::spec_of(field))) return where;
         if (value.starts_with("02:") && value.substr(0, MAC_LENGTH) != mac) return where;
     }
     return "";

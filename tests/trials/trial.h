@@ -13,6 +13,7 @@
 #include <string>
 
 #include "include/sarn.h"
+#include "tests/support/device.h"
 #include "tests/support/process.h"
 
 namespace trial {
@@ -42,8 +43,6 @@ void disarm();
 // 1 for the short form of a trial; scripts/endure asks for more.
 int scale();
 uint32_t seed();  // printed, and SARN_SEED repeats it
-
-std::string mac_of(int device);
 
 // Reports and names that carry the device's MAC in every text, so that a row that mixes two devices shows.
 signature_record signature_of(int device, const char *state = "UP");
