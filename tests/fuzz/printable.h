@@ -1,5 +1,4 @@
-// What a terminal and a JSON reader may get, and which members of the record a field code writes: for fuzzers and
-// trial.
+// What a terminal and a JSON reader may get, and which members of the record a field code writes.
 #ifndef SARN_TESTS_PRINTABLE_H
 #define SARN_TESTS_PRINTABLE_H
 
