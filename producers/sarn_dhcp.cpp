@@ -61,9 +61,17 @@ int fail(Exit status, int argc, const char *const *argv, const char *reason) {
     return status;
 }
 
+// The library says the same of a full list and of a store that could not keep the new row.
+int fail_without_row(int argc, const char *const *argv) {
+    const int32_t used = get_total_sarn_entries_used();
+    return used >= 0 && used < SARN_ROWS
+               ? fail(EXIT_STORE, argc, argv, "not stored, the store could not keep the device")
+               : fail(EXIT_REFUSED, argc, argv, "not stored, the device list has no free row");
+}
+
 int fail_by_code(int32_t code, int argc, const char *const *argv) {
     switch (code) {
-        case SARN_ERR_NO_ROW: return fail(EXIT_REFUSED, argc, argv, "not stored, the device list has no free row");
+        case SARN_ERR_NO_ROW: return fail_without_row(argc, argv);
         case SARN_ERR_MAC: return fail(EXIT_REFUSED, argc, argv, "not stored, the MAC address is refused");
         case SARN_ERR_IP: return fail(EXIT_REFUSED, argc, argv, "not stored, the IP address is refused");
         case SARN_ERR_REBUILD: return fail(EXIT_STORE, argc, argv, "not stored, no picture of the list or no thread");

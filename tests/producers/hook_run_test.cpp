@@ -103,6 +103,9 @@ TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
 
 TEST_F(Hook, TellsAWriteThatTheStoreRefused) {
     EXPECT_EQ(run("", "add" + std::string(LEASE), SARN_DHCP_ON_REFUSING_STORE), 3);
+    EXPECT_NE(out.find("could not keep the device"), std::string::npos) << out;
+    EXPECT_EQ(run("", "add" + std::string(LEASE)), 0);
+    EXPECT_EQ(run("", "del" + std::string(LEASE), SARN_DHCP_ON_REFUSING_STORE), 3);
     EXPECT_NE(out.find("the list does not show it"), std::string::npos) << out;
 }
 
