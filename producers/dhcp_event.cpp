@@ -133,6 +133,16 @@ Verdict read_event(int argc, const char *const *argv, Event &event) {
     return Verdict::Report;
 }
 
+bool ends_another_lease(const Event &event, const device_info &held) {
+    // No address yet, or one that could not be read.
+    static constexpr const char *UNKNOWN[] = {"", "0.0.0.0", "48.48.48.48"};
+    if (event.action != Action::Del) return false;
+    for (const char *unknown : UNKNOWN) {
+        if (strncmp(held.DeviceIP, unknown, sizeof held.DeviceIP) == 0) return false;
+    }
+    return strncmp(held.DeviceIP, event.ip, sizeof held.DeviceIP) != 0;
+}
+
 bool fill_report(const Event &event, const char *const *environment, const device_info *held,
                  signature_record &report) {
     report = {};

@@ -108,6 +108,7 @@ bool is_stored(const Event &event, const signature_record &report) {
 int store_event(const Event &event, int argc, const char *const *argv) {
     device_info device;
     const Lookup lookup = find_device(event.mac, device);
+    if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return EXIT_DONE;
     signature_record report;
     if (lookup == Lookup::Unreadable ||
         !sarn_dhcp::fill_report(event, environ, lookup == Lookup::Found ? &device : nullptr, report)) {

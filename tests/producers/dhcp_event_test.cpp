@@ -126,6 +126,20 @@ TEST(FillReport, TakesTextsFromEventEnvironmentAndRow) {
     }
 }
 
+TEST(EndsAnotherLease, OnlyWhereTheDeviceHoldsAnAddressOfItsOwn) {
+    const struct {
+        Action action;
+        const char *held;
+        bool expected;
+    } ROWS[] = {{Action::Del, "10.0.0.50", true},    {Action::Del, IP, false}, {Action::Del, "0.0.0.0", false},
+                {Action::Del, "48.48.48.48", false}, {Action::Del, "", false}, {Action::Add, "10.0.0.50", false}};
+    for (const auto &row : ROWS) {
+        device_info device = device_called("held");
+        snprintf(device.DeviceIP, sizeof device.DeviceIP, "%s", row.held);
+        EXPECT_EQ(ends_another_lease({row.action, MAC, IP, nullptr}, device), row.expected) << row.held;
+    }
+}
+
 TEST(FillReport, RefusesToRepeatWhatCouldNotBeRead) {
     const auto fills = [](const device_info &held) {
         const char *nothing = nullptr;

@@ -81,6 +81,8 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
     ASSERT_EQ(update_device_signature(&other, 0), SARN_OK);
     EXPECT_EQ(run("DNSMASQ_DATA_MISSING=1", "old" + std::string(LEASE) + " lease"), 0);
     EXPECT_EQ(device(0), "name|idle|wlan1|phone|v|6,3|10.0.0.5|");
+    EXPECT_EQ(run("", "del 02:00:00:00:00:0a 10.0.0.6 other"), 0);
+    EXPECT_EQ(device(0), "name|idle|wlan1|phone|v|6,3|10.0.0.5|");
     EXPECT_EQ(run("", "del" + std::string(LEASE)), 0);
     EXPECT_EQ(device(0), "name|DOWN|wlan1|phone|v|6,3|10.0.0.5|");
     EXPECT_EQ(run("DNSMASQ_DATA_MISSING=1", "old 02:00:00:00:00:0b 10.0.0.6"), 0);
