@@ -80,14 +80,15 @@ bool copy_held_text(char (&field)[WIDTH], const char (&held)[SHOWN]) {
 }
 
 // The client's own name, where it sent one: dnsmasq's is changed by its rules, and taken away when another client
-// comes with the same. A replay does not know what the client sent, so it only names a device that has no name yet.
+// comes with the same. A replay and an end may not know what the client sent, so they only name a device that has no
+// name yet.
 const char *find_name(const Event &event, const char *const *environment, const device_info *held) {
     const char *supplied = find_variable(environment, "DNSMASQ_SUPPLIED_HOSTNAME");
     if (supplied != nullptr) return supplied;
     const char *missing = find_variable(environment, "DNSMASQ_DATA_MISSING");
     const bool is_replay = missing != nullptr && strcmp(missing, "1") == 0;
     const bool is_named = held != nullptr && held->DeviceDHCPHostname[0] != '\0';
-    return is_replay && is_named ? nullptr : event.name;
+    return is_named && (is_replay || event.action == Action::Del) ? nullptr : event.name;
 }
 
 // A replay or a changed name says nothing about presence.

@@ -115,6 +115,8 @@ TEST(FillReport, TakesTextsFromEventEnvironmentAndRow) {
         {"replay, new", {"old", MAC, IP, "n"}, {replay}, nullptr, "n", "unknown", "", ""},
         {"replay, named", {"old", MAC, IP, "n"}, {replay}, &named, "", "idle", "wlan0", "phone"},
         {"replay, unnamed", {"old", MAC, IP, "n"}, {replay}, &unnamed, "n", "idle", "wlan0", "phone"},
+        {"end, named", {"del", MAC, IP, "n"}, {}, &named, "", "DOWN", "wlan0", "phone"},
+        {"end, unnamed", {"del", MAC, IP, "n"}, {own + "x"}, &unnamed, "own namex", "DOWN", "wlan0", "phone"},
         {"end, empty name", {"del", MAC, IP, ""}, {}, &named, "", "DOWN", "wlan0", "phone"},
     };
     for (const auto &row : ROWS) {
