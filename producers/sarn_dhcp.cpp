@@ -26,7 +26,7 @@ enum Exit { EXIT_DONE = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_STORE = 3 };
 
 constexpr char USAGE[] =
     "Usage: sarn-dhcp add|old|del MAC IP [NAME]\n"
-    "Reports a DHCP lease to the router's device list. For dnsmasq: dhcp-script=/usr/sbin/sarn-dhcp\n"
+    "Reports a DHCP lease to the router's device list. For dnsmasq: dhcp-script= and its installed path\n"
     "\n"
     "  add  the device is up       del  the device is down       old  its state stays as it is\n"
     "Other events, IPv6 leases and hardware that is not ethernet are ignored.\n"
