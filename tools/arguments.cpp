@@ -14,13 +14,15 @@ namespace {
 constexpr int32_t HIGHEST_PRODUCER = 100;
 constexpr int32_t PRODUCER_STEP = 10;
 
-// The words of the refusal, or none.
-std::string check_producer(const std::string &text) {
+// The words of the refusal, or none. The parser would take a leading zero for a sign of octal digits: it gets none.
+std::string read_producer(std::string &text) {
     int32_t producer = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, producer);
-    if (error == std::errc{} && stop == end && producer <= HIGHEST_PRODUCER && producer % PRODUCER_STEP == 0) return "";
-    return in_quotes(text) + " is not a producer: they are 0 and multiples of 10, up to 100";
+    if (error != std::errc{} || stop != end || producer > HIGHEST_PRODUCER || producer % PRODUCER_STEP != 0)
+        return in_quotes(text) + " is not a producer: they are 0 and multiples of 10, up to 100";
+    text = std::to_string(producer);
+    return "";
 }
 
 }  // namespace
@@ -32,7 +34,7 @@ void add_mac(CLI::App &command, std::string &mac) {
 void add_producer(CLI::App &command, int32_t &producer) {
     command.add_option("--producer", producer, "Who says so: 0 (default) or a multiple of 10, up to 100")
         ->type_name("N")
-        ->check(CLI::Validator(check_producer, ""));
+        ->transform(CLI::Validator(read_producer, ""));
 }
 
 std::string require_ip(const std::string &typed) {

@@ -1,8 +1,10 @@
 // sarn: the device list of the router, for its owner.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.h"
@@ -45,6 +47,24 @@ ExitCode answer_parser(const CLI::App &app, const CLI::Error &error, Output &out
     return code == 0 ? EXIT_DONE : EXIT_USAGE;
 }
 
+// Last first, as the parser takes them. Behind an option that ends in its equals sign a person means an empty text; the
+// parser would take the next argument.
+std::vector<std::string> arguments_of(int argc, char **argv) {
+    static constexpr size_t SHORTEST = sizeof "--n=" - 1;
+    std::vector<std::string> arguments;
+    bool may_be_option = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        may_be_option = may_be_option && argument != "--";
+        const bool lacks_text = may_be_option && argument.size() >= SHORTEST && argument.starts_with("--") &&
+                                argument.find('=') == argument.size() - 1;
+        arguments.emplace_back(argument.substr(0, argument.size() - (lacks_text ? 1 : 0)));
+        if (lacks_text) arguments.emplace_back();
+    }
+    std::ranges::reverse(arguments);
+    return arguments;
+}
+
 ExitCode run(int argc, char **argv, Output &output) {
     CLI::App app("The device list of the router", "sarn");
     app.require_subcommand(0, 1);  // a missing one is refused below: the parser would say so of a misspelt one too
@@ -62,7 +82,7 @@ ExitCode run(int argc, char **argv, Output &output) {
     }
     app.footer(HELP_FOOTER);  // after the subcommands, which would take it over
     try {
-        app.parse(argc, argv);
+        app.parse(arguments_of(argc, argv));
         for (size_t i = 0; i < runs.size(); ++i) {
             if (app.got_subcommand(COMMANDS[i].name)) return runs[i](output);
         }

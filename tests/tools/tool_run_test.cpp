@@ -45,6 +45,7 @@ TEST(SarnTool, ExitCodesAndWords) {
         {"states=-1", "list --state up", 3, "could not read a row (code -1)"},
         {"states=-16", "list --state free", 3, "built again"},
         {"", "list --state gone", 2, "--state"},
+        {"", "list --json=", 2, "not expected"},
         {"0=0 2=0 3=0 255=0", "list --state free", 0, "4 free rows: 0, 2-3, 255\n"},
         {"", "list --state free", 0, "0 free rows\n"},
         {"acl=1", "access", 0, "on\n"},
