@@ -41,6 +41,13 @@ ExitCode write_access(const std::string &access, const PauseOptions &options) {
     return EXIT_DONE;
 }
 
+// The parser takes a text in brackets for a list, and passes over an empty one without a word.
+void require_no_list(const CLI::App &command, const std::vector<std::string> &macs) {
+    const auto typed = std::ranges::count(command.parse_order(), command.get_option("MAC"));
+    if (static_cast<size_t>(typed) != macs.size())
+        throw Refusal(EXIT_USAGE, "MAC addresses are given one by one, not in brackets");
+}
+
 }  // namespace
 
 Run setup_pause(CLI::App &command) {
@@ -49,7 +56,10 @@ Run setup_pause(CLI::App &command) {
         ->required()
         ->type_name("");
     add_producer(command, options->producer);
-    return [options, access = command.get_name()](Output &) { return write_access(access, *options); };
+    return [options, &command](Output &) {
+        require_no_list(command, options->macs);
+        return write_access(command.get_name(), *options);
+    };
 }
 
 }  // namespace tool

@@ -1,8 +1,10 @@
 // sarn report: what a producer says of a device, whole records at a time.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "arguments.h"
@@ -30,6 +32,14 @@ std::string require_text(const ReportField &field, const std::string &typed) {
     return typed;
 }
 
+void require_needed(const Report &report, const ReportField &field, const std::vector<std::string> &texts) {
+    if (field.needs == nullptr) return;
+    const auto needed = std::ranges::find(report.fields, std::string_view(field.needs), &ReportField::option);
+    if (texts[static_cast<size_t>(needed - report.fields.begin())].empty())
+        throw Refusal(EXIT_USAGE, std::string("--") + field.option + " is stored only together with --" + field.needs +
+                                      ", and not with an empty one");
+}
+
 // A device that is not up may have to make room at once when the list is crowded.
 bool may_be_gone(const Refusal &refusal, const std::vector<Written> &texts) {
     if (refusal.exit_code() != EXIT_NOT_FOUND) return false;
@@ -48,6 +58,7 @@ ExitCode send_report(const Report &report, const ReportOptions &options) {
         const ReportField &field = report.fields[i];
         const std::string text = require_text(field, options.texts[i]);
         text.copy(record.data() + field.offset, field.width - 1);
+        if (!text.empty()) require_needed(report, field, options.texts);
         if (!text.empty() || field.is_cleared_by_empty) written.push_back({field.shown, text});
     }
     const Session session;
@@ -69,7 +80,6 @@ Run setup_one(CLI::App &command, const Report &report) {
         CLI::Option *option =
             command.add_option(std::string("--") + field.option, options->texts[i], field.help)->type_name("TEXT");
         if (field.is_required) option->required();
-        if (field.needs != nullptr) option->needs(std::string("--") + field.needs);
     }
     add_producer(command, options->producer);
     command.footer(report.footer);

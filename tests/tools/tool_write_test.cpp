@@ -63,6 +63,8 @@ TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
         {"name MAC x --producer 99999999990", "not a producer"},
         {"name MAC x --producer 1e1", "not a producer"},
         {"block", "MAC is required"},
+        {"block MAC '[]'", "not in brackets"},
+        {"block '[]'", "MAC"},
         {"block MAC nonsense", "not a MAC address"},
         {"forget MAC --producer 0", "--producer"},
         {"set MAC colour x", "'colour' is not a field"},
@@ -82,6 +84,7 @@ TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
         {"report signature MAC --state UP", "--ip is required"},
         {"report signature MAC --ip ' 1.2.3.4' --state UP", "not an IPv4 address"},
         {"report signature MAC --ip 1.2.3.4 --state UP --dhcp-vendor v", "--dhcp-options"},
+        {"report signature MAC --ip 1.2.3.4 --state UP --dhcp-options= --dhcp-vendor v", "with --dhcp-options"},
         {"access maybe", "STATE"},
         {"refresh now", "now"},
     };
