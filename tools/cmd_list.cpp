@@ -82,7 +82,7 @@ TextTable table_of(const std::vector<Device> &devices, bool wide) {
 std::vector<uint32_t> rows_to_list(const Session &session, const std::string &state) {
     if (state == "up") return session.rows_in_state(SARN_ROWS_UP);
     if (state == "down") return session.rows_in_state(SARN_ROWS_DOWN);
-    return session.rows_in_use();
+    return session.rows_in_state(SARN_ROWS_IN_USE);
 }
 
 ExitCode list_devices(const ListOptions &options, Output &output) {

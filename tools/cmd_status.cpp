@@ -69,7 +69,7 @@ Status read_status() {
     const Session session;
     Status status = {store_path(), 0, 0, 0, 0, session.is_access_control_on(), session.is_upgrade_on(), stuck_writer};
     status.size = size_of_file(status.store);
-    for (const uint32_t row : session.rows_in_use()) {
+    for (const uint32_t row : session.rows_in_state(SARN_ROWS_IN_USE)) {
         const auto device = session.read_device_if_used(row);
         if (!device) continue;
         ++status.used;

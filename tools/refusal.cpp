@@ -26,8 +26,6 @@ constexpr CallMeaning MEANINGS[] = {
     {Call::Start, {SARN_ERR_STORE_OPEN, EXIT_NO_STORE, "the store cannot be opened"}},
     {Call::Start, {SARN_ERR_CLEANUP, EXIT_NO_STORE, "the clean-up of offline devices failed"}},
     {Call::Start, {SARN_ERR_ALREADY_INITIALISED, EXIT_NO_STORE, "the library is already initialised"}},
-    {Call::Enquiry, {SARN_ERR_NOT_READY, EXIT_NO_STORE, "the library is not initialised"}},
-    {Call::Enquiry, {SARN_ERR_REBUILD, EXIT_NO_STORE, NOT_REBUILT}},
     {Call::States, {SARN_ERR_UNREADABLE, EXIT_NO_STORE, "the store could not read a row"}},
     {Call::States, {SARN_ERR_REBUILD, EXIT_NO_STORE, NOT_REBUILT}},
     {Call::Find, {SARN_ERR_NOT_FOUND, EXIT_NOT_FOUND, NO_DEVICE}},

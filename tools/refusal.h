@@ -23,7 +23,6 @@ private:
 // One number means different things to different calls.
 enum class Call : uint8_t {
     Start,
-    Enquiry,
     States,
     Find,
     ReadRow,

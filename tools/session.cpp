@@ -30,15 +30,9 @@ Session::Session() {
 
 Session::~Session() { (void)sarn_uninit(); }
 
-std::vector<uint32_t> Session::rows_in_use() const {
-    Bitmap words = {};
-    require(Call::Enquiry, sarn_table_enquiry(words, SARN_BITMAP_WORDS), "cannot read which rows are in use");
-    return rows_of(words);
-}
-
 std::vector<uint32_t> Session::rows_in_state(sarn_state_selector selector) const {
     Bitmap words = {};
-    require(Call::States, sarn_device_state_info(words, SARN_BITMAP_WORDS, selector), "cannot read the states");
+    require(Call::States, sarn_device_state_info(words, SARN_BITMAP_WORDS, selector), "cannot read the rows");
     return rows_of(words);
 }
 

@@ -19,7 +19,6 @@ public:
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 
-    std::vector<uint32_t> rows_in_use() const;
     std::vector<uint32_t> rows_in_state(sarn_state_selector selector) const;
     Device read_device(uint32_t row) const;
     std::optional<Device> read_device_if_used(uint32_t row) const;

@@ -28,7 +28,7 @@ int __wrap_close(int descriptor) {
 
 // Arguments end in NULs, as the kernel hands them over. The first byte says what the library answers.
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    constexpr const char *ANSWERS[] = {"3=0 7=-12 find=3", "start=-24", "3=-2 find=-1 enquiry=-16",
+    constexpr const char *ANSWERS[] = {"3=0 7=-12 find=3", "start=-24", "3=-2 find=-1 states=-16",
                                        "3=0 find=3 set=-12 text=-2"};
     Input input(data, size);
     setenv("SARN_FAKE", ANSWERS[input.byte() % std::size(ANSWERS)], 1);

@@ -37,10 +37,6 @@ const char *get_quorvex_device_type(int32_t) { return nullptr; }
 int32_t sarn_init() { return answer("start"); }
 int32_t sarn_uninit() { return 0; }
 
-int32_t sarn_table_enquiry(uint32_t *words, int32_t) {
-    put_rows(words);
-    return answer("enquiry");
-}
 int32_t sarn_device_state_info(uint32_t *words, int32_t, uint32_t) {
     put_rows(words);
     return answer("states");
