@@ -62,7 +62,11 @@ ExitCode send_report(const Report &report, const ReportOptions &options) {
         if (!text.empty() || field.is_cleared_by_empty) written.push_back({field.shown, text});
     }
     const Session session;
-    require(report.call, report.send(record.data(), options.producer), "cannot report " + mac);
+    const int32_t answer = report.send(record.data(), options.producer);
+    const bool may_get_row = report.call == Call::Signature && options.producer != SARN_PRODUCER_LOOKUP_ONLY;
+    if (may_get_row && answer == SARN_ERR_NO_ROW && session.has_free_row())
+        throw Refusal(EXIT_NO_STORE, "cannot report " + mac + ": the store could not keep the device");
+    require(report.call, answer, "cannot report " + mac);
     try {
         require_written(session, mac, written);
     } catch (const Refusal &refusal) {

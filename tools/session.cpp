@@ -36,6 +36,10 @@ std::vector<uint32_t> Session::rows_in_state(sarn_state_selector selector) const
     return rows_of(words);
 }
 
+bool Session::has_free_row() const {
+    return require(Call::States, get_total_sarn_entries_used(), "cannot count the rows") < SARN_ROWS;
+}
+
 Device Session::read_device(uint32_t row) const {
     const std::optional<Device> device = read_device_if_used(row);
     if (!device) throw refusal_of(Call::ReadRow, SARN_ERR_UNUSED_ROW, attempt_to_read(row));

@@ -20,6 +20,7 @@ public:
     Session &operator=(const Session &) = delete;
 
     std::vector<uint32_t> rows_in_state(sarn_state_selector selector) const;
+    bool has_free_row() const;
     Device read_device(uint32_t row) const;
     std::optional<Device> read_device_if_used(uint32_t row) const;
     Device find_device(const std::string &mac) const;

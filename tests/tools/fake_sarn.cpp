@@ -41,6 +41,7 @@ int32_t sarn_device_state_info(uint32_t *words, int32_t, uint32_t) {
     put_rows(words);
     return answer("states");
 }
+int32_t get_total_sarn_entries_used() { return answer("used"); }
 int32_t get_device_info_at_index(device_info *record, uint32_t index) {
     *record = hostile_device();
     return answer(std::to_string(index));
