@@ -64,8 +64,14 @@ int32_t find_stuck_writer() {
     return writer;
 }
 
+std::string words_of_writer(int32_t process) {
+    return "process " + std::to_string(process) + " does not go on; all that write wait until it does or is killed";
+}
+
 Status read_status() {
     const int32_t stuck_writer = find_stuck_writer();
+    // Told at once: where the start has rows to free it waits for that very process.
+    if (stuck_writer != 0) print_message(words_of_writer(stuck_writer));
     const Session session;
     Status status = {store_path(), 0, 0, 0, 0, session.is_access_control_on(), session.is_upgrade_on(), stuck_writer};
     status.size = size_of_file(status.store);
@@ -85,21 +91,17 @@ std::string words_of_size(int64_t bytes) {
     return std::to_string((bytes + KIB - 1) / KIB) + " KiB";
 }
 
-std::string words_of_writer(int32_t process) {
-    if (process == 0) return "";
-    return "writer          process " + std::to_string(process) +
-           " does not go on; all that write wait until it does or is killed\n";
-}
-
 std::string words_of(const Status &status) {
     const auto count = [](size_t rows) { return std::to_string(rows); };
+    const std::string writer =
+        status.stuck_writer == 0 ? "" : "writer          " + words_of_writer(status.stuck_writer) + "\n";
     const size_t other = status.used - status.up - status.offline;
     return "store           " + escape_for_terminal(status.store) + " (" + words_of_size(status.size) + ")\n" +
            "rows used       " + count(status.used) + " of " + count(SARN_ROWS) + "\n" + "  up            " +
            count(status.up) + "\n" + "  offline       " + count(status.offline) + "\n" +
            (other == 0 ? "" : "  other state   " + count(other) + "\n") + "rows free       " +
-           count(SARN_ROWS - status.used) + "\n" + words_of_writer(status.stuck_writer) + "access control  " +
-           (status.access ? "on" : "off") + "\n" + "upgrade         " + (status.upgrade ? "on" : "off") + "\n";
+           count(SARN_ROWS - status.used) + "\n" + writer + "access control  " + (status.access ? "on" : "off") + "\n" +
+           "upgrade         " + (status.upgrade ? "on" : "off") + "\n";
 }
 
 std::string json_of(const Status &status) {

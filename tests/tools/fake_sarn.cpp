@@ -68,7 +68,7 @@ int32_t sarn_weekly_refresh_request() { return answer("refresh"); }
 void *kora_init_ex(void *) { return answer("open") == 0 ? &Newtypestorage : nullptr; }
 int32_t kora_destroy(void *) { return 0; }
 int32_t kora_writing_process(void *, int32_t *process) {
-    *process = 0;
+    *process = answer("writer");
     return answer("writing");
 }
 int32_t kora_save(void *) { return answer("save"); }
