@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -30,10 +31,18 @@ bool colour_is_wanted() {
     return (refused == nullptr || *refused == '\0') && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
 }
 
+// What is written to may have been left so that nobody waits for it: that is done here then.
+bool may_go_on(int descriptor) {
+    static constexpr int FOR_EVER = -1;
+    if (errno != EAGAIN) return errno == EINTR;
+    pollfd awaited = {descriptor, POLLOUT, 0};
+    return poll(&awaited, 1, FOR_EVER) > 0 || errno == EINTR;
+}
+
 bool write_all(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(descriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR) return false;
+        if (written < 0 && !may_go_on(descriptor)) return false;
         if (written > 0) text.remove_prefix(static_cast<size_t>(written));
     }
     return true;

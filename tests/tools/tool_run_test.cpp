@@ -1,4 +1,6 @@
 // Runs the tool as a person does, on a library that answers as told (fake_sarn.cpp) and on the real one.
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -75,6 +77,24 @@ TEST(SarnTool, ClosedPipeIsNoticed) {
     close(ends[1]);
     EXPECT_EQ(result.exit_code, 5);
     EXPECT_TRUE(has(result.out, "Broken pipe")) << result.out;
+}
+
+TEST(SarnTool, WaitsForAPipeThatDoesNot) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    ASSERT_GT(fcntl(ends[1], F_SETPIPE_SZ, 1), 0);
+    std::string script;
+    for (int row = 0; row < SARN_ROWS; ++row) script += std::to_string(row) + "=0 ";
+    const std::string command = "SARN_FAKE='" + script + "' " SARN_TOOL_ON_FAKE " list --json >&";
+    FILE *tool = popen((command + std::to_string(ends[1])).c_str(), "r");
+    close(ends[1]);
+    std::string out;
+    char buffer[4096];
+    for (pollfd end = {ends[0], POLLIN, 0}; poll(&end, 1, -1) > 0 && (end.revents & POLLIN) != 0;)
+        out.append(buffer, static_cast<size_t>(read(ends[0], buffer, sizeof buffer)));
+    close(ends[0]);
+    EXPECT_EQ(pclose(tool), 0);
+    EXPECT_EQ(nlohmann::json::parse(out).size(), size_t{SARN_ROWS});
 }
 
 TEST(SarnTool, ListSkipsRowsThatVanishAndKeepsTheOthersWhenOneFails) {
