@@ -37,12 +37,15 @@ Character decode_first(std::string_view text) {
     return {value, length, true};
 }
 
-// Soft hyphens, direction marks, joiners, line separators, tags: they would let one name pass for another.
+// Soft hyphens, fillers, direction marks, joiners, line separators, variation selectors, tags: they would let one name
+// pass for another. U+FE0F stays, since emoji are written with it.
 bool is_hidden(char32_t value) {
     static constexpr struct {
         char32_t first, last;
-    } HIDDEN[] = {{0xAD, 0xAD},     {0x61C, 0x61C},   {0x180E, 0x180E}, {0x200B, 0x200F},  {0x2028, 0x202E},
-                  {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xFFF9, 0xFFFB}, {0xE0000, 0xE0FFF}};
+    } HIDDEN[] = {{0xAD, 0xAD},       {0x34F, 0x34F},     {0x61C, 0x61C},    {0x115F, 0x1160}, {0x17B4, 0x17B5},
+                  {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},  {0x2060, 0x206F}, {0x2800, 0x2800},
+                  {0x3164, 0x3164},   {0xFE00, 0xFE0E},   {0xFEFF, 0xFEFF},  {0xFFA0, 0xFFA0}, {0xFFF9, 0xFFFB},
+                  {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
     for (const auto &range : HIDDEN) {
         if (value >= range.first && value <= range.last) return true;
     }

@@ -25,6 +25,8 @@ TEST(EscapeForTerminal, KeepsPrintableUtf8AndNothingElse) {
         {"combining", "e\xcc\x81", "e\xcc\x81", 1},
         {"C1 control sequence introducer", "\xc2\x9b", "\\xc2\\x9b", 8},
         {"right-to-left override", {'\xe2', '\x80', '\xae'}, "\\xe2\\x80\\xae", 12},
+        {"fillers", "\u034f\u2800\U0001bca3", "\\xcd\\x8f\\xe2\\xa0\\x80\\xf0\\x9b\\xb2\\xa3", 36},
+        {"variation selectors", "\u2764\ufe0e\u2764\ufe0f", "\u2764\\xef\\xb8\\x8e\u2764\ufe0f", 14},
         {"overlong", "\xc0\xaf\xe0\x80\xaf", "\\xc0\\xaf\\xe0\\x80\\xaf", 20},
         {"overlong four", "\xf0\x8f\xbf\xbf", "\\xf0\\x8f\\xbf\\xbf", 16},
         {"surrogate and above", "\xed\xa0\x80\xf4\x90", "\\xed\\xa0\\x80\\xf4\\x90", 20},
