@@ -48,13 +48,14 @@ std::string_view read_text(const device_info &record, const FieldSpec &field) {
     return {start, strnlen(start, field.width)};
 }
 
-uint32_t read_number(const device_info &record, const FieldSpec &field) {
-    uint32_t number = 0;
+int32_t read_number(const device_info &record, const FieldSpec &field) {
+    int32_t number = 0;
     std::memcpy(&number, start_of(record, field), sizeof number);
     return number;
 }
 
 bool is_not_readable(std::string_view text, const FieldSpec &field) {
+    if (field.offset == offsetof(device_info, DeviceIP)) return text == "48.48.48.48";
     return text.size() == field.width && text.find_first_not_of('0') == std::string_view::npos;
 }
 

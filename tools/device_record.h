@@ -21,9 +21,12 @@ inline constexpr char NOT_READABLE[] = "(not readable)";
 
 // The bytes of a text member as the client or a producer gave them.
 std::string_view read_text(const device_info &record, const FieldSpec &field);
-uint32_t read_number(const device_info &record, const FieldSpec &field);
 
-// The library leaves a text that it could not read full of '0', without a NUL.
+// Signed, as producers are.
+int32_t read_number(const device_info &record, const FieldSpec &field);
+
+// The library leaves a text that it could not read full of '0', without a NUL; but an IP address as the one that these
+// characters spell.
 bool is_not_readable(std::string_view text, const FieldSpec &field);
 
 // A member as a person reads it: escaped, and words in place of an empty or unreadable text.

@@ -56,6 +56,9 @@ TEST(DeviceRecord, ReadsNothingPastAFieldsWidth) {
     EXPECT_EQ(shown_value(device, field_named("DeviceUUID")), NOT_READABLE);
     fill(device.DeviceUUID, "000");
     EXPECT_EQ(shown_value(device, field_named("DeviceUUID")), "000");
+    fill(device.DeviceIP, "48.48.48.48");
+    EXPECT_EQ(shown_value(device, field_named("DeviceIP")), NOT_READABLE);
+    EXPECT_TRUE(nlohmann::json::parse(json_of({1, device}))["DeviceIP"].is_null());
     fill(device.DeviceIP, "0.0.0.0");
     fill(device.ConnAPMac, "00:00:00:00:00:00");
     EXPECT_EQ(shown_value(device, field_named("DeviceIP")) + shown_value(device, field_named("ConnAPMac")), "--");
@@ -84,7 +87,7 @@ TEST(DeviceJson, ParsesBackToTheBytesThatWereValid) {
     EXPECT_EQ(array[1]["row"], 255);
     const auto &device = array[0];
     EXPECT_EQ(device.size(), FIELDS.size() + 1);
-    EXPECT_EQ(device["Producerid"], UINT32_MAX);
+    EXPECT_EQ(device["Producerid"], -1);
     EXPECT_EQ(device["DisplayNameCustom"], "");
     EXPECT_EQ(device["DisplayNameDPI"], "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s");
     EXPECT_EQ(device["DeviceDHCPVendor"], "\ufffd\ufffd\ufffd\u009b\x7f");
