@@ -40,48 +40,66 @@ bool is_same_folder(const Folder &one, const Folder &other) {
            first.st_ino == second.st_ino;
 }
 
-// The path too, since it is fixed only while a handle is open.
-Result take_image(const void *handle, Image &image, StorePath &out_path, Refusal &out_why) {
-    if (!make_room(image)) {
-        refuse(out_why, "the store cannot be saved: no memory");
-        return FAILED;
-    }
-    Reader *reader = nullptr;
-    const Result entered = enter_snapshot(handle, reader);
-    if (entered != DONE) return entered;
-    out_path = saved_path;
-    const int error = write_image(reader->walk, image);
-    leave_snapshot(*reader);
-    if (report_reading(error) != DONE) return FAILED;
-    if (out_path.text[0] != '\0') return DONE;
-    refuse(out_why, "the store cannot be saved: KORA_SAVE names no file");
-    return FAILED;
+struct Save {
+    StorePath path = {};
+    Folder folder;
+    Image image;
+};
+
+struct SaveEnd {
+    Result result = FAILED;
+    int read_error = 0;
+    Refusal why;
+};
+
+int read_image(Reader &reader, Image &image) {
+    int error = begin_snapshot(environment, reader);
+    if (error != 0) return error;
+    error = write_image(reader.walk, image);
+    end_snapshot(reader);
+    return error;
 }
 
-Result write_image_to(const StorePath &path, const Image &image, bool is_waiting, Refusal &out_why) {
+// With a reader held, since the path is fixed only while a handle is open, and since closing too takes its readers
+// before the folder. The snapshot comes last: of two processes that save at once, the later one has the later snapshot.
+bool lock_and_read(Save &save, Reader &reader, bool is_waiting, SaveEnd &out_end) {
+    save.path = saved_path;
+    if (save.path.text[0] == '\0') return refuse(out_end.why, "the store cannot be saved: KORA_SAVE names no file");
+    if (!make_room(save.image)) return refuse(out_end.why, "the store cannot be saved: no memory");
+    if (!open_folder(save.path, save.folder, out_end.why)) return false;
+    locked_folder = save.folder.fd;
+    if (!lock_folder(save.path, save.folder, is_waiting, out_end.why)) {
+        if (!is_waiting) out_end.why.text[0] = '\0';  // somebody else is at it, and that is no trouble
+        return false;
+    }
+    out_end.read_error = read_image(reader, save.image);
+    return out_end.read_error == 0;
+}
+
+SaveEnd save_store(const void *handle, bool is_waiting) {
+    SaveEnd end;
+    if (!is_usable()) return end;
     const StandardDescriptors none_of_these;
-    Folder folder;
-    if (!open_folder(path, folder, out_why)) return FAILED;
-    locked_folder = folder.fd;
-    const bool is_locked = lock_folder(path, folder, is_waiting, out_why);
-    const bool is_saved = is_locked && write_saved_copy(folder, path, image, out_why);
+    Save save;
+    Reader &reader = take_reader();
+    const bool has_handle = is_open(handle);
+    bool is_done = has_handle && lock_and_read(save, reader, is_waiting, end);
+    give_reader(reader);
+    is_done = is_done && write_saved_copy(save.folder, save.path, save.image, end.why);
     locked_folder = -1;
-    if (!is_locked && !is_waiting) out_why.text[0] = '\0';  // somebody else is at it, and that is no trouble
-    return is_saved ? DONE : FAILED;
+    end.result = is_done ? DONE : has_handle ? FAILED : REFUSED;
+    return end;
 }
 
 // With `saving` held.
-Result save(const void *handle, bool is_waiting) {
-    Image image;
-    StorePath path = {};
-    Refusal why;
-    Result result = take_image(handle, image, path, why);
-    if (result == DONE) result = write_image_to(path, image, is_waiting, why);
-    if (result == DONE) clear_save_pending();
-    if (result == FAILED) set_save_pending(save_clock() + PAUSE);
-    if (!is_news(why)) why.text[0] = '\0';
-    log_refusal(why);
-    return result;
+Result save_and_report(const void *handle, bool is_waiting) {
+    clear_save_pending();  // before the snapshot: what is decided from now on may not be in it
+    SaveEnd end = save_store(handle, is_waiting);
+    if (end.result != DONE) set_save_pending(save_clock() + PAUSE);
+    if (end.read_error != 0) (void)report_reading(end.read_error);
+    if (!is_news(end.why)) end.why.text[0] = '\0';
+    log_refusal(end.why);
+    return end.result;
 }
 
 }  // namespace
@@ -117,7 +135,8 @@ bool is_pending_save_due() {
     return from != NEVER && save_clock() >= from;
 }
 
-void set_save_pending(uint64_t from) { pending_from.store(from, std::memory_order_relaxed); }
+// What was committed before it was set is in every snapshot that is taken after it was cleared.
+void set_save_pending(uint64_t from) { pending_from.exchange(from, std::memory_order_acq_rel); }
 void clear_save_pending() { set_save_pending(NEVER); }
 
 uint64_t save_clock() {
@@ -134,7 +153,7 @@ void save_by_itself(const void *handle) {
         set_save_pending(save_clock() + PAUSE);
         return;
     }
-    (void)save(handle, false);
+    (void)save_and_report(handle, false);
     pthread_mutex_unlock(&saving);
 }
 
@@ -152,5 +171,5 @@ extern "C" int32_t kora_save(void *handle) {
     using namespace kora;
     if (is_in_group() || !is_open(handle)) return REFUSED;
     const Lock lock(saving);
-    return save(handle, true);
+    return save_and_report(handle, true);
 }

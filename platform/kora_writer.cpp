@@ -79,8 +79,9 @@ int store_change(Place place, Bytes value) {
     return error != 0 ? error : note_effects(place);
 }
 
-// A save is due when something was decided since the last one and that one is long enough ago, whoever made it.
-int claim_save(bool &out_is_due) {
+// A save is due when something was decided since the last one and that one is long enough ago, whoever made it; else
+// `out_later` is when it will be.
+int claim_save(bool &out_is_due, uint64_t &out_later) {
     uint64_t last = 0;
     const uint64_t now = save_clock();
     Bytes stored = {};
@@ -89,14 +90,16 @@ int claim_save(bool &out_is_due) {
     if (error == 0 && stored.size == sizeof last) memcpy(&last, stored.data, sizeof last);
     out_is_due = error == MDB_NOTFOUND || now >= next_save(last, now);
     if (out_is_due) return put_key(writer.walk, SAVED_KEY, {&now, sizeof now});
-    set_save_pending(next_save(last, now));
+    out_later = next_save(last, now);
     return 0;
 }
 
 int commit(bool &out_is_save_due) {
     bool is_due = false;
+    uint64_t later = 0;
     int error = writer.error;
-    if (error == 0 && has_saved_copy() && (writer.is_decided || is_pending_save_due())) error = claim_save(is_due);
+    if (error == 0 && has_saved_copy() && (writer.is_decided || is_pending_save_due()))
+        error = claim_save(is_due, later);
     if (error != 0) {
         abort_transaction();
         return error;
@@ -109,6 +112,7 @@ int commit(bool &out_is_save_due) {
     error = mdb_txn_commit(writer.walk.txn);
     if (error == 0 && is_known) note_change_number(transaction, number + writer.is_counted);
     writer = Writer{};
+    if (error == 0 && later != 0) set_save_pending(later);  // not before: a save that runs would forget it
     out_is_save_due = error == 0 && is_due;
     return error;
 }

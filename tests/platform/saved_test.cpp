@@ -125,6 +125,25 @@ TEST_F(Saved, AtMostOnceInAMinuteWhoeverMakesTheChange) {
     EXPECT_EQ(name(), "fifth");
 }
 
+TEST_F(Saved, WhatIsDecidedWhileASaveRunsIsSavedToo) {
+    open();
+    faults::meanwhile = [&] { EXPECT_EQ(rename("meanwhile"), 0); };
+    faults::meanwhile_at = 's';
+    EXPECT_EQ(rename("first"), 0);
+    faults::seconds_later += 60;
+    EXPECT_EQ(set("any write"), 0);
+    lose_live_store();
+    open();
+    EXPECT_EQ(name(), "meanwhile");
+
+    faults::meanwhile = [&] { EXPECT_EQ(run_process([&] { return rename("newer") + kora_save(handle); }), 0); };
+    faults::meanwhile_at = 'd';
+    EXPECT_EQ(kora_save(handle), 0);
+    lose_live_store();
+    open();
+    EXPECT_EQ(name(), "newer") << "an older snapshot over it";
+}
+
 TEST_F(Saved, ACopyThatIsNotWholeIsSetAsideAndTheOneBeforeTried) {
     make_two_copies();
     std::string newer = last;

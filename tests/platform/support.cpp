@@ -34,9 +34,16 @@ int32_t write_any(void *handle, sarn::Field field, int32_t row, const Value &val
 
 namespace {
 
+void meet(char letter) {
+    if (faults::meanwhile_at != letter) return;
+    faults::meanwhile_at = '\0';
+    faults::meanwhile();
+}
+
 // -1 when this call is the one that fails.
 long forward(char letter, long number, long one = 0, long two = 0, long three = 0, long four = 0) {
     if (faults::trace != nullptr) *faults::trace += letter;
+    meet(letter);
     if (faults::calls_until > 0 && --faults::calls_until == 0) {
         faults::calls_until = -1;
         if (faults::is_killing) kill(getpid(), SIGKILL);
@@ -81,6 +88,11 @@ ssize_t write(int fd, const void *bytes, size_t size) {
     const ssize_t written = forward('w', SYS_write, fd, address(bytes), static_cast<long>(half));
     if (written > 0) faults::bytes_written += static_cast<size_t>(written);
     return written;
+}
+
+int mkdir(const char *name, mode_t mode) noexcept {
+    meet('d');
+    return static_cast<int>(syscall(SYS_mkdirat, AT_FDCWD, name, mode));
 }
 
 int fsync(int fd) { return static_cast<int>(forward('s', SYS_fsync, fd)); }

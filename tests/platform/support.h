@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 
@@ -36,6 +37,9 @@ inline std::atomic<int> calls_until{0};  // 0: none
 inline std::atomic<bool> is_killing{false};
 inline std::atomic<size_t> bytes_written{0};
 inline std::string *trace = nullptr;  // one letter for each call: open, chmod, write, sync, move
+// What happens just before the next call with this letter; d: a folder is entered.
+inline char meanwhile_at = '\0';
+inline std::function<void()> meanwhile;
 inline void arm(int call, bool kills) {
     is_killing = kills;
     calls_until = call;
