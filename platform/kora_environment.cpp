@@ -84,7 +84,9 @@ bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
     int fd = -1;
     MDB_env *lmdb = nullptr;
     Image image;
-    const Image *restored = find_what_to_restore(folder, image, out_why) ? &image : nullptr;
+    const Search search = find_what_to_restore(folder, image, out_why);
+    if (search == Search::OutOfReach) return false;  // the empty one would be saved over it
+    const Image *restored = search == Search::Found ? &image : nullptr;
     if (!append_suffix(path, ".new", file, out_why) || !make_fresh_file(folder, path, fd, out_why)) return false;
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
     if (error == 0) error = write_store(lmdb, restored);

@@ -95,7 +95,9 @@ FileName name_with(const StorePath &path, const char *suffix) {
 }
 
 bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error) {
-    return refuse(out_why, "%s %.300s: %s: %s", path.what, path.text, what, strerror(error));
+    refuse(out_why, "%s %.300s: %s: %s", path.what, path.text, what, strerror(error));
+    errno = error;
+    return false;
 }
 
 bool is_owner_trusted(const Folder &folder, const struct stat &file) {

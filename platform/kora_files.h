@@ -59,6 +59,7 @@ struct FileName {
 };
 FileName name_with(const StorePath &path, const char *suffix);
 
+// Leaves errno at `error`.
 bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error);
 
 inline constexpr mode_t FILE_MODE = 0660;

@@ -1,5 +1,6 @@
 #include "kora_save.h"
 
+#include <errno.h>
 #include <pthread.h>
 #include <string.h>
 #include <time.h>
@@ -11,7 +12,6 @@
 #include "kora_checksum.h"
 #include "kora_group.h"
 #include "kora_open.h"
-#include "kora_saved_files.h"
 #include "kora_transaction.h"
 
 namespace kora {
@@ -39,6 +39,8 @@ bool is_same_folder(const Folder &one, const Folder &other) {
     return fstat(one.fd, &first) == 0 && fstat(other.fd, &second) == 0 && first.st_dev == second.st_dev &&
            first.st_ino == second.st_ino;
 }
+
+bool is_absence(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG; }
 
 struct Save {
     StorePath path = {};
@@ -115,19 +117,22 @@ void choose_saved_copy(const StorePath &store_path, Refusal &out_why) {
 
 bool has_saved_copy() { return saved_path.text[0] != '\0'; }
 
-bool find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why) {
-    if (!has_saved_copy()) return false;
+Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why) {
+    if (!has_saved_copy()) return Search::Nothing;
+    if (!make_room(out_image)) {
+        refuse(out_why, "%s %.300s: no memory", saved_path.what, saved_path.text);
+        return Search::OutOfReach;
+    }
     Folder folder;
     Refusal why;
-    bool is_found = false;
-    if (!make_room(out_image)) {
-        refuse(why, "%s %.300s: no memory", saved_path.what, saved_path.text);
-    } else if (open_folder(saved_path, folder, why) &&
-               (is_same_folder(folder, store_folder) || lock_folder(saved_path, folder, true, why))) {
-        is_found = read_saved_copy(folder, saved_path, out_image, out_why);
+    if (!open_folder(saved_path, folder, why)) {
+        const bool is_absent = is_absence(errno);
+        if (!is_absent) refuse(out_why, "%.500s", why.text);
+        if (is_absent && is_news(why)) note(out_why, "%.500s", why.text);
+        return is_absent ? Search::Nothing : Search::OutOfReach;
     }
-    if (is_news(why)) note(out_why, "%.500s", why.text);
-    return is_found;
+    const bool is_locked = is_same_folder(folder, store_folder) || lock_folder(saved_path, folder, true, out_why);
+    return is_locked ? read_saved_copy(folder, saved_path, out_image, out_why) : Search::OutOfReach;
 }
 
 bool is_pending_save_due() {

@@ -4,6 +4,7 @@
 
 #include "kora_files.h"
 #include "kora_image.h"
+#include "kora_saved_files.h"
 
 namespace kora {
 
@@ -11,8 +12,8 @@ namespace kora {
 void choose_saved_copy(const StorePath &store_path, Refusal &out_why);
 bool has_saved_copy();
 
-// What a new store begins with; false when it begins empty. `store_folder` is the one that the caller holds locked.
-bool find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why);
+// What a new store begins with, and whether there is anything. `store_folder` is the one that the caller holds locked.
+Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why);
 
 // Something decided has changed, but the last save is not long ago: a write after `from` looks again.
 bool is_pending_save_due();

@@ -20,8 +20,7 @@ const char *reason_of(CopyState state) {
     switch (state) {
         case CopyState::Foreign: return "not a saved copy of this system";
         case CopyState::Newer: return "of a newer version";
-        case CopyState::Damaged: return "damaged";
-        default: return "cannot be read";
+        default: return "damaged";
     }
 }
 
@@ -50,13 +49,16 @@ CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     }
 }
 
+// errno says why one is unreadable.
 CopyState read_copy(const Folder &folder, const StorePath &path, const char *suffix, Image &out_image) {
     const FileName name = name_with(path, suffix);
     const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0 && errno == ENOENT) return CopyState::Absent;
-    if (fd < 0) return errno == ELOOP ? CopyState::Foreign : CopyState::Unreadable;
+    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::Foreign : CopyState::Unreadable;
     const CopyState state = read_open_copy(folder, fd, out_image);
+    const int error = errno;
     close(fd);
+    errno = error;
     return state;
 }
 
@@ -90,19 +92,18 @@ bool move(const Folder &folder, const StorePath &path, const char *from, const c
 
 }  // namespace
 
-bool read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
+Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
     for (const char *suffix : {LAST, BEFORE}) {
         const CopyState state = read_copy(folder, path, suffix, out_image);
-        if (state == CopyState::Whole) return true;
+        if (state == CopyState::Whole) return Search::Found;
         if (state == CopyState::Absent) continue;
-        if (state != CopyState::Unreadable) {
-            set_aside(folder, path, suffix, reason_of(state), out_why);
-        } else {
-            // Perhaps by this user alone: it stays where it is.
-            note(out_why, "%s %.300s%s: %s", path.what, path.text, suffix, reason_of(state));
+        if (state == CopyState::Unreadable) {
+            refuse(out_why, "%s %.300s%s: cannot be read: %s", path.what, path.text, suffix, strerror(errno));
+            return Search::OutOfReach;
         }
+        set_aside(folder, path, suffix, reason_of(state), out_why);
     }
-    return false;
+    return Search::Nothing;
 }
 
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {

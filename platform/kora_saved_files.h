@@ -7,8 +7,11 @@
 
 namespace kora {
 
+// A copy that cannot be reached now, perhaps by this user alone, may be whole: nothing is to be made in its place.
+enum class Search : uint8_t { Found, Nothing, OutOfReach };
+
 // The last whole copy. What is no copy is set aside, and the one before is tried. With the folder held locked.
-bool read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why);
+Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why);
 
 // Puts the image in the last copy's place, and that in the place of the one before. Writes nothing when the last copy
 // says the same about all that was decided. With the folder held locked.

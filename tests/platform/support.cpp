@@ -78,6 +78,7 @@ int openat(int folder, const char *name, int flags, ...) {
     va_start(values, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : 0;
     va_end(values);
+    if ((flags & O_ACCMODE) == O_RDONLY && (errno = faults::read_error) != 0) return -1;
     if ((flags & O_CREAT) == 0) return static_cast<int>(syscall(SYS_openat, folder, name, flags, mode));
     return static_cast<int>(forward('o', SYS_openat, folder, address(name), flags, mode));
 }

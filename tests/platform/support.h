@@ -35,6 +35,7 @@ inline long page_size = 0;  // 0: the machine's own
 inline std::atomic<int64_t> seconds_later{0};
 inline std::atomic<int> calls_until{0};  // 0: none
 inline std::atomic<bool> is_killing{false};
+inline int read_error = 0;  // of opening a file to read it; 0: none
 inline std::atomic<size_t> bytes_written{0};
 inline std::string *trace = nullptr;  // one letter for each call: open, chmod, write, sync, move
 // What happens just before the next call with this letter; d: a folder is entered.
