@@ -1,5 +1,6 @@
 #include "kora_environment.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <string.h>
 #include <sys/random.h>
@@ -78,15 +79,11 @@ int write_store(MDB_env *lmdb, const Image *restored) {
     return error;
 }
 
-// Under another name and then moved, so that whoever is killed here leaves no half store behind.
-bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
+// Under another name and then moved, so that whoever is killed here leaves no half store behind. errno says why not.
+bool make_fresh_store(const Folder &folder, const StorePath &path, const Image *restored, Refusal &out_why) {
     char file[PATH_MAX];
     int fd = -1;
     MDB_env *lmdb = nullptr;
-    Image image;
-    const Search search = find_what_to_restore(folder, image, out_why);
-    if (search == Search::OutOfReach) return false;  // the empty one would be saved over it
-    const Image *restored = search == Search::Found ? &image : nullptr;
     if (!append_suffix(path, ".new", file, out_why) || !make_fresh_file(folder, path, fd, out_why)) return false;
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
     if (error == 0) error = write_store(lmdb, restored);
@@ -94,9 +91,22 @@ bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
     const bool is_made = error == 0
                              ? publish_fresh_file(folder, path, fd, out_why)
                              : refuse(out_why, "store %.300s: cannot be made: %s", path.text, mdb_strerror(error));
+    if (error == 0) error = errno;
     close(fd);
     if (!is_made) drop_fresh_file(folder, path);
+    errno = error;
     return is_made;
+}
+
+bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {
+    Image image;
+    const Search search = find_what_to_restore(folder, image, out_why);
+    if (search == Search::OutOfReach) return false;  // the empty one would be saved over it
+    const Image *restored = search == Search::Found ? &image : nullptr;
+    if (make_fresh_store(folder, path, restored, out_why)) return true;
+    if (errno != ENOSPC || !drop_set_aside(folder, path, out_why)) return false;
+    out_why.text[0] = '\0';
+    return make_fresh_store(folder, path, restored, out_why);
 }
 
 // As LMDB compares them itself, but without a call of memcmp for each of the dozen keys that a search meets.

@@ -121,6 +121,13 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
     return true;
 }
 
+bool drop_set_aside(const Folder &folder, const StorePath &path, Refusal &out_why) {
+    const FileName aside = name_with(path, "~");
+    if (unlinkat(folder.fd, aside.text, 0) != 0) return false;
+    note(out_why, "store %.300s: no room beside %.100s, which is removed", path.text, aside.text);
+    return true;
+}
+
 bool read_store_path(StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_STORE");
     return read_path(is_named(named) ? named : KORA_DEFAULT_STORE, "store", out_path, out_why);
@@ -226,6 +233,18 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
     return refuse(out_why, "store %.300s: another copy of this library has it open in process %d", path.text, getpid());
 }
 
+namespace {
+
+bool reserve_lock_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
+    if (reserve(fd, LOCK_SIZE)) return true;
+    const int error = errno;
+    if (error == ENOSPC && drop_set_aside(folder, path, out_why)) return reserve(fd, LOCK_SIZE);
+    errno = error;
+    return false;
+}
+
+}  // namespace
+
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why) {
     const FileName name = name_with(path, LOCK_SUFFIX);
     if (is_shared) {
@@ -240,7 +259,7 @@ bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shar
     }
     const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     // LMDB writes this file through its mapping, where a full file system would end the process.
-    const bool is_made = fd >= 0 && reserve(fd, LOCK_SIZE);
+    const bool is_made = fd >= 0 && reserve_lock_file(folder, path, fd, out_why);
     if (!is_made) refuse_for(path, out_why, "its lock file cannot be made", errno);
     if (fd >= 0) close(fd);
     return is_made;

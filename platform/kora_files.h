@@ -53,6 +53,9 @@ bool is_owner_trusted(const Folder &folder, const struct stat &file);
 // Moves the file to its name with "~" behind and notes why.
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why);
 
+// Gives the room of the store that was set aside to a new one; false when there was none.
+bool drop_set_aside(const Folder &folder, const StorePath &path, Refusal &out_why);
+
 // A file's name with a suffix. Fits: the paths were read with room for every suffix.
 struct FileName {
     char text[NAME_MAX + 1];

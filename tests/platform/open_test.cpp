@@ -312,6 +312,11 @@ TEST_F(Open, AFullFileSystemIsFoundHere) {
             EXPECT_NE(refusal().find("No space left"), std::string::npos) << size;
             EXPECT_FALSE(std::filesystem::exists(path + ".new")) << size;
         }
+        if (mount("none", folder.c_str(), "tmpfs", 0, "size=12m") != 0) return 4;
+        make_store();
+        put({static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0}, "six by");
+        open();
+        EXPECT_EQ(text(), "kept") << "no room beside the one that was set aside";
         return HasFailure() ? 1 : 0;
     });
     if (result == NOT_ALLOWED) GTEST_SKIP() << "only who may mount can make a file system";
