@@ -9,6 +9,7 @@
 
 #include "kora_check.h"
 #include "kora_format.h"
+#include "kora_lock_file.h"
 #include "kora_save.h"
 #include "kora_walk.h"
 

@@ -17,12 +17,8 @@ namespace kora {
 namespace {
 
 constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
-constexpr char LOCK_SUFFIX[] = "-lock";
 constexpr char FRESH_SUFFIX[] = ".new";
 constexpr mode_t FOLDER_MODE = 0750;
-
-// 1,022 readers: LMDB takes as many as the file has room for. A killed reader keeps its place until it is looked for.
-constexpr off_t LOCK_SIZE = off_t{64} << 10;
 
 // Opening takes the others about a millisecond; a process that was stopped there must not hold up all for good.
 constexpr int FOLDER_TRIES = 5000;
@@ -50,12 +46,6 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
 bool is_suffixed(const StorePath &path, const char *suffix, const StorePath &whole) {
     const size_t length = strlen(path.text);
     return strncmp(whole.text, path.text, length) == 0 && strcmp(whole.text + length, suffix) == 0;
-}
-
-bool is_usable_lock_file(const Folder &folder, const FileName &name) {
-    struct stat status;
-    return fstatat(folder.fd, name.text, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
-           status.st_size >= LOCK_SIZE;
 }
 
 }  // namespace
@@ -214,55 +204,6 @@ bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Ref
 
 void drop_fresh_file(const Folder &folder, const StorePath &path) {
     unlinkat(folder.fd, name_with(path, FRESH_SUFFIX).text, 0);
-}
-
-bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why) {
-    struct flock others = {};
-    others.l_type = F_WRLCK;
-    others.l_whence = SEEK_SET;
-    if (fcntl(fd, F_OFD_GETLK, &others) != 0) return refuse_for(path, out_why, "cannot be locked", errno);
-    out_is_shared = others.l_type != F_UNLCK;
-
-    struct flock own = {};
-    own.l_type = F_WRLCK;
-    own.l_whence = SEEK_SET;
-    own.l_start = getpid();
-    own.l_len = 1;
-    if (fcntl(fd, F_OFD_SETLK, &own) == 0) return true;
-    if (errno != EAGAIN && errno != EACCES) return refuse_for(path, out_why, "cannot be locked", errno);
-    return refuse(out_why, "store %.300s: another copy of this library has it open in process %d", path.text, getpid());
-}
-
-namespace {
-
-bool reserve_lock_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
-    if (reserve(fd, LOCK_SIZE)) return true;
-    const int error = errno;
-    if (error == ENOSPC && drop_set_aside(folder, path, out_why)) return reserve(fd, LOCK_SIZE);
-    errno = error;
-    return false;
-}
-
-}  // namespace
-
-bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why) {
-    const FileName name = name_with(path, LOCK_SUFFIX);
-    if (is_shared) {
-        // A new one would keep this process and the others apart, and each would overwrite the other's pages.
-        return is_usable_lock_file(folder, name) ||
-               refuse(out_why, "store %.300s: others use it, and its lock file is gone or damaged", path.text);
-    }
-    if (unlinkat(folder.fd, name.text, 0) != 0 && errno != ENOENT) {
-        const int error = errno;
-        // A member of the group may write the file but not its folder.
-        return is_usable_lock_file(folder, name) || refuse_for(path, out_why, "its lock file cannot be made", error);
-    }
-    const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    // LMDB writes this file through its mapping, where a full file system would end the process.
-    const bool is_made = fd >= 0 && reserve_lock_file(folder, path, fd, out_why);
-    if (!is_made) refuse_for(path, out_why, "its lock file cannot be made", errno);
-    if (fd >= 0) close(fd);
-    return is_made;
 }
 
 }  // namespace kora

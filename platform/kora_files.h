@@ -95,14 +95,6 @@ bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Ref
 
 void drop_fresh_file(const Folder &folder, const StorePath &path);
 
-// Tells other processes, through a lock on the store's file that ends with this process, that it is in use here. Asks
-// at the same time whether anyone else uses it. Refused when this process uses it already, through another copy of
-// this library: two would undo each other's locks.
-bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why);
-
-// The lock file, with room for every reader; made anew by the first user, whatever lies there.
-bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
-
 }  // namespace kora
 
 #endif
