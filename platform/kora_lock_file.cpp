@@ -17,7 +17,20 @@ constexpr off_t LOCK_SIZE = off_t{64} << 10;
 bool is_usable_lock_file(const Folder &folder, const FileName &name) {
     struct stat status;
     return fstatat(folder.fd, name.text, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
-           status.st_size >= LOCK_SIZE;
+           status.st_size >= LOCK_SIZE && is_owner_trusted(folder, status);
+}
+
+// By those who still have another store open that lay here: each would take the other's readers for its own. To be
+// asked only while this process has none open, since it gives up all its locks of the file.
+bool is_lock_file_held(const Folder &folder, const FileName &name) {
+    const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct flock others = {};
+    others.l_type = F_WRLCK;
+    others.l_whence = SEEK_SET;
+    const bool is_held = fcntl(fd, F_GETLK, &others) == 0 && others.l_type != F_UNLCK;
+    close(fd);
+    return is_held;
 }
 
 bool reserve_lock_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
@@ -52,12 +65,15 @@ bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shar
     if (is_shared) {
         // A new one would keep this process and the others apart, and each would overwrite the other's pages.
         return is_usable_lock_file(folder, name) ||
-               refuse(out_why, "store %.300s: others use it, and its lock file is gone or damaged", path.text);
+               refuse(out_why, "store %.300s: others use it, and its lock file is gone, damaged or another user's",
+                      path.text);
     }
     if (unlinkat(folder.fd, name.text, 0) != 0 && errno != ENOENT) {
         const int error = errno;
         // A member of the group may write the file but not its folder.
-        return is_usable_lock_file(folder, name) || refuse_for(path, out_why, "its lock file cannot be made", error);
+        if (!is_usable_lock_file(folder, name)) return refuse_for(path, out_why, "its lock file cannot be made", error);
+        return !is_lock_file_held(folder, name) ||
+               refuse(out_why, "store %.300s: others use its lock file for another store", path.text);
     }
     const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     // LMDB writes this file through its mapping, where a full file system would end the process.

@@ -325,6 +325,10 @@ TEST_F(Open, AFullFileSystemIsFoundHere) {
 
 TEST_F(Open, ALockFileThatOthersUseIsNotReplaced) {
     open();
+    if (geteuid() == 0) {
+        ASSERT_TRUE(chmod(folder.c_str(), 01777) == 0 && chown((path + "-lock").c_str(), 4321, 4321) == 0);
+        EXPECT_EQ(run_process([&] { return refusal().find("its lock file") != std::string::npos ? 0 : 1; }), 0);
+    }
     ASSERT_EQ(unlink((path + "-lock").c_str()), 0);
     EXPECT_EQ(run_process([&] { return refusal().find("its lock file is gone") != std::string::npos ? 0 : 1; }), 0);
     EXPECT_EQ(kora_destroy(handle), 0);
