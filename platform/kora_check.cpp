@@ -110,7 +110,7 @@ bool find_overflow(TreeWalk &walk, const uint8_t *at, Bytes &value) {
         if (first > walk.file.last_page || !take_page(walk.file, first + i)) return false;
     }
     const auto header = read_struct<PageHeader>(page_at(walk.file, first));
-    const uint32_t pages = header.lower | static_cast<uint32_t>(header.upper) << 16;
+    const auto pages = read_struct<uint32_t>(page_at(walk.file, first) + offsetof(PageHeader, lower));
     if (header.number != first || (header.flags & KIND) != OVERFLOW || pages != count) return false;
     walk.overflow_pages += count;
     value.data = page_at(walk.file, first) + HEADER_SIZE;
@@ -119,7 +119,7 @@ bool find_overflow(TreeWalk &walk, const uint8_t *at, Bytes &value) {
 
 bool check_leaf_node(TreeWalk &walk, const Node &node, const uint8_t *key, size_t room) {
     const bool is_in_overflow = node.flags == IN_OVERFLOW;
-    Bytes value = {key + node.key_size, node.low | static_cast<size_t>(node.high) << 16};
+    Bytes value = {key + node.key_size, node.number};
     if (node.key_size != walk.key_size || (node.flags != 0 && !is_in_overflow)) return false;
     if (room < node.key_size || room - node.key_size < (is_in_overflow ? sizeof(size_t) : value.size)) return false;
     if (is_in_overflow && (walk.key_size != sizeof(size_t) || !find_overflow(walk, key + node.key_size, value)))
@@ -133,7 +133,7 @@ bool check_page(TreeWalk &walk, size_t number, uint16_t depth);
 // The first key of a branch is never looked at.
 bool check_branch_node(TreeWalk &walk, const Node &node, const uint8_t *key, size_t room, bool is_first,
                        uint16_t depth) {
-    size_t child = node.low | static_cast<size_t>(node.high) << 16;
+    size_t child = node.number;
     if constexpr (sizeof(size_t) > sizeof(uint32_t)) child |= static_cast<size_t>(node.flags) << 32;
     if (room < node.key_size) return false;
     if (!is_first && (node.key_size != walk.key_size || !raise_least_key(walk, key, false))) return false;

@@ -19,7 +19,7 @@ struct PageHeader {
     size_t number;
     uint16_t unused;
     uint16_t flags;
-    uint16_t lower;  // of an overflow page: with `upper`, how many pages
+    uint16_t lower;  // of an overflow page: with `upper`, a number of 32 bits, how many pages
     uint16_t upper;
 };
 inline constexpr size_t HEADER_SIZE = offsetof(PageHeader, upper) + sizeof(uint16_t);
@@ -48,9 +48,8 @@ struct Meta {
 
 // Followed by the key; in a leaf then by the value, or by the number of the first overflow page.
 struct Node {
-    uint16_t low;
-    uint16_t high;
-    uint16_t flags;
+    uint32_t number;  // of a leaf: the value's size; of a branch: the lowest 32 bits of the child's page
+    uint16_t flags;   // of a branch: the bits above them
     uint16_t key_size;
 };
 enum NodeFlag : uint16_t { IN_OVERFLOW = 0x01 };
