@@ -16,8 +16,16 @@ Writer writer;
 
 namespace {
 
-void tell_who_writes(int32_t process) {
-    if (environment.writing_process != nullptr) environment.writing_process->store(process, std::memory_order_relaxed);
+void tell_who_writes() {
+    if (environment.writing_process == nullptr) return;
+    environment.writing_process->store(environment.process, std::memory_order_relaxed);
+}
+
+// Once nobody waits for this process any more; the next may have told already.
+void tell_that_writing_is_over() {
+    int32_t told = environment.process;
+    if (environment.writing_process == nullptr) return;
+    environment.writing_process->compare_exchange_strong(told, 0, std::memory_order_relaxed);
 }
 
 int begin_transaction() {
@@ -26,16 +34,16 @@ int begin_transaction() {
     MDB_txn *txn = nullptr;
     const int error = mdb_txn_begin(environment.lmdb, nullptr, 0, &txn);
     if (error != 0) return error;
-    tell_who_writes(environment.process);
+    tell_who_writes();
     begin_walk(writer.walk, txn, environment.values);
     writer.is_limited = !has_room(environment, txn);
     return 0;
 }
 
 void abort_transaction() {
-    tell_who_writes(0);
     close_walk(writer.walk);
     mdb_txn_abort(writer.walk.txn);
+    tell_that_writing_is_over();
     writer = Writer{};
 }
 
@@ -104,12 +112,12 @@ int commit(bool &out_is_save_due) {
         abort_transaction();
         return error;
     }
-    tell_who_writes(0);
     close_walk(writer.walk);
     const size_t transaction = mdb_txn_id(writer.walk.txn);
     uint64_t number = 0;
     const bool is_known = is_change_number_known(transaction - 1, number);
     error = mdb_txn_commit(writer.walk.txn);
+    tell_that_writing_is_over();
     if (error == 0 && is_known) note_change_number(transaction, number + writer.is_counted);
     writer = Writer{};
     if (error == 0 && later != 0) set_save_pending(later);  // not before: a save that runs would forget it
