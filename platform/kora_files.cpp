@@ -50,8 +50,11 @@ bool is_suffixed(const StorePath &path, const char *suffix, const StorePath &who
 
 }  // namespace
 
+// Unlocked by itself: a process that was forked off meanwhile may have a copy of the descriptor.
 Folder::~Folder() {
-    if (fd >= 0) close(fd);
+    if (fd < 0) return;
+    flock(fd, LOCK_UN);
+    close(fd);
 }
 
 // A member of the group may not change the rights of a file that another user made, and need not.
