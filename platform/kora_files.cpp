@@ -59,8 +59,11 @@ Folder::~Folder() {
 
 // A member of the group may not change the rights of a file that another user made, and need not.
 bool reserve(int fd, off_t size) {
+    constexpr int TRIES = 100;
     (void)fchmod(fd, FILE_MODE);
-    return (errno = posix_fallocate(fd, 0, size)) == 0;
+    errno = EINTR;
+    for (int i = 0; i < TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
+    return errno == 0;
 }
 
 StandardDescriptors::StandardDescriptors() {
