@@ -1,5 +1,6 @@
 #include "kora_open.h"
 
+#include <errno.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -97,11 +98,12 @@ bool is_look_due() {
     return last.load(std::memory_order_relaxed) != tick && last.exchange(tick, std::memory_order_relaxed) != tick;
 }
 
-// With a reader or `opening` held.
+// With a reader or `opening` held. A name that cannot be looked up for a moment tells nothing.
 bool is_in_place() {
     struct stat named;
-    return environment.lmdb == nullptr || (stat(store_path.text, &named) == 0 && named.st_dev == environment.device &&
-                                           named.st_ino == environment.inode);
+    if (environment.lmdb == nullptr) return true;
+    if (stat(store_path.text, &named) != 0) return errno != ENOENT && errno != ENOTDIR;
+    return named.st_dev == environment.device && named.st_ino == environment.inode;
 }
 
 bool is_replaced(const void *handle) {
@@ -157,13 +159,16 @@ bool is_usable() {
 
 void look_after_file(const void *handle) {
     if (!is_look_due() || !is_replaced(handle)) return;
-    Refusal why;
+    Refusal found, why;
     {
         const Lock lock(opening);
         if (handle_count == 0 || is_in_place()) return;
-        note(why, "store %.300s: removed or replaced while it was open; opened again", store_path.text);
-        if (!open_store(why)) is_failure_logged.store(true, std::memory_order_relaxed);
+        const bool is_opened = open_store(why);
+        const char *outcome = is_opened ? "; opened again" : "";
+        note(found, "store %.300s: removed or replaced while it was open%s", store_path.text, outcome);
+        if (!is_opened) is_failure_logged.store(true, std::memory_order_relaxed);
     }
+    log_refusal(found);
     log_refusal(why);
 }
 

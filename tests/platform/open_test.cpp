@@ -266,6 +266,7 @@ TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
     ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
     const std::string log = log_until_changed(true);
     EXPECT_NE(log.find("cannot be opened"), std::string::npos) << log;
+    EXPECT_EQ(log.find("opened again"), std::string::npos) << log;
     EXPECT_NE(set("nowhere"), 0);
     ASSERT_EQ(rmdir(path.c_str()), 0);
     EXPECT_EQ(set("works again"), 0);
