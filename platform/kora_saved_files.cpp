@@ -90,6 +90,11 @@ bool move(const Folder &folder, const StorePath &path, const char *from, const c
            refuse_for(path, out_why, "cannot be put in its place", errno);
 }
 
+// Some file systems have no such thing.
+bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) {
+    return fsync(folder.fd) == 0 || errno == EINVAL || refuse_for(path, out_why, "its folder cannot be synced", errno);
+}
+
 }  // namespace
 
 Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
@@ -109,15 +114,15 @@ Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_i
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
     Image last;
     const CopyState state = read_copy(folder, path, LAST, last);
-    if (state == CopyState::Whole && digest_of(last) == digest_of(image)) return true;
+    if (state == CopyState::Whole && digest_of(last) == digest_of(image))
+        return sync_folder(folder, path, out_why);  // it may have been cut off before it came so far
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
     // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
     const bool is_kept = state == CopyState::Whole || state == CopyState::Unreadable;
     if (is_kept && !move(folder, path, LAST, BEFORE, out_why)) return false;
     if (!is_kept && state != CopyState::Absent) set_aside(folder, path, LAST, reason_of(state), out_why);
     if (!move(folder, path, FRESH, LAST, out_why)) return false;
-    // Some file systems have no such thing as syncing a folder.
-    return fsync(folder.fd) == 0 || errno == EINVAL || refuse_for(path, out_why, "its folder cannot be synced", errno);
+    return sync_folder(folder, path, out_why);
 }
 
 }  // namespace kora
