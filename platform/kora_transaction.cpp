@@ -1,6 +1,5 @@
 #include "kora_transaction.h"
 
-#include <errno.h>
 #include <string.h>
 
 #include "kora.h"
@@ -78,9 +77,11 @@ Result write_value(const void *handle, Place place, Bytes value) {
 extern "C" int32_t kora_writing_process(void *handle, int32_t *process) {
     using namespace kora;
     if (process == nullptr) return REFUSED;
-    return read_store(handle, [&](Walk &) {
-        if (environment.writing_process == nullptr) return ENOENT;
-        *process = environment.writing_process->load(std::memory_order_relaxed);
+    bool is_known = false;
+    const Result result = read_store(handle, [&](Walk &) {
+        is_known = environment.writing_process != nullptr;
+        if (is_known) *process = environment.writing_process->load(std::memory_order_relaxed);
         return 0;
     });
+    return result == DONE && !is_known ? FAILED : result;
 }

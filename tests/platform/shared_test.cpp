@@ -165,6 +165,10 @@ TEST_F(Shared, AStoppedWriterIsNamedAndKeepsNoReaderWaiting) {
     EXPECT_EQ(kora_writing_process(handle, &process), 0);
     EXPECT_EQ(process, 0);
     EXPECT_NE(kora_writing_process(handle, nullptr), 0);
+    use(path + ".other");
+    ASSERT_EQ(kora_destroy(handle) + mkdir((path + "-writer").c_str(), 0700), 0);
+    open();
+    EXPECT_EQ(log_of([&] { EXPECT_NE(kora_writing_process(handle, &process), 0); }), "");
 }
 
 }  // namespace
