@@ -53,9 +53,10 @@ Result end_writing_group(const Group &ended, bool is_kept) {
     const WriteEnd end = end_writing(is_kept);
     pthread_mutex_unlock(&writing);
     (void)report_reading(ended.read_error);
-    const Result result = report_writing(end);
+    // Given up without an error, it says nothing about the next.
+    const Result result = is_kept || end.error != 0 ? report_writing(end) : DONE;
     if (end.is_save_due) save_by_itself(ended.handle);
-    return result;
+    return is_kept ? result : DONE;
 }
 
 }  // namespace

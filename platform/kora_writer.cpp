@@ -161,6 +161,7 @@ WriteEnd end_writing(bool is_kept) {
     if (is_kept && (writer.has_changed || writer.error != 0)) {
         end.error = commit(end.is_save_due);
     } else {
+        end.error = writer.error;
         abort_transaction();
     }
     return end;

@@ -26,7 +26,7 @@ int begin_writing();
 int change_value(Place place, Bytes value);
 
 struct WriteEnd {
-    int error = 0;
+    int error = 0;  // of what was to be kept, or made the caller drop it
     bool is_save_due = false;
     bool is_limited = false;  // a success that does not mean that others would succeed
 };

@@ -137,6 +137,23 @@ TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     EXPECT_EQ(std::filesystem::file_size(path), static_cast<uintmax_t>(STORE_SIZE));
 }
 
+TEST_F(Shared, AGroupThatIsGivenUpForAFailedWriteSaysSoOnce) {
+    open();
+    const pid_t reader = start_stopped_reader(1);
+    const auto write_group = [&](int row) {
+        const bool is_written = kora_begin(handle, KORA_WRITING) == 0 && set(std::to_string(row), "DeviceOS", row) == 0;
+        EXPECT_EQ(kora_end(handle, is_written), 0);
+        return is_written;
+    };
+    const std::string log = log_of([&] {
+        for (int i = 0; i < FILL_LIMIT && write_group(i % 256); ++i) EXPECT_EQ(set("", "DeviceOS", i % 256), 0);
+        EXPECT_FALSE(write_group(0));
+    });
+    EXPECT_NE(log.find("cannot write the store: it is full"), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
+    kill_process(reader);
+}
+
 TEST_F(Shared, KilledReadersDoNotLockOthersOut) {
     open();
     const pid_t hog = start_stopped_reader(FILL_LIMIT);
