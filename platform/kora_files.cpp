@@ -44,8 +44,49 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
 }
 
 bool is_suffixed(const StorePath &path, const char *suffix, const StorePath &whole) {
-    const size_t length = strlen(path.text);
-    return strncmp(whole.text, path.text, length) == 0 && strcmp(whole.text + length, suffix) == 0;
+    const size_t length = strlen(path.file_name());
+    return strncmp(whole.file_name(), path.file_name(), length) == 0 && strcmp(whole.file_name() + length, suffix) == 0;
+}
+
+struct FolderName {
+    char text[PATH_MAX] = "/";
+};
+
+FolderName folder_name(const StorePath &path) {
+    FolderName name;
+    const int length = static_cast<int>(path.folder_length);
+    if (length > 0) snprintf(name.text, sizeof name.text, "%.*s", length, path.text);
+    return name;
+}
+
+// In one folder, however it is spelled.
+bool is_beside(const StorePath &one, const StorePath &other) {
+    struct stat first, second;
+    return stat(folder_name(one).text, &first) == 0 && stat(folder_name(other).text, &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+bool is_default_store(const StorePath &path) {
+    StorePath usual;
+    Refusal ignored;
+    return read_path(KORA_DEFAULT_STORE, path.what, usual, ignored) && is_suffixed(usual, "", path) &&
+           is_beside(usual, path);
+}
+
+bool would_overwrite(const StorePath &saved, const StorePath &store) {
+    if (!is_beside(saved, store)) return false;
+    for (const char *suffix : {"", ".new", "~", ".1", ".1~", "-lock", "-writer"}) {
+        if (is_suffixed(store, suffix, saved) || is_suffixed(saved, suffix, store)) return true;
+    }
+    return false;
+}
+
+// Folders that are compared must be there, and whoever comes first after a restart finds none.
+void make_folder(const StorePath &path) {
+    const StandardDescriptors none_of_these;
+    Folder folder;
+    Refusal ignored;
+    open_folder(path, folder, ignored);
 }
 
 }  // namespace
@@ -131,18 +172,13 @@ bool read_store_path(StorePath &out_path, Refusal &out_why) {
 
 bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why) {
     const char *named = secure_getenv("KORA_SAVE");
-    const char *store = secure_getenv("KORA_STORE");
+    make_folder(store_path);
     // A store elsewhere is another list of devices, which must neither take over the router's nor replace it.
-    const bool is_default_store = !is_named(store) || strcmp(store, KORA_DEFAULT_STORE) == 0;
-    if (named == nullptr && is_default_store) named = DEFAULT_SAVED_COPY;
+    if (named == nullptr && is_default_store(store_path)) named = DEFAULT_SAVED_COPY;
     out_path.text[0] = '\0';
     if (!is_named(named) || !read_path(named, "saved copy", out_path, out_why)) return false;
-    for (const char *suffix : {"", ".new", "~", ".1", ".1~", "-lock", "-writer"}) {
-        if (is_suffixed(store_path, suffix, out_path) || is_suffixed(out_path, suffix, store_path)) {
-            return refuse(out_why, "saved copy %.300s: would overwrite the store", out_path.text);
-        }
-    }
-    return true;
+    return !would_overwrite(out_path, store_path) ||
+           refuse(out_why, "saved copy %.300s: would overwrite the store", out_path.text);
 }
 
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {
@@ -151,10 +187,9 @@ bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[P
 }
 
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
-    char name[PATH_MAX] = "/";
-    if (path.folder_length > 0) snprintf(name, sizeof name, "%.*s", static_cast<int>(path.folder_length), path.text);
-    const bool is_made = mkdir(name, FOLDER_MODE) == 0;
-    out_folder.fd = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const FolderName name = folder_name(path);
+    const bool is_made = mkdir(name.text, FOLDER_MODE) == 0;
+    out_folder.fd = open(name.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (out_folder.fd < 0) return refuse_for(path, out_why, "its folder cannot be opened", errno);
     if (is_made && fchmod(out_folder.fd, FOLDER_MODE) != 0) return refuse_for(path, out_why, "its folder", errno);
     return true;

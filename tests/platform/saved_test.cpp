@@ -1,3 +1,6 @@
+#include <sched.h>
+#include <sys/mount.h>
+
 #include <functional>
 #include <set>
 
@@ -311,6 +314,22 @@ TEST_F(Saved, ADayOfStatesAndTenEditsIsTenSaves) {
            saves);
 }
 
+TEST_F(Saved, TheDefaultStoreHasTheDefaultCopyHoweverItIsSpelled) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make a file system";
+    EXPECT_EQ(run_process([&] {
+                  if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+                      return 2;
+                  for (const char *empty : {"/run", "/var/lib"})
+                      if (mount("none", empty, "tmpfs", 0, nullptr) != 0) return 3;
+                  std::filesystem::create_directory_symlink("/run", folder + "/run");
+                  use(folder + "/run/kora/store.mdb");
+                  unsetenv("KORA_SAVE");
+                  open();
+                  return kora_save(handle);
+              }),
+              0);
+}
+
 TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
     const auto change = [&] { return kora_set_bool(handle, "FeatureCfg", 0, "ACLEnable", 1); };
     setenv("KORA_SAVE", (folder + "/none/none/saved").c_str(), 1);
@@ -324,7 +343,9 @@ TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
     lose_live_store();
     std::string said;
     use(folder + "/store~");
-    for (const std::string &taken : {path, path + "-lock", path + ".new", folder + "/store", folder + "/"}) {
+    const std::string linked = folder + "/link/store";
+    std::filesystem::create_directory_symlink(".", folder + "/link");
+    for (const std::string &taken : {path, path + "-lock", path + ".new", folder + "/store", linked, folder + "/"}) {
         setenv("KORA_SAVE", taken.c_str(), 1);
         EXPECT_NE(opening_log(), "") << taken;
         said += log_of([&] { EXPECT_NE(kora_save(handle), 0) << taken; });
