@@ -35,7 +35,8 @@ enum { KORA_TEXT_MAX = 256 };
  * of the machine: who comes first and finds none, one from before the last restart, or a damaged one (set aside with
  * "~" behind its name) makes a new one from the saved copy. That is the file that KORA_SAVE names (default
  * "/var/lib/kora/saved" for the default store; none for another store, or where KORA_SAVE is empty). A copy that is
- * damaged, foreign or of a newer version is set aside, and the one before it is tried.
+ * damaged, foreign or of a newer version is set aside, and the one before it is tried. Where one is there but cannot be
+ * reached now, the store is refused, since an empty list would be saved over it; the next call tries again.
  * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
  * later, and opened again.
  * Returns a handle, or null with a line in the log when the store is not to be had.
@@ -102,8 +103,9 @@ int32_t kora_changes(void *handle, uint64_t *number);
  * stays as the one before (".1"). Writes nothing when the copy says the same about all that a person or the router
  * decided: which devices there are, their custom names, types, models and brands, allow or block, the two feature
  * switches. A change of these also saves by itself, at most once in a minute, all processes counted together; what
- * changes within that minute is saved by the next write after it, or by this call. Returns non-zero when there is no
- * whole copy of now on the disk, with a line in the log.
+ * changes within that minute is saved by the next write of the same process after it, or by this call, which may be made
+ * at any time. Returns non-zero when there is no whole copy of now on the disk, with a line in the log, unless the last
+ * save of this process failed with the same one.
  */
 int32_t kora_save(void *handle);
 
