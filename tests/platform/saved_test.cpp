@@ -1,6 +1,3 @@
-#include <sched.h>
-#include <sys/mount.h>
-
 #include <functional>
 #include <set>
 
@@ -312,22 +309,6 @@ TEST_F(Saved, ADayOfStatesAndTenEditsIsTenSaves) {
     EXPECT_EQ(saves, EDITS);
     printf("256 devices, %d minutes, %d edits: %zu bytes in %d saves\n", MINUTES, EDITS, faults::bytes_written.load(),
            saves);
-}
-
-TEST_F(Saved, TheDefaultStoreHasTheDefaultCopyHoweverItIsSpelled) {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can make a file system";
-    EXPECT_EQ(run_process([&] {
-                  if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-                      return 2;
-                  for (const char *empty : {"/run", "/var/lib"})
-                      if (mount("none", empty, "tmpfs", 0, nullptr) != 0) return 3;
-                  std::filesystem::create_directory_symlink("/run", folder + "/run");
-                  use(folder + "/run/kora/store.mdb");
-                  unsetenv("KORA_SAVE");
-                  open();
-                  return kora_save(handle);
-              }),
-              0);
 }
 
 TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {

@@ -137,20 +137,17 @@ TEST_F(Shared, AFullStoreKeepsWhatItHeldAndRecovers) {
     EXPECT_EQ(std::filesystem::file_size(path), static_cast<uintmax_t>(STORE_SIZE));
 }
 
-TEST_F(Shared, AGroupThatIsGivenUpForAFailedWriteSaysSoOnce) {
+TEST_F(Shared, AGroupThatIsGivenUpForAFailedWriteSaysSo) {
     open();
     const pid_t reader = start_stopped_reader(1);
-    const auto write_group = [&](int row) {
-        const bool is_written = kora_begin(handle, KORA_WRITING) == 0 && set(std::to_string(row), "DeviceOS", row) == 0;
-        EXPECT_EQ(kora_end(handle, is_written), 0);
-        return is_written;
-    };
+    bool is_written = true;
     const std::string log = log_of([&] {
-        for (int i = 0; i < FILL_LIMIT && write_group(i % 256); ++i) EXPECT_EQ(set("", "DeviceOS", i % 256), 0);
-        EXPECT_FALSE(write_group(0));
+        for (int i = 0; i < FILL_LIMIT && is_written; ++i) {
+            is_written = kora_begin(handle, KORA_WRITING) == 0 && set(std::to_string(i)) == 0;
+            EXPECT_EQ(kora_end(handle, is_written), 0);
+        }
     });
     EXPECT_NE(log.find("cannot write the store: it is full"), std::string::npos) << log;
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
     kill_process(reader);
 }
 
@@ -182,10 +179,9 @@ TEST_F(Shared, AStoppedWriterIsNamedAndKeepsNoReaderWaiting) {
     EXPECT_EQ(kora_writing_process(handle, &process), 0);
     EXPECT_EQ(process, 0);
     EXPECT_NE(kora_writing_process(handle, nullptr), 0);
-    use(path + ".other");
-    ASSERT_EQ(kora_destroy(handle) + mkdir((path + "-writer").c_str(), 0700), 0);
+    ASSERT_EQ(kora_destroy(handle) + unlink((path + "-writer").c_str()) + mkdir((path + "-writer").c_str(), 0700), 0);
     open();
-    EXPECT_EQ(log_of([&] { EXPECT_NE(kora_writing_process(handle, &process), 0); }), "");
+    EXPECT_EQ(log_of([&] { EXPECT_NE(kora_writing_process(handle, &process), 0); }), "") << "no page for it";
 }
 
 }  // namespace
