@@ -35,12 +35,16 @@ bool read_all(int fd, Image &image) {
     return true;
 }
 
+// What flash cannot give back any more must not keep the router without a list for ever.
+bool is_lost(int error) { return error == EIO || error == EBADMSG || error == EUCLEAN; }
+
 CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     struct stat status;
     if (fstat(fd, &status) != 0) return CopyState::Unreadable;
     if (!S_ISREG(status.st_mode) || !is_owner_trusted(folder, status)) return CopyState::Foreign;
     image.size = 0;
-    if ((image.bytes == nullptr && !make_room(image)) || !read_all(fd, image)) return CopyState::Unreadable;
+    if (image.bytes == nullptr && !make_room(image)) return CopyState::Unreadable;
+    if (!read_all(fd, image)) return is_lost(errno) ? CopyState::Damaged : CopyState::Unreadable;
     switch (state_of(image)) {
         case ImageState::Whole: return CopyState::Whole;
         case ImageState::Newer: return CopyState::Newer;
