@@ -41,7 +41,7 @@ int32_t write_type(int32_t row, const display_request &request, const char *call
 void write_fields(const TypeChange &change) SARN_REQUIRES(state_lock);
 bool is_notice_due(const TypeChange &change);
 
-int32_t store_any_type(display_request &request) { return store_type(request, is_set(FingPostProcessorType)); }
+int32_t store_any_type(display_request &request) { return store_type(request, false); }
 
 // Another detail update may have cleared the flag by now.
 int32_t store_recognised_type(display_request &request) { return store_type(request, true); }
@@ -68,7 +68,8 @@ int32_t store_type(display_request &request, bool is_recognisers) {
 }
 
 int32_t write_type(int32_t row, const display_request &request, const char *callers_text, bool is_recognisers) {
-    const TypeChange change = {row, callers_text, fold_device_type(callers_text), is_recognisers,
+    const TypeChange change = {row, callers_text, fold_device_type(callers_text),
+                               is_recognisers || is_set(FingPostProcessorType),
                                is_change_announced(request.producer_id)};
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
         if (!holds_known_device(row)) return false;

@@ -85,7 +85,7 @@ TEST(SarnTool, WaitsForAPipeThatDoesNot) {
     ASSERT_GT(fcntl(ends[1], F_SETPIPE_SZ, 1), 0);
     std::string script;
     for (int row = 0; row < SARN_ROWS; ++row) script += std::to_string(row) + "=0 ";
-    const std::string command = "SARN_FAKE='" + script + "' " SARN_TOOL_ON_FAKE " list --json >&";
+    const std::string command = "SARN_FAKE='" + script + "' '" SARN_TOOL_ON_FAKE "' list --json >&";
     FILE *tool = popen((command + std::to_string(ends[1])).c_str(), "r");
     close(ends[1]);
     std::string out;
