@@ -20,10 +20,6 @@ constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
 constexpr char FRESH_SUFFIX[] = ".new";
 constexpr mode_t FOLDER_MODE = 0750;
 
-// Opening takes the others about a millisecond; a process that was stopped there must not hold up all for good.
-constexpr int FOLDER_TRIES = 5000;
-constexpr timespec FOLDER_PAUSE = {0, 1'000'000};
-
 bool is_named(const char *name) { return name != nullptr && *name != '\0'; }
 
 bool read_path(const char *named, const char *what, StorePath &out_path, Refusal &out_why) {

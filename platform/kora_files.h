@@ -4,6 +4,7 @@
 
 #include <limits.h>
 #include <sys/stat.h>
+#include <time.h>
 
 #include "kora_report.h"
 
@@ -41,6 +42,10 @@ bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &
 
 // The path of a file beside the store.
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why);
+
+// Opening takes the others about a millisecond; a process that was stopped there must not hold up all for good.
+inline constexpr int FOLDER_TRIES = 5000;
+inline constexpr timespec FOLDER_PAUSE = {0, 1'000'000};
 
 // Makes the folder where it is absent. With `is_waiting` others have five seconds to leave it.
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);

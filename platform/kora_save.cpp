@@ -40,12 +40,18 @@ bool is_same_folder(const Folder &one, const Folder &other) {
            first.st_ino == second.st_ino;
 }
 
-bool is_absence(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG; }
+bool is_absence(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || is_lost(error);
+}
+
+// By another process; any other failure is the file system's, which has no such locks.
+bool is_folder_kept(int error) { return error == EWOULDBLOCK || error == EINTR; }
 
 struct Save {
     StorePath path = {};
     Folder folder;
     Image image;
+    bool is_kept_out = false;
 };
 
 struct SaveEnd {
@@ -62,20 +68,42 @@ int read_image(Reader &reader, Image &image) {
     return error;
 }
 
+bool prepare(Save &save, Refusal &out_why) {
+    save.path = saved_path;
+    if (save.path.text[0] == '\0') return refuse(out_why, "the store cannot be saved: KORA_SAVE names no file");
+    if (!make_room(save.image)) return refuse(out_why, "the store cannot be saved: no memory");
+    if (!open_folder(save.path, save.folder, out_why)) return false;
+    locked_folder = save.folder.fd;
+    return true;
+}
+
 // With a reader held, since the path is fixed only while a handle is open, and since closing too takes its readers
 // before the folder. The snapshot comes last: of two processes that save at once, the later one has the later snapshot.
-bool lock_and_read(Save &save, Reader &reader, bool is_waiting, SaveEnd &out_end) {
-    save.path = saved_path;
-    if (save.path.text[0] == '\0') return refuse(out_end.why, "the store cannot be saved: KORA_SAVE names no file");
-    if (!make_room(save.image)) return refuse(out_end.why, "the store cannot be saved: no memory");
-    if (!open_folder(save.path, save.folder, out_end.why)) return false;
-    locked_folder = save.folder.fd;
-    if (!lock_folder(save.path, save.folder, is_waiting, out_end.why)) {
-        if (!is_waiting) out_end.why.text[0] = '\0';  // somebody else is at it, and that is no trouble
+bool lock_and_read(Save &save, Reader &reader, SaveEnd &out_end) {
+    save.is_kept_out = false;
+    if (save.folder.fd < 0 && !prepare(save, out_end.why)) return false;
+    if (!lock_folder(save.path, save.folder, false, out_end.why)) {
+        save.is_kept_out = is_folder_kept(errno);
         return false;
     }
+    out_end.why.text[0] = '\0';
     out_end.read_error = read_image(reader, save.image);
     return out_end.read_error == 0;
+}
+
+// A folder that another process keeps is waited for without a reader, which would hold up who closes or reopens here.
+bool wait_and_read(const void *handle, Save &save, bool is_waiting, SaveEnd &out_end) {
+    for (int i = 0; i < (is_waiting ? FOLDER_TRIES : 1); ++i) {
+        if (i > 0) nanosleep(&FOLDER_PAUSE, nullptr);
+        Reader &reader = take_reader();
+        const bool has_handle = is_open(handle);
+        const bool is_read = has_handle && lock_and_read(save, reader, out_end);
+        give_reader(reader);
+        if (!has_handle) out_end.result = REFUSED;
+        if (is_read || !has_handle || !save.is_kept_out) return is_read;
+    }
+    if (!is_waiting) out_end.why.text[0] = '\0';  // somebody else is at it, and that is no trouble
+    return false;
 }
 
 SaveEnd save_store(const void *handle, bool is_waiting) {
@@ -83,13 +111,10 @@ SaveEnd save_store(const void *handle, bool is_waiting) {
     if (!is_usable()) return end;
     const StandardDescriptors none_of_these;
     Save save;
-    Reader &reader = take_reader();
-    const bool has_handle = is_open(handle);
-    bool is_done = has_handle && lock_and_read(save, reader, is_waiting, end);
-    give_reader(reader);
-    is_done = is_done && write_saved_copy(save.folder, save.path, save.image, end.why);
+    if (wait_and_read(handle, save, is_waiting, end) && write_saved_copy(save.folder, save.path, save.image, end.why)) {
+        end.result = DONE;
+    }
     locked_folder = -1;
-    end.result = is_done ? DONE : has_handle ? FAILED : REFUSED;
     return end;
 }
 
@@ -131,8 +156,14 @@ Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusa
         if (is_absent && is_news(why)) note(out_why, "%.500s", why.text);
         return is_absent ? Search::Nothing : Search::OutOfReach;
     }
-    const bool is_locked = is_same_folder(folder, store_folder) || lock_folder(saved_path, folder, true, out_why);
-    return is_locked ? read_saved_copy(folder, saved_path, out_image, out_why) : Search::OutOfReach;
+    if (!is_same_folder(folder, store_folder) && !lock_folder(saved_path, folder, true, why)) {
+        if (is_folder_kept(errno)) {
+            refuse(out_why, "%.500s", why.text);
+            return Search::OutOfReach;
+        }
+        if (is_news(why)) note(out_why, "%.500s", why.text);
+    }
+    return read_saved_copy(folder, saved_path, out_image, out_why);
 }
 
 bool is_pending_save_due() {

@@ -35,16 +35,15 @@ bool read_all(int fd, Image &image) {
     return true;
 }
 
-// What flash cannot give back any more must not keep the router without a list for ever.
-bool is_lost(int error) { return error == EIO || error == EBADMSG || error == EUCLEAN; }
+CopyState state_after(int error) { return is_lost(error) ? CopyState::Damaged : CopyState::Unreadable; }
 
 CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     struct stat status;
-    if (fstat(fd, &status) != 0) return CopyState::Unreadable;
+    if (fstat(fd, &status) != 0) return state_after(errno);
     if (!S_ISREG(status.st_mode) || !is_owner_trusted(folder, status)) return CopyState::Foreign;
     image.size = 0;
     if (image.bytes == nullptr && !make_room(image)) return CopyState::Unreadable;
-    if (!read_all(fd, image)) return is_lost(errno) ? CopyState::Damaged : CopyState::Unreadable;
+    if (!read_all(fd, image)) return state_after(errno);
     switch (state_of(image)) {
         case ImageState::Whole: return CopyState::Whole;
         case ImageState::Newer: return CopyState::Newer;
@@ -58,7 +57,7 @@ CopyState read_copy(const Folder &folder, const StorePath &path, const char *suf
     const FileName name = name_with(path, suffix);
     const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0 && errno == ENOENT) return CopyState::Absent;
-    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::Foreign : CopyState::Unreadable;
+    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::Foreign : state_after(errno);
     const CopyState state = read_open_copy(folder, fd, out_image);
     const int error = errno;
     close(fd);
@@ -100,6 +99,8 @@ bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) 
 }
 
 }  // namespace
+
+bool is_lost(int error) { return error == EIO || error == EBADMSG || error == EUCLEAN; }
 
 Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
     for (const char *suffix : {LAST, BEFORE}) {

@@ -7,6 +7,9 @@
 
 namespace kora {
 
+// What flash cannot give back any more must not keep the router without a list for ever.
+bool is_lost(int error);
+
 // A copy that cannot be reached now, perhaps by this user alone, may be whole: nothing is to be made in its place.
 enum class Search : uint8_t { Found, Nothing, OutOfReach };
 

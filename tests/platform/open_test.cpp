@@ -1,7 +1,5 @@
 #include <dlfcn.h>
 #include <grp.h>
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <functional>
 #include <random>
@@ -298,30 +296,6 @@ TEST_F(Open, AnotherUserIsRefused) {
     ASSERT_EQ(chmod(folder.c_str(), 01777), 0);
     ASSERT_EQ(chown(path.c_str(), 4321, 4321), 0);
     EXPECT_NE(refusal().find("belongs to user 4321"), std::string::npos);
-}
-
-TEST_F(Open, AFullFileSystemIsFoundHere) {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can make a file system";
-    constexpr int NOT_ALLOWED = 77;
-    const auto have_own_mounts = [] {
-        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    };
-    const int result = run_process([&] {
-        if (!have_own_mounts()) return errno == EPERM ? NOT_ALLOWED : 2;
-        for (const char *size : {"size=8k", "size=4m", "size=8m"}) {
-            if (mount("none", folder.c_str(), "tmpfs", 0, size) != 0) return 3;
-            EXPECT_NE(refusal().find("No space left"), std::string::npos) << size;
-            EXPECT_FALSE(std::filesystem::exists(path + ".new")) << size;
-        }
-        if (mount("none", folder.c_str(), "tmpfs", 0, "size=12m") != 0) return 4;
-        make_store();
-        put({static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0}, "six by");
-        open();
-        EXPECT_EQ(text(), "kept") << "no room beside the one that was set aside";
-        return HasFailure() ? 1 : 0;
-    });
-    if (result == NOT_ALLOWED) GTEST_SKIP() << "only who may mount can make a file system";
-    EXPECT_EQ(result, 0);
 }
 
 TEST_F(Open, ALockFileThatOthersUseIsNotReplaced) {

@@ -186,15 +186,6 @@ TEST_F(Saved, ACopyThatIsNotWholeIsSetAsideAndTheOneBeforeTried) {
     }
 }
 
-TEST_F(Saved, ACopyOutOfReachIsNotTakenForNone) {
-    make_two_copies();
-    faults::read_error = EMFILE;
-    EXPECT_NE(refusal().find("store.mdb.saved: cannot be read: Too many open files"), std::string::npos);
-    faults::read_error = 0;
-    open();
-    EXPECT_EQ(name(), "last");
-}
-
 TEST_F(Saved, NoChangedByteAndNoLengthPasses) {
     make_two_copies();
     for (size_t at = 0; at < 2 * last.size(); ++at) {

@@ -1,6 +1,8 @@
 #include "tests/platform/support.h"
 
+#include <sched.h>
 #include <stdarg.h>
+#include <sys/mount.h>
 #include <sys/syscall.h>
 #include <time.h>
 
@@ -103,4 +105,9 @@ int fchmod(int fd, mode_t mode) { return static_cast<int>(forward('c', SYS_fchmo
 int renameat(int from, const char *name, int to, const char *other) {
     return static_cast<int>(forward('m', SYS_renameat, from, address(name), to, address(other)));
 }
+}
+
+int have_own_mounts() {
+    if (unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) return 0;
+    return errno == EPERM || errno == EACCES ? NOT_ALLOWED : 2;
 }

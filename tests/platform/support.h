@@ -56,6 +56,11 @@ inline std::string content_of(const std::string &name) {
 }
 inline void write_file(const std::string &name, const std::string &content) { std::ofstream(name) << content; }
 
+// What a child answers where it may not mount, for the test to be skipped.
+inline constexpr int NOT_ALLOWED = 77;
+// Mounts that only this process sees: 0, NOT_ALLOWED, or another number.
+int have_own_mounts();
+
 class StoreTest : public testing::Test {
 protected:
     void SetUp() override {
