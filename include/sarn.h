@@ -494,6 +494,9 @@ SARN_API int32_t sarn_weekly_refresh_request(void);
  * Reading a device.
  */
 
+/* What DeviceIP spells when its read failed. */
+#define SARN_IP_NOT_READABLE "48.48.48.48"
+
 /*
  * All that is known of one device. Packed: 1,407 bytes, no gaps; Producerid is not aligned.
  * Bound every text by its width: it has its NUL within it, unless its read failed, in which case the field is full of
@@ -527,7 +530,7 @@ typedef struct SARN_PACKED {
     char DeviceMAC[18]; /* upper case, with NUL */
     char ConnAPMac[18]; /* upper case, with NUL */
     char Timestamp[16]; /* seconds since the epoch, decimal */
-    char DeviceIP[16];  /* dotted quad; "48.48.48.48" when its read failed */
+    char DeviceIP[16];  /* dotted quad, or SARN_IP_NOT_READABLE */
     char Devicestate[8];
     char AllowOrBlock[8]; /* "allow" or "block" */
     char DeviceLinkRate[9];

@@ -136,7 +136,7 @@ Verdict read_event(int argc, const char *const *argv, Event &event) {
 
 bool ends_another_lease(const Event &event, const device_info &held) {
     // No address yet, or one that could not be read.
-    static constexpr const char *UNKNOWN[] = {"", "0.0.0.0", "48.48.48.48"};
+    static constexpr const char *UNKNOWN[] = {"", "0.0.0.0", SARN_IP_NOT_READABLE};
     if (event.action != Action::Del) return false;
     for (const char *unknown : UNKNOWN) {
         if (strncmp(held.DeviceIP, unknown, sizeof held.DeviceIP) == 0) return false;

@@ -55,7 +55,7 @@ int32_t read_number(const device_info &record, const FieldSpec &field) {
 }
 
 bool is_not_readable(std::string_view text, const FieldSpec &field) {
-    if (field.offset == offsetof(device_info, DeviceIP)) return text == "48.48.48.48";
+    if (field.offset == offsetof(device_info, DeviceIP)) return text == SARN_IP_NOT_READABLE;
     return text.size() == field.width && text.find_first_not_of('0') == std::string_view::npos;
 }
 
