@@ -18,8 +18,8 @@ namespace {
 uint32_t builds_begun = 0;
 
 void begin_build() {
-    __atomic_add_fetch(&builds_begun, 1, __ATOMIC_RELAXED);
-    __atomic_store_n(&mappingtablestatus, uint8_t{0}, __ATOMIC_RELEASE);
+    __atomic_store_n(&mappingtablestatus, uint8_t{0}, __ATOMIC_RELAXED);
+    __atomic_add_fetch(&builds_begun, 1, __ATOMIC_RELEASE);
 }
 
 void end_build() { __atomic_store_n(&mappingtablestatus, uint8_t{1}, __ATOMIC_RELEASE); }
@@ -45,7 +45,7 @@ bool read_row_mac(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
 void keep_mirror(int32_t row, Build &build) SARN_REQUIRES(state_lock) {
     const uint8_t(&mac)[6] = build.macs[row];
     if (!has_groups()) {
-        (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
+        if (!write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac)) build.is_whole = false;
         return;
     }
     uint8_t mirror[6];
@@ -130,8 +130,9 @@ int32_t create_mapping_table_locked() {
 
 int32_t create_mapping_table(void) {
     using namespace sarn;
+    // The number before the status: whoever reads the number of a build that runs sees it run.
+    const uint32_t begun = __atomic_load_n(&builds_begun, __ATOMIC_ACQUIRE);
     if (is_build_running()) return SARN_ERR_BUILD_RUNNING;
-    const uint32_t begun = __atomic_load_n(&builds_begun, __ATOMIC_RELAXED);
     const Exclusive hold(state_lock);
     // The lock may have been another's for a build that began just after the first look.
     if (__atomic_load_n(&builds_begun, __ATOMIC_RELAXED) != begun) return SARN_ERR_BUILD_RUNNING;
