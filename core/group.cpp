@@ -9,7 +9,7 @@ namespace sarn {
 bool holds_known_device(int32_t row) {
     if (!has_groups() || is_build_current()) return true;
     uint8_t mac[6];
-    return read_mac(Field::Sarnsignature_DeviceMAC, row, mac) &&
+    return !read_mac(Field::Sarnsignature_DeviceMAC, row, mac) ||
            is_same_mac(mac_bytes_to_text(mac).text, mapping_table[row].MACData);
 }
 

@@ -48,7 +48,8 @@ auto read_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
 }
 
 // The check that comes first in a group that writes to a row: does the row still hold the device that this process
-// knows there? True without groups.
+// knows there? True without groups. What cannot be read does not stand against it: as without groups, the row is then
+// taken for what it was, and its report is kept.
 bool holds_known_device(int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn
