@@ -8,5 +8,5 @@ int32_t sarn_set_ACL(uint8_t enable) {
         SARN_LOG(UnauthorizedAccess);
         return SARN_ERR_NOT_INITIALISED;
     }
-    return write_number(Field::FeatureCfg_ACLEnable, SINGLE_ROW, enable) ? SARN_OK : SARN_STORE_FAILED;
+    return write_number(Field::FeatureCfg_ACLEnable, SINGLE_ROW, enable != 0 ? 1 : 0) ? SARN_OK : SARN_STORE_FAILED;
 }

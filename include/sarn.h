@@ -13,13 +13,14 @@
  *  5. Most calls pass the entry gate first: when the store's sync timestamp says so, the library's picture of the
  *     rows is built again from the store; never while it is "-1". While the store is not open a gate does nothing.
  *  6. Records are copied before they are looked at and never kept. Texts are NUL-terminated within their width; no
- *     byte past a width is ever read. A MAC text is six two-digit hexadecimal pairs joined by colons, either case;
- *     what follows the 17th character is ignored. IP text is a dotted quad.
+ *     byte past a width is ever read. A device's MAC text is six two-digit hexadecimal pairs joined by colons, either
+ *     case; what follows the 17th character is ignored. IP text is a dotted quad.
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
  *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
  *     keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile counts
- *     as one without a row. A detail update and a name are several such steps: the findings, the display type, the
- *     user's name, the composed name, the notification.
+ *     as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some are several such
+ *     steps: a new device's report is its row, then the report; a detail update and a name are the findings, the
+ *     display type, the user's name, the composed name, the notification.
  *
  * Caveats:
  *
@@ -29,7 +30,7 @@
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
  *  - A process that ends in the middle of a call may leave that call's row half written where the store offers no
- *    groups of operations.
+ *    groups of operations, and between two of the steps above where it does.
  *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
  *    hold whichever status was written last: use what the call returned.
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
@@ -46,8 +47,7 @@
 #define SARN_API __attribute__((visibility("default")))
 #define SARN_PACKED __attribute__((packed))
 #else
-#define SARN_API
-#define SARN_PACKED
+#error "sarn.h: the public records are packed, which needs a compiler that knows __attribute__((packed))"
 #endif
 
 #ifdef __cplusplus
@@ -97,7 +97,7 @@ enum sarn_result {
 
     SARN_ERR_MAC = -8,
     SARN_ERR_LOOKUP_ONLY = -8,     /* producer 30 and a MAC without a row */
-    SARN_ERR_ROW_LOST_DEVICE = -8, /* query by MAC: the row found holds no device any more */
+    SARN_ERR_ROW_LOST_DEVICE = -8, /* query by MAC: the row found holds no device any more, or another one */
 
     SARN_ERR_NULL_BUFFER = -9,
     SARN_ERR_WORD_COUNT = -10,
@@ -183,14 +183,16 @@ SARN_API int32_t sarn_table_enquiry(uint32_t *words, int32_t word_count);
 SARN_API int32_t get_total_sarn_entries_used(void);
 
 /*
- * Finds the row of a MAC, or gives it the lowest free row. Gate.
+ * Finds the row of a MAC, or gives it the lowest free row, which counts as offline from then on when the state that
+ * stands there is "DOWN" or "unknown". Gate.
  * `mac` is a writable buffer of at least 18 bytes; the letters among its first 18 bytes become upper case in place.
  *   0 to 255                  the row; of a text that is no address a free one, which stays free
  *   SARN_ERR_REBUILD          the gate failed
  *   SARN_ERR_NOT_INITIALISED
  *   SARN_ERR_MAC              `mac` is null
  *   SARN_ERR_LOOKUP_ONLY      producer 30, and no row holds the MAC
- *   SARN_ERR_TABLE_FULL       no free row; also when a store that offers groups could not keep the row
+ *   SARN_ERR_TABLE_FULL       no free row, or none found in three searches; also when a store that offers groups could
+ *                             not keep the row
  */
 SARN_API int32_t check_update_mapping_table(char *mac, int32_t producer_id);
 
@@ -223,7 +225,7 @@ typedef struct {
     char connection_interface[33]; /* always written: empty clears */
     char category[33];             /* always written: empty clears */
     char mac[18];
-    char ip[16];
+    char ip[16];   /* one that the store cannot convert keeps what the row holds */
     char state[8]; /* "UP", "DOWN", "unknown", ...; always written. "DOWN" and "unknown" mark the row offline */
 } signature_record;
 
@@ -257,7 +259,7 @@ SARN_API int32_t update_device_signature(const signature_record *record, int32_t
 typedef struct {
     char ssid[32];
     char mac[18];    /* the device */
-    char ap_mac[18]; /* its access point; a text that is no address keeps what the row holds */
+    char ap_mac[18]; /* its access point; a text that is no address keeps what the row holds; 17 characters count */
     char link_rate[9];
     char download_bw[9];
     char upload_bw[9];
@@ -302,7 +304,9 @@ enum sarn_field_code {
     SARN_FIELD_DOWNLOAD_BW = 15,
     SARN_FIELD_UPLOAD_BW = 16,
     SARN_FIELD_SIGNAL_STRENGTH = 17,
-    SARN_FIELD_AP_MAC = 18, /* a MAC text with its NUL within the length; else SARN_ERR_MAC */
+    /* A MAC text with its NUL within the length; else SARN_ERR_MAC. One with characters behind it keeps what the row
+       holds. */
+    SARN_FIELD_AP_MAC = 18,
     SARN_FIELD_BRAND_CUSTOM = 19,
     SARN_FIELD_CATEGORY = 20,
     SARN_FIELD_UUID = 21
@@ -321,8 +325,9 @@ typedef struct {
 
 /*
  * Writes one field of a device that has a row. Gate; worker. The value is text: it ends at its first NUL or after
- * `length` bytes, and holds at most 255 characters. At most 18 bytes of `mac` are looked at.
- *   0                     done; so also for an empty value (codes 1 to 4) or a text that is no address (5)
+ * `length` bytes, and holds at most 255 characters: the 256th is cut. At most 18 bytes of `mac` are looked at.
+ *   0                     done; so also for an empty value (codes 1 to 4) or a text that the store cannot convert to
+ *                         an address (5, 18)
  *   SARN_ERR_PRODUCER     refused id; wins over all others
  *   SARN_ERR_MAC          `mac` null or refused; a refused value of code 18
  *   SARN_ERR_FIELD_CODE   not 1 to 21
@@ -408,8 +413,8 @@ typedef struct {
 /*
  * The user's name, type, model or brand for a device. Gate; worker. `length` is the caller's count of the text and is
  * only held against the limit: 64 for a name, 32 for the others; a longer text is cut to the limit. An empty text
- * clears the field. At most 18 bytes of `mac` are looked at. A change is announced, but for producer 10 and negative
- * ids, and for a type that the table of types knows.
+ * clears the field. A name also composes the composed name anew. At most 18 bytes of `mac` are looked at. A change is
+ * announced, but for producer 10 and negative ids, and for a type that the table of types knows.
  *   0
  *   SARN_ERR_REBUILD, SARN_ERR_THREAD
  *   SARN_ERR_TEXT             text or mac null, or length negative or over the limit
@@ -454,7 +459,7 @@ SARN_API void check_and_set_default_devicetype(int32_t row);
  * Access.
  */
 
-/* The router's access-control switch. 0; SARN_STORE_FAILED; SARN_ERR_NOT_INITIALISED. */
+/* The router's access-control switch; `enable` not 0 is on. 0; SARN_STORE_FAILED; SARN_ERR_NOT_INITIALISED. */
 SARN_API int32_t sarn_set_ACL(uint8_t enable);
 
 /* 0 or 1; SARN_ERR_ACL_READ; SARN_ERR_NOT_INITIALISED. */
@@ -463,7 +468,7 @@ SARN_API int32_t sarn_get_ACL(void);
 /*
  * Resumes ("allow", `state` not 0) or pauses ("block", 0) the devices of a list of `count` MAC texts; at most 18 bytes
  * of each are looked at. Each change is announced, but for producer 10 and negative ids; other producer ids are not
- * checked.
+ * checked. Each entry passes the gate.
  *   0                         some device changed, or the list is null or empty
  *   SARN_ERR_NOT_READY        not initialised
  *   SARN_ERR_MAC              an entry is null or refused: those before it are done, those after it not looked at
@@ -479,8 +484,8 @@ SARN_API int32_t sarn_update_pause_list(const char *const *macs, uint8_t state, 
 SARN_API int32_t get_sarn_upgrade_status(uint8_t *status);
 
 /*
- * Writes the upgrade flag; when it goes from 0 to 1 while the firmware switch is "INIT" or "init", the switch becomes
- * "switched". 0; SARN_STORE_FAILED (the flag may be written); SARN_ERR_NOT_INITIALISED.
+ * Writes the upgrade flag, 0 or 1; when it goes from 0 to 1 while the firmware switch is "INIT" or "init", the switch
+ * becomes "switched". 0; SARN_STORE_FAILED (the flag may be written); SARN_ERR_NOT_INITIALISED.
  */
 SARN_API int32_t set_sarn_upgrade_status(uint8_t status);
 
@@ -574,7 +579,8 @@ typedef struct {
  *   SARN_ERR_NULL_RECORD      `record` is null
  *   SARN_ERR_NOT_INITIALISED
  *   SARN_ERR_UNKNOWN_DEVICE   the MAC has no row
- *   SARN_ERR_NOT_READABLE, SARN_ERR_ROW_LOST_DEVICE  as the query by row; the record likewise
+ *   SARN_ERR_NOT_READABLE     as the query by row; the record likewise
+ *   SARN_ERR_ROW_LOST_DEVICE  the row found holds no device any more, or another one; the record as it was
  */
 SARN_API int32_t get_device_info_by_mac(device_info *record, const char *mac);
 
@@ -662,8 +668,8 @@ extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
 
 /*
  * Rows that were found or reported offline, for the clean-up; each row once, with its last time; a slot with row -1 is
- * empty. A row keeps its slot until the next rebuild: one that came back meanwhile is spared where the store offers
- * groups. All zero until sarn_init.
+ * empty. A row keeps its slot until the next rebuild or clean-up, or until an older one takes its place: one that came
+ * back meanwhile is spared where the store offers groups. All zero until sarn_init.
  */
 typedef struct {
     int32_t timestamp; /* seconds since the epoch */
