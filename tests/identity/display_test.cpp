@@ -86,14 +86,15 @@ TEST_F(Display, ModelAndBrandDifferInFieldAndLogAlone) {
 }
 
 TEST_F(Display, RefusalsWriteNothing) {
-    struct {
+    const struct {
         const char *name;
         int32_t (*call)(const char *, const char *, int32_t, int32_t);
         int limit;
-    } const calls[] = {{"name", update_device_displayname, 64},
-                       {"type", update_device_displaytype, 32},
-                       {"model", update_device_displaymodel, 32},
-                       {"brand", update_device_displaybrand, 32}};
+        std::string thread_log, row_log;
+    } calls[] = {{"name", update_device_displayname, 64, "processor Device name", "address "},
+                 {"type", update_device_displaytype, 32, "Postprocessor Device type", "address:00:11:22:00:00:00 "},
+                 {"model", update_device_displaymodel, 32, "Postprocessor Device name", "address:00:11:22:00:00:00 "},
+                 {"brand", update_device_displaybrand, 32, "Postprocessor Device name", "address:00:11:22:00:00:00 "}};
     for (const auto &c : calls) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(c.call(MAC, "x", c.limit + 1, 0), SARN_ERR_TEXT);
@@ -101,11 +102,14 @@ TEST_F(Display, RefusalsWriteNothing) {
         EXPECT_EQ(c.call(MAC, nullptr, 1, 0), SARN_ERR_TEXT);
         EXPECT_EQ(c.call(nullptr, "x", 1, 0), SARN_ERR_TEXT);
         EXPECT_EQ(c.call(MAC, "x", 1, 5), SARN_ERR_PRODUCER);
+        EXPECT_TRUE(take_row_writes().empty());
         EXPECT_EQ(c.call("00:11:22:00:00:00", "x", 1, 0), SARN_ERR_UNKNOWN_DEVICE);
+        EXPECT_EQ(fake::take_journal().back(), "log 4 SARN:Illegeal Mac " + c.row_log + "\n");
         fake::fail_threads(true);
         EXPECT_EQ(c.call(MAC, "x", 1, 0), SARN_ERR_THREAD);
         fake::fail_threads(false);
-        EXPECT_TRUE(take_row_writes().empty());
+        EXPECT_EQ(fake::take_journal(),
+                  Lines{"log 4 SARN:" + c.thread_log + " thread creation failed with status 11\n"});
         EXPECT_EQ(c.call(MAC, "x", c.limit, 0), SARN_OK);
         (void)fake::take_journal();
     }

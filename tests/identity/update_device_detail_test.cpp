@@ -75,18 +75,23 @@ TEST_F(UpdateDeviceDetail, RefusalsWriteNothing) {
         const char *name;
         device_detail_record record;
         int producer, result;
+        const char *last_log;
     } const cases[] = {
-        {"producer", record, 101, SARN_ERR_PRODUCER},
-        {"not hexadecimal", with(record, [](auto &r) { r.mac[0] = 'g'; }), 0, SARN_ERR_MAC},
-        {"no device's MAC", with(record, [](auto &r) { set_text(r.mac, NO_DEVICE); }), 0, SARN_ERR_MAC},
-        {"no row", with(record, [](auto &r) { set_text(r.mac, mac_of(9)); }), 0, SARN_ERR_NO_ROW},
+        {"producer", record, 101, SARN_ERR_PRODUCER, "log 4 SARN:Illegal Producer is passed :-3\n"},
+        {"not hexadecimal", with(record, [](auto &r) { r.mac[0] = 'g'; }), 0, SARN_ERR_MAC,
+         "log 1 SARN:ILLEGAL MAC address passed(g2:00:00:00:00:0a)in Device Detail.Operation not permitted\n"},
+        {"no device's MAC", with(record, [](auto &r) { set_text(r.mac, NO_DEVICE); }), 0, SARN_ERR_MAC,
+         "log 1 SARN:ILLEGAL MAC address passed(00:00:00:00:00:00)in Device Detail.Operation not permitted\n"},
+        {"no row", with(record, [](auto &r) { set_text(r.mac, mac_of(9)); }), 0, SARN_ERR_NO_ROW,
+         "log 4 SARN:ILLEGAL MAC address passed(02:00:00:00:00:09) in device detail information\n"},
         {"endless type", with(record, [](auto &r) { std::memset(r.type, 't', sizeof r.type); }), 0,
-         SARN_ERR_UNTERMINATED},
+         SARN_ERR_UNTERMINATED, "log 1 SARN:MAC Address sanity check passed \n"},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(update_device_detail(&c.record, c.producer), c.result) << c.name;
-        EXPECT_TRUE(take_row_writes().empty()) << c.name;
+        EXPECT_EQ(fake::take_journal().back(), c.last_log) << c.name;
     }
+    EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceModel"), "");
     EXPECT_EQ(update_device_detail(nullptr, 0), SARN_ERR_NULL_RECORD);
     (void)sarn_uninit();
     EXPECT_EQ(update_device_detail(&record, 0), SARN_ERR_NOT_INITIALISED);

@@ -29,6 +29,25 @@ TEST_F(GetDeviceInfoAtIndex, FillsEveryField) {
     EXPECT_EQ(uint32_t{record.Producerid}, 4294967295U);
 }
 
+TEST_F(GetDeviceInfoAtIndex, ReadsInTheOrderOfTheContract) {
+    stop_rebuilds();
+    start();
+    std::string reads;
+    fake::on_operation([&](const std::string &line) {
+        if (line.find(" 255 ") != std::string::npos) reads += line.substr(line.rfind(' '));
+    });
+    ASSERT_EQ(get_device_info_at_index(&record, 255), SARN_OK);
+    fake::on_operation(nullptr);
+    EXPECT_EQ(
+        reads,
+        " DeviceMAC DeviceDHCPOptions DeviceHua DeviceIP DeviceConnectionInterface DeviceCategory Devicestate"
+        " DeviceDHCPHostname DeviceDHCPVendor IsTagged AllowOrBlock DeviceHostname DeviceBrand DeviceModel DeviceOS"
+        " DeviceMacVendor DeviceOSVersion DeviceTypeCustom DeviceTypeDPI DeviceTypeQuorvex DeviceUUID"
+        " DisplayModelCustom DisplayBrandCustom DisplayNameCustom DisplayNameDPI DisplayNameQuorvex"
+        " FingResponsestatus Producerid Timestamp ConnSSID DeviceLinkRate DeviceSignalStrength DownloadBW UploadBW"
+        " ConnAPMac");
+}
+
 TEST_F(GetDeviceInfoAtIndex, FailedReadsLeaveTheirMark) {
     for (const char *field : {"DeviceIP", "DeviceHua"}) fake::fail_field("Sarnsignature", 255, field);
     fake::fail_field("DeviceIdList", 255, "Producerid");
