@@ -22,13 +22,3 @@ TEST_F(EntryGate, RebuildsAsTheSyncTimestampSays) {
         TearDown();
     }
 }
-
-TEST_F(EntryGate, BuildsNothingWhileTheHostHoldsTheBuildFlag) {
-    start();
-    put_device(4, mac_of(4));
-    mappingtablestatus = 0;
-    EXPECT_EQ(get_total_sarn_entries_used(), 0);
-    EXPECT_EQ(create_mapping_table(), SARN_ERR_BUILD_RUNNING);
-    mappingtablestatus = 1;
-    EXPECT_EQ(get_total_sarn_entries_used(), 1);
-}

@@ -1,5 +1,7 @@
 #include "core/offline_cleanup.h"
 
+#include <functional>
+
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
 
@@ -63,11 +65,46 @@ TEST_F(OfflineCleanup, FreesAtMostTenRowsAndSkipsEmptySlots) {
     EXPECT_EQ(sarn::cleanup_offline_entries(), SARN_ERR_NOT_CROWDED);
 }
 
-TEST_F(OfflineCleanup, RebuildFreesTheLongestOffline) {
-    put_devices(200);
-    for (int row = 100; row < 115; ++row) put_device(row, mac_of(row), "DOWN", std::to_string(5000 - row));
-    fake::set("general", 0, "SARNSyncTimestamp", "1");
-    start();
-    for (int row = 0; row < 200; ++row) EXPECT_EQ(mac_in(row) == NO_DEVICE, row >= 105 && row < 115) << row;
-    EXPECT_EQ(fake::get("DeviceIdList", 105, "Timestamp"), "");
+TEST_F(OfflineCleanup, StartAndRebuildFreeTheLongestOfflineFrom180RowsOn) {
+    for (const bool is_started : {false, true}) {
+        for (const int rows : {179, 180}) {
+            SetUp();
+            put_devices(rows);
+            fake::set("general", 0, "SARNSyncTimestamp", "1");
+            if (is_started) start();
+            for (int row = 100; row < 115; ++row) put_device(row, mac_of(row), "DOWN", std::to_string(5000 - row));
+            EXPECT_GE(is_started ? get_total_sarn_entries_used() : sarn_init(), 0);
+            for (int row = 0; row < rows; ++row)
+                EXPECT_EQ(mac_in(row) == NO_DEVICE, rows == 180 && row >= 105 && row < 115) << is_started << row;
+            TearDown();
+        }
+    }
+}
+
+TEST_F(OfflineCleanup, EachReportEndsWithIt) {
+    connected_device_record connection = {};
+    device_detail_record detail = {};
+    set_text(connection.mac, mac_of(1));
+    set_text(detail.mac, mac_of(1));
+    const std::pair<std::function<int()>, std::string> reports[] = {
+        {[] { return report(mac_of(1)); }, "set_int Sarnsignature 1 Producerid 0"},
+        {[&] { return update_connected_device_info(&connection, 0); }, "set_ascii ConnectDeviceinfo 1 UploadBW "},
+        {[&] { return update_device_detail(&detail, 0); }, "set_int DeviceIdList 1 Producerid 0"},
+    };
+    for (const auto &[call, last_line] : reports) {
+        SetUp();
+        put_devices(180);
+        stop_rebuilds();
+        start();
+        // Not before the gate has passed, which would clean up by itself.
+        fake::on_operation([&, line_of_report = last_line](const std::string &line) {
+            if (line != line_of_report) return;
+            fake::set("Sarnsignature", 7, "Devicestate", "DOWN");
+            sarn::set_row(sarn::offline_bitmap, 7);
+            sarn::add_gc_candidate("5", 7);
+        });
+        EXPECT_EQ(call(), SARN_OK) << last_line;
+        EXPECT_EQ(mac_in(7), NO_DEVICE) << last_line;
+        TearDown();
+    }
 }

@@ -18,15 +18,6 @@ TEST_F(Lifecycle, RefusesWhatDoesNotFitItsState) {
     EXPECT_EQ(fake::open_handles(), 0);
 }
 
-TEST_F(Lifecycle, SecondStartCountsFromZero) {
-    put_devices(3);
-    stop_rebuilds();  // so the count is the start's own
-    start();
-    ASSERT_EQ(sarn_uninit(), SARN_OK);
-    start();
-    EXPECT_EQ(get_total_sarn_entries_used(), 3);
-}
-
 TEST_F(Lifecycle, ClosedLibraryTouchesNeitherStoreNorState) {
     fake::set("general", 0, "SARNSyncTimestamp", "5");
     start();
@@ -70,17 +61,6 @@ TEST_F(Lifecycle, FirstStartKeepsTheNewestOfEachMac) {
         EXPECT_EQ(mac_in(100), mac_of(100)) << c.name;
         EXPECT_EQ(fake::get("sarngeneral", 0, "MappingComplete"), c.progress_after) << c.name;
         EXPECT_EQ(get_total_sarn_entries_used(), static_cast<int>(c.surviving.size()) + 1) << c.name;
-        TearDown();
-    }
-}
-
-TEST_F(Lifecycle, StartCleansUpFrom180RowsOn) {
-    for (const int rows : {179, 180}) {
-        SetUp();
-        put_devices(rows);
-        put_device(7, mac_of(7), "DOWN", "5");
-        start();
-        EXPECT_EQ(mac_in(7), rows < 180 ? mac_of(7) : NO_DEVICE) << rows;
         TearDown();
     }
 }

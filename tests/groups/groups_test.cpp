@@ -22,10 +22,6 @@ protected:
         });
     }
     void before_next_write(std::function<void()> other_process) { before_write(1, std::move(other_process)); }
-    static int report(const std::string &mac) {
-        const signature_record record = signature_of(mac);
-        return update_device_signature(&record, 0);
-    }
     static std::string mac_in(int row, const char *table = "Sarnsignature") {
         return fake::get(table, row, "DeviceMAC");
     }
@@ -166,12 +162,6 @@ TEST_F(Groups, OneProcessAloneRemovesDuplicates) {
     EXPECT_EQ(sarn::mapping_table[3].index, 0) << "until a rebuild";
     EXPECT_EQ(get_total_sarn_entries_used(), 5);
     EXPECT_EQ(sarn::mapping_table[3].index, 3);
-}
-
-TEST_F(Groups, BuildMendsAMirrorThatDiffers) {
-    fake::set("ConnectDeviceinfo", 2, "DeviceMAC", mac_of(77));
-    start();
-    EXPECT_EQ(mac_in(2, "ConnectDeviceinfo"), mac_of(2));
 }
 
 TEST_F(Groups, ABuildThatMissedSomethingIsNotTheLast) {

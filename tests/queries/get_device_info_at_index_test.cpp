@@ -10,9 +10,9 @@ protected:
     device_info record;
 };
 
-TEST_F(GetDeviceInfoAtIndex, FillsEveryField) {
+TEST_F(GetDeviceInfoAtIndex, SpellsAndCutsWhatItReads) {
     fake::set("Sarnsignature", 255, "DeviceHua", std::string(300, 'h'));
-    fake::set("Sarnsignature", 255, "DeviceIP", "10.0.200.1");
+    fake::set("Sarnsignature", 255, "DeviceIP", "10.100.200.9");
     fake::set("ConnectDeviceinfo", 255, "ConnAPMac", "0a:1b:2c:3d:4e:5f");
     fake::set("ConnectDeviceinfo", 255, "UploadBW", "12 Mbps too long");
     fake::set("DeviceIdList", 255, "Producerid", "4294967295");
@@ -21,7 +21,7 @@ TEST_F(GetDeviceInfoAtIndex, FillsEveryField) {
     ASSERT_EQ(get_device_info_at_index(&record, 255), SARN_OK);
     EXPECT_STREQ(record.DeviceMAC, "02:00:00:00:00:FF");
     EXPECT_STREQ(record.ConnAPMac, "0A:1B:2C:3D:4E:5F");
-    EXPECT_STREQ(record.DeviceIP, "10.0.200.1");
+    EXPECT_STREQ(record.DeviceIP, "10.100.200.9");
     EXPECT_EQ(record.DeviceHua, std::string(255, 'h'));
     EXPECT_STREQ(record.UploadBW, "12 Mbps ");
     EXPECT_STREQ(record.DisplayNameCustom, "Anna's tablet");

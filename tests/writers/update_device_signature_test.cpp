@@ -50,14 +50,6 @@ TEST_F(UpdateDeviceSignature, EmptyTextsKeepOrClear) {
     for (const auto &[field, value] : fields) EXPECT_EQ(fake::get("Sarnsignature", 0, field), value) << field;
 }
 
-TEST_F(UpdateDeviceSignature, StateDecidesTheOfflineBit) {
-    for (const auto &[state, is_offline] :
-         {std::pair{"DOWN", true}, {"down", false}, {"unknown", true}, {"UP", false}}) {
-        ASSERT_EQ(report(mac_of(1), state), SARN_OK);
-        EXPECT_EQ(sarn::has_row(sarn::offline_bitmap, 0), is_offline) << state;
-    }
-}
-
 TEST_F(UpdateDeviceSignature, RefusalsWriteNothing) {
     struct {
         const char *name;
