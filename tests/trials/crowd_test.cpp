@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
 #include <filesystem>
 #include <fstream>
@@ -31,13 +30,7 @@ void make_any_call(std::mt19937 &random) {
     const bool is_ending = call == Call::Remove || call == Call::Offline;
     const int device =
         is_ending ? LASTING + static_cast<int>(random() % (SHARED - LASTING)) : static_cast<int>(random() % SHARED);
-    const auto begin = std::chrono::steady_clock::now();
     const int result = make(call, device);
-    const long took =
-        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin).count();
-    for (long longest = control->longest_us;
-         took > longest && !control->longest_us.compare_exchange_weak(longest, took);) {
-    }
     if (!is_expected(call, result)) tell(name_of(call), result);
     if (device < LASTING && result == SARN_ERR_NO_ROW) tell("a lasting device is lost", device);
     ++control->calls;
@@ -96,7 +89,7 @@ class Crowd : public TrialTest {
 protected:
     void SetUp() override {
         TrialTest::SetUp();
-        control->calls = control->failures = control->longest_us = 0;
+        control->calls = control->failures = 0;
         control->is_over = false;
     }
 };
@@ -105,7 +98,7 @@ TEST_F(Crowd, ThreadsOfOneProcessGetTheirOwnResults) {
     const uint32_t first = seed();
     fill(LASTING);
     EXPECT_EQ(run_process([&] { return be_a_daemon(first, 250L * scale()); }), 0);
-    printf("%ld calls, the longest %ld us\n", control->calls.load(), control->longest_us.load());
+    printf("%ld calls\n", control->calls.load());
     EXPECT_EQ(control->failures, 0);
     EXPECT_GE(check("at the end"), LASTING);
 }
@@ -131,7 +124,7 @@ TEST_F(Crowd, ProcessesAndThreadsShareDevicesAndAreKilled) {
     while (control->calls < calls) usleep(100);
     control->is_over = true;
     for (const pid_t daemon : daemons) EXPECT_EQ(end_of(daemon), 0);
-    printf("%ld calls, %d kills, the longest call %ld us\n", control->calls.load(), kills, control->longest_us.load());
+    printf("%ld calls, %d kills\n", control->calls.load(), kills);
     EXPECT_EQ(control->failures, 0);
     EXPECT_GE(check("at the end"), LASTING);
     EXPECT_EQ(run_process([] {

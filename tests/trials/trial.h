@@ -30,7 +30,6 @@ struct Control {
     std::atomic<int> allocation_to_fail{0};     // the n-th allocation fails, or each from there on
     std::atomic<bool> fail_later_allocations{false};
     std::atomic<long> calls{0};
-    std::atomic<long> longest_us{0};
     std::atomic<long> failures{0};
     std::atomic<bool> is_over{false};
 };
