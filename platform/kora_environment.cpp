@@ -80,20 +80,26 @@ int write_store(MDB_env *lmdb, const Image *restored) {
     return error;
 }
 
-// Under another name and then moved, so that whoever is killed here leaves no half store behind. errno says why not.
-bool make_fresh_store(const Folder &folder, const StorePath &path, const Image *restored, Refusal &out_why) {
+bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_why) {
     char file[PATH_MAX];
-    int fd = -1;
     MDB_env *lmdb = nullptr;
-    if (!append_suffix(path, ".new", file, out_why) || !make_fresh_file(folder, path, fd, out_why)) return false;
+    if (!append_suffix(path, ".new", file, out_why)) return false;
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
     if (error == 0) error = write_store(lmdb, restored);
     if (lmdb != nullptr) mdb_env_close(lmdb);
-    const bool is_made = error == 0
-                             ? publish_fresh_file(folder, path, fd, out_why)
-                             : refuse(out_why, "store %.300s: cannot be made: %s", path.text, mdb_strerror(error));
-    if (error == 0) error = errno;
-    close(fd);
+    if (error == 0) return true;
+    refuse(out_why, "store %.300s: cannot be made: %s", path.text, mdb_strerror(error));
+    errno = error;
+    return false;
+}
+
+// Under another name and then moved, so that whoever is killed here leaves no half store behind. errno says why not.
+bool make_fresh_store(const Folder &folder, const StorePath &path, const Image *restored, Refusal &out_why) {
+    int fd = -1;
+    const bool is_made = make_fresh_file(folder, path, fd, out_why) && fill_fresh_file(path, restored, out_why) &&
+                         publish_fresh_file(folder, path, fd, out_why);
+    const int error = errno;
+    if (fd >= 0) close(fd);
     if (!is_made) drop_fresh_file(folder, path);
     errno = error;
     return is_made;

@@ -18,7 +18,9 @@ namespace {
 
 constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
 constexpr char FRESH_SUFFIX[] = ".new";
+constexpr char NO_ROOM[] = "no room can be reserved for it";
 constexpr mode_t FOLDER_MODE = 0750;
+constexpr int RESERVE_TRIES = 100;  // a signal ends each
 
 bool is_named(const char *name) { return name != nullptr && *name != '\0'; }
 
@@ -85,6 +87,16 @@ void make_folder(const StorePath &path) {
     open_folder(path, folder, ignored);
 }
 
+// The room without the size, since LMDB begins a new store in empty files alone. A file system that knows no such thing
+// is met when the file is reserved whole.
+bool reserve_ahead(int fd) {
+    int result = -1;
+    errno = EINTR;
+    for (int i = 0; i < RESERVE_TRIES && result != 0 && errno == EINTR; ++i)
+        result = fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, STORE_SIZE);
+    return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
+}
+
 }  // namespace
 
 // Unlocked by itself: a process that was forked off meanwhile may have a copy of the descriptor.
@@ -96,10 +108,9 @@ Folder::~Folder() {
 
 // A member of the group may not change the rights of a file that another user made, and need not.
 bool reserve(int fd, off_t size) {
-    constexpr int TRIES = 100;
     (void)fchmod(fd, FILE_MODE);
     errno = EINTR;
-    for (int i = 0; i < TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
+    for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
     return errno == 0;
 }
 
@@ -229,11 +240,12 @@ bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, R
     drop_fresh_file(folder, path);  // of someone who was killed here
     const FileName name = name_with(path, FRESH_SUFFIX);
     out_fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    return out_fd >= 0 || refuse_for(path, out_why, "cannot be made", errno);
+    if (out_fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
+    return reserve_ahead(out_fd) || refuse_for(path, out_why, NO_ROOM, errno);
 }
 
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
-    if (!reserve(fd, STORE_SIZE)) return refuse_for(path, out_why, "no room can be reserved for it", errno);
+    if (!reserve(fd, STORE_SIZE)) return refuse_for(path, out_why, NO_ROOM, errno);
     const FileName name = name_with(path, FRESH_SUFFIX);
     return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
            refuse_for(path, out_why, "cannot be put in its place", errno);

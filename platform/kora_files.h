@@ -92,10 +92,11 @@ private:
 // Opens the store's file, checked; out_fd is -1 when there is none.
 bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
 
-// An empty file of this process alone, to become the store.
+// An empty file of this process alone, to become the store. Its room is there before LMDB writes to it, which reports a
+// full file system as one that is broken. May leave a file behind when refused.
 bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
 
-// Reserves the fresh file whole and puts it in the store's place.
+// Gives the fresh file its whole size and puts it in the store's place.
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why);
 
 void drop_fresh_file(const Folder &folder, const StorePath &path);

@@ -51,8 +51,11 @@ TEST_F(Place, AFullFileSystemIsFoundHere) {
         }
         if (mount("none", folder.c_str(), "tmpfs", 0, "size=12m") != 0) return 4;
         open();
+        for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) EXPECT_EQ(set(std::string(200, 'x'), "DeviceOS", row), 0);
         EXPECT_EQ(set("kept") + kora_save(handle), 0);
         close();
+        // Enough for the beginning of the new one.
+        write_file(folder + "/filler", std::string(std::filesystem::space(folder).available - (64 << 10), 'x'));
         put_raw(path, {static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0}, "six by", false);
         open();
         EXPECT_EQ(text(), "kept") << "no room beside the one that was set aside";
