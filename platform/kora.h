@@ -38,7 +38,7 @@ enum { KORA_TEXT_MAX = 256 };
  * damaged, foreign or of a newer version is set aside, and the one before it is tried. Where one is there but cannot be
  * reached now, the store is refused, since an empty list would be saved over it; the next call tries again.
  * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
- * later, and opened again.
+ * later, and opened again once no thread of the process is writing.
  * Returns a handle, or null with a line in the log when the store is not to be had.
  * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
  * its own. While one is open KORA_STORE must name the same file, and another copy of this library in the process is
@@ -47,7 +47,10 @@ enum { KORA_TEXT_MAX = 256 };
  */
 void *kora_init_ex(void *reserved);
 
-/* Gives the handle back; the last one closes the store. Returns non-zero for a null or closed handle. */
+/*
+ * Gives the handle back; the last one closes the store, once no other thread is inside an operation or a group. Returns
+ * non-zero for a null or closed handle.
+ */
 int32_t kora_destroy(void *handle);
 
 /*

@@ -49,13 +49,12 @@ void start_over_in_child() {
     pthread_mutex_unlock(&opening);
 }
 
-// Runs `body`, which may change the environment, while no thread is inside an operation or a group.
+// With `opening` and `writing` held. Runs `body`, which may change the environment, while no thread is inside an
+// operation or a group.
 template <class Body>
 auto with_nobody_inside(Body body) {
     take_all_readers();
-    pthread_mutex_lock(&writing);
     const auto result = body();
-    pthread_mutex_unlock(&writing);
     give_all_readers();
     return result;
 }
@@ -67,7 +66,7 @@ bool watch_process(Refusal &out_why) {
     return (is_done && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
 }
 
-// With `opening` held.
+// With `opening` and `writing` held.
 bool open_store(Refusal &out_why) {
     if (!watch_process(out_why)) return false;
     const bool is_opened = with_nobody_inside([&] {
@@ -82,6 +81,7 @@ bool open_store(Refusal &out_why) {
 
 // With `opening` held, and the last handle closed.
 void close_store() {
+    const Lock lock(writing);
     with_nobody_inside([] {
         if (environment.lmdb != nullptr) close_environment(store_path, environment);
         return 0;
@@ -137,7 +137,10 @@ uintptr_t open_handle(Refusal &out_why) {
         store_path = wanted;
         choose_saved_copy(store_path, out_why);
     }
-    if (environment.lmdb == nullptr && !open_store(out_why)) return 0;
+    if (environment.lmdb == nullptr) {
+        const Lock no_writer(writing);
+        if (!open_store(out_why)) return 0;
+    }
     const uintptr_t handle = add_handle();
     if (handle == 0) refuse(out_why, "store %.300s: opened too often in this process", store_path.text);
     return handle;
@@ -151,7 +154,10 @@ bool is_usable() {
     bool is_opened = true;
     {
         const Lock lock(opening);
-        if (is_to_be_opened.load(std::memory_order_relaxed)) is_opened = open_store(why);
+        if (is_to_be_opened.load(std::memory_order_relaxed)) {
+            const Lock no_writer(writing);  // not long: without an environment none waits for another process
+            is_opened = open_store(why);
+        }
     }
     if (is_opened || !is_failure_logged.exchange(true)) log_refusal(why);
     return is_opened;
@@ -161,8 +167,10 @@ void look_after_file(const void *handle) {
     if (!is_look_due() || !is_replaced(handle)) return;
     Refusal found, why;
     {
-        const Lock lock(opening);
-        if (handle_count == 0 || is_in_place()) return;
+        const TriedLock lock(opening);
+        if (!lock.is_held() || handle_count == 0 || is_in_place()) return;
+        const TriedLock no_writer(writing);
+        if (!no_writer.is_held()) return;
         const bool is_opened = open_store(why);
         const char *outcome = is_opened ? "; opened again" : "";
         note(found, "store %.300s: removed or replaced while it was open%s", store_path.text, outcome);

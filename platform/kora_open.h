@@ -21,8 +21,26 @@ private:
     pthread_mutex_t &mutex_;
 };
 
-// Lock order: `opening`, then any reader of the pool, then `writing`. Who holds a reader or `writing` and then finds
-// its handle open may use the environment until it gives that back: opening and closing take all of them.
+// Takes the mutex if nobody has it.
+class TriedLock {
+public:
+    explicit TriedLock(pthread_mutex_t &mutex) : mutex_(mutex), is_held_(pthread_mutex_trylock(&mutex) == 0) {}
+    ~TriedLock() {
+        if (is_held_) pthread_mutex_unlock(&mutex_);
+    }
+    TriedLock(const TriedLock &) = delete;
+    TriedLock &operator=(const TriedLock &) = delete;
+    bool is_held() const { return is_held_; }
+
+private:
+    pthread_mutex_t &mutex_;
+    const bool is_held_;
+};
+
+// Lock order: `opening`, then `writing`, then any reader of the pool; nobody who holds a reader waits for `writing`.
+// Who holds a reader or `writing` and then finds its handle open may use the environment until it gives that back:
+// opening and closing take all of them, `writing` first, since a writer may wait for one of another process that was
+// stopped, and readers may not.
 extern pthread_mutex_t writing;
 extern Environment environment;
 
@@ -39,7 +57,8 @@ inline bool is_open(const void *handle) {
 // After fork the child's first operation opens the store again; false, and logged once, when that fails.
 bool is_usable();
 
-// Opens the store again when its file was removed or replaced meanwhile; looks at most every few milliseconds.
+// Opens the store again when its file was removed or replaced meanwhile; looks at most every few milliseconds. Waits
+// for no writer: while one is at it, the next look opens.
 void look_after_file(const void *handle);
 
 }  // namespace kora

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <random>
+#include <thread>
 
 #include "tests/platform/support.h"
 #include "tests/support/library_copy.h"
@@ -261,6 +262,14 @@ TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
         EXPECT_TRUE(set("again") == 0 && set("saved") == 0);
     }
     ASSERT_EQ(unlink(path.c_str()), 0);
+    ASSERT_EQ(kora_begin(handle, KORA_WRITING), 0);
+    alarm(60);  // what hangs is a failure
+    std::thread([&] {
+        for (int look = 0; look < 5; ++look, usleep(10'000)) (void)changes();
+        EXPECT_EQ(text(), "saved") << "reads wait for no writer";
+    }).join();
+    alarm(0);
+    EXPECT_EQ(kora_end(handle, 1), 0);
     ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
     const std::string log = log_until_changed(true);
     EXPECT_NE(log.find("cannot be opened"), std::string::npos) << log;
