@@ -31,12 +31,13 @@ enum { KORA_TEXT_MAX = 256 };
 
 /*
  * Opens the store that the environment variable KORA_STORE names (default KORA_DEFAULT_STORE; the folder is made
- * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. It is the list of this start
- * of the machine: who comes first and finds none, one from before the last restart, or a damaged one (set aside with
- * "~" behind its name) makes a new one from the saved copy. That is the file that KORA_SAVE names (default
- * "/var/lib/kora/saved" for the default store; none for another store, or where KORA_SAVE is empty). A copy that is
- * damaged, foreign or of a newer version is set aside, and the one before it is tried. Where one is there but cannot be
- * reached now, the store is refused, since an empty list would be saved over it; the next call tries again.
+ * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. The store belongs on a tmpfs
+ * and is the list of this start of the machine: who comes first and finds none, one from before the last restart, or a
+ * damaged one (set aside with "~" behind its name) makes a new one from the saved copy. One of this start that another
+ * version made is refused. The saved copy is the file that KORA_SAVE names (default "/var/lib/kora/saved" for the
+ * default store; none for another store, or where KORA_SAVE is empty). A copy that is damaged, foreign or of a newer
+ * version is set aside, and the one before it is tried. Where one is there but cannot be reached now, the store is
+ * refused, since an empty list would be saved over it; the next call tries again.
  * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
  * later, and opened again once no thread of the process is writing.
  * Returns a handle, or null with a line in the log when the store is not to be had.

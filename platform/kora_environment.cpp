@@ -148,9 +148,7 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     if (error == 0) found = read_format(value.mv_data, value.mv_size);
     mdb_txn_commit(txn);  // not abort: it keeps the handle of `values`
     // Which start of the machine it is from has been looked at, or others have it open now.
-    const Origin origin = origin_of(found);
-    return (error == 0 && origin != Origin::Foreign && origin != Origin::OtherVersion) ||
-           refuse_origin(path, found, out_why);
+    return (error == 0 && is_own_version(found)) || refuse_origin(path, found, out_why);
 }
 
 // LMDB opens the file by its name once more, and follows what the file says about its own size.

@@ -30,9 +30,14 @@ Format own_format() {
 Origin origin_of(const Format &found) {
     const Format own = own_format();
     if (memcmp(found.magic, own.magic, sizeof own.magic) != 0) return Origin::Foreign;
-    if (found.version != own.version || found.schema != own.schema) return Origin::OtherVersion;
-    const bool is_same_start = own.boot[0] == '\0' || memcmp(found.boot, own.boot, sizeof own.boot) == 0;
-    return is_same_start ? Origin::Own : Origin::EarlierStart;
+    const bool is_known = own.boot[0] != '\0' && found.boot[0] != '\0';
+    if (is_known && memcmp(found.boot, own.boot, sizeof own.boot) != 0) return Origin::EarlierStart;
+    return is_own_version(found) ? Origin::Own : Origin::OtherVersion;
+}
+
+bool is_own_version(const Format &found) {
+    return memcmp(found.magic, FORMAT_MAGIC, sizeof found.magic) == 0 && found.version == VERSION &&
+           found.schema == schema_fingerprint();
 }
 
 Format read_format(const void *bytes, size_t size) {

@@ -10,6 +10,7 @@ namespace kora {
 
 inline constexpr char FORMAT_MAGIC[] = "KORAlive";
 
+// Each version's has these, here.
 struct Format {
     char magic[8];
     uint32_t version;
@@ -20,9 +21,12 @@ static_assert(sizeof(Format) == 52, "no padding: it is compared as bytes");
 
 Format own_format();
 
-// A process that cannot tell this start of the machine takes every one for it.
+// The start comes first: of what is from an earlier one nothing is read, whatever its version. A start that either side
+// does not know is taken for the same.
 enum class Origin : uint8_t { Own, EarlierStart, OtherVersion, Foreign };
 Origin origin_of(const Format &found);
+
+bool is_own_version(const Format &found);
 
 // Of a stored entry that may have any size.
 Format read_format(const void *bytes, size_t size);

@@ -148,9 +148,9 @@ TEST_F(Open, OneProcessHasOneStoreThatItsProgramsDoNotInherit) {
 
 TEST_F(Open, WhatIsNoLongerToBeTrustedIsSetAsideAndRestored) {
     const std::string mac_key = {static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0};
-    const auto start_earlier = [&] {
+    const auto change_format = [&](std::initializer_list<size_t> places) {
         std::string format = content().substr(content().find("KORAlive"), 52);
-        format.back() = format.back() == '0' ? '1' : '0';
+        for (const size_t at : places) format[at] = format[at] == '0' ? '1' : '0';
         put({'\xff', 0}, format, true);
     };
     const struct {
@@ -163,7 +163,11 @@ TEST_F(Open, WhatIsNoLongerToBeTrustedIsSetAsideAndRestored) {
          }},
         {"letters in both meta pages", "damaged", [&] { damage_meta_pages(0, "letters"); }},
         {"a value without its check", "damaged", [&] { put(mac_key, "six by"); }},
-        {"an earlier start of the machine", "from before the last restart", start_earlier},
+        {"an earlier start of the machine", "from before the last restart", [&] { change_format({51}); }},
+        {"of another version as well", "from before the last restart",
+         [&] {
+             change_format({8, 12, 51});
+         }},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
