@@ -37,6 +37,8 @@ struct TreeWalk {
     bool has_least = false;
     bool is_least_taken = false;  // and not equal either
     bool are_values_whole = true;
+    bool is_format_whole = false;
+    bool has_format_size = false;
     Format format = {};
 };
 
@@ -96,9 +98,12 @@ bool check_value(TreeWalk &walk, Bytes key_bytes, Bytes value) {
     const Key key = key_of(read_struct<KeyBytes>(static_cast<const uint8_t *>(key_bytes.data)));
     const auto *bytes = static_cast<const uint8_t *>(value.data);
     const size_t size = value.size < CHECK_SIZE ? 0 : value.size - CHECK_SIZE;
-    walk.are_values_whole &=
-        value.size >= CHECK_SIZE && read_struct<uint32_t>(bytes + size) == check_of(key, bytes, size);
-    if (key == FORMAT_KEY) walk.format = read_format(bytes, size);
+    const bool is_whole = value.size >= CHECK_SIZE && read_struct<uint32_t>(bytes + size) == check_of(key, bytes, size);
+    walk.are_values_whole &= is_whole;
+    if (key != FORMAT_KEY) return true;
+    walk.is_format_whole = is_whole;
+    walk.has_format_size = size == sizeof(Format);
+    if (is_whole) walk.format = read_format(bytes, size);
     return true;
 }
 
@@ -203,8 +208,11 @@ FileLook look_at_pages(File &file) {
     TreeWalk values = {file, meta.values, check_value, sizeof(KeyBytes)};
     TreeWalk free_pages = {file, meta.free_pages, check_free_pages, sizeof(size_t)};
     look.is_tree_whole = check_tree(values) && check_tree(free_pages);
-    look.are_values_whole = values.are_values_whole;
+    if (!look.is_tree_whole) return look;
+    look.is_format_whole = values.is_format_whole;
+    look.are_values_whole = values.is_format_whole && values.are_values_whole;
     look.format = values.format;
+    look.is_ours = values.is_format_whole ? origin_of(values.format) != Origin::Foreign : values.has_format_size;
     return look;
 }
 
@@ -215,8 +223,8 @@ FileLook look_at_file(int fd) {
     if (bytes == MAP_FAILED) return FileLook{};
     File file = {static_cast<const uint8_t *>(bytes), page_size(), 0, {}};
     FileLook look = look_at_pages(file);
-    look.is_ours = look.is_tree_whole ? origin_of(look.format) != Origin::Foreign
-                                      : memmem(bytes, STORE_SIZE, FORMAT_MAGIC, sizeof FORMAT_MAGIC - 1) != nullptr;
+    if (!look.is_format_whole)
+        look.is_ours |= memmem(bytes, STORE_SIZE, FORMAT_MAGIC, sizeof FORMAT_MAGIC - 1) != nullptr;
     munmap(bytes, STORE_SIZE);
     return look;
 }

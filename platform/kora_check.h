@@ -11,8 +11,9 @@ namespace kora {
 struct FileLook {
     bool is_ours = false;  // a store, or what is left of one
     bool is_tree_whole = false;
-    bool are_values_whole = false;
-    Format format = {};  // of whole trees only
+    bool is_format_whole = false;
+    bool are_values_whole = false;  // the format's among them
+    Format format = {};             // where it is whole
 };
 
 // Nobody may write to the file meanwhile.

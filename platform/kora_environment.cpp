@@ -178,7 +178,7 @@ enum class Finding : uint8_t { Usable, Refused, SetAside };
 Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
     const FileLook look = look_at_file(fd);
     const Origin origin = origin_of(look.format);
-    if (!look.is_ours || (look.is_tree_whole && origin == Origin::OtherVersion)) {
+    if (!look.is_ours || origin == Origin::OtherVersion) {
         refuse_origin(path, look.format, out_why);
         return Finding::Refused;
     }

@@ -101,11 +101,10 @@ TEST_F(Open, WhatIsNoStoreIsRefusedAndLeftAlone) {
         {"letters of the right size", foreign, write(std::string(STORE_SIZE, 'x'))},
         {"zeros of the right size", foreign, write(std::string(STORE_SIZE, '\0'))},
         {"one page short", cut, resize(STORE_SIZE - 4096)},
-        {"cut to one page", cut, resize(4096)},
         {"one byte long", cut, resize(STORE_SIZE + 1)},
         {"foreign entries", foreign, [&] { put("a", "b"); }},
         {"foreign format", foreign, [&] { put(format, "KORAdead\1\0\0\0abcd"); }},
-        {"other version", "of another version", [&] { put(format, std::string("KORAlive\7\0\0\0abcd", 16)); }},
+        {"other version", "of another version", [&] { put(format, "KORAlive\7" + std::string(43, '\0'), true); }},
         {"link", "a link", make_link},
         {"pipe", "not a file", [&] { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
     };
@@ -148,10 +147,16 @@ TEST_F(Open, OneProcessHasOneStoreThatItsProgramsDoNotInherit) {
 
 TEST_F(Open, WhatIsNoLongerToBeTrustedIsSetAsideAndRestored) {
     const std::string mac_key = {static_cast<char>(sarn::Field::Sarnsignature_DeviceMAC), 0};
-    const auto change_format = [&](std::initializer_list<size_t> places) {
+    const auto change_format = [&](auto... places) {
         std::string format = content().substr(content().find("KORAlive"), 52);
-        for (const size_t at : places) format[at] = format[at] == '0' ? '1' : '0';
+        ((format[places] = format[places] == '0' ? '1' : '0'), ...);
         put({'\xff', 0}, format, true);
+    };
+    const auto flip_in_format = [&](size_t at) {
+        std::string all = content();
+        for (size_t place = all.find("KORAlive"); place < all.size(); place = all.find("KORAlive", place + 1))
+            all[place + at] ^= 1;
+        write_file(all);
     };
     const struct {
         const char *name, *reason;
@@ -163,11 +168,10 @@ TEST_F(Open, WhatIsNoLongerToBeTrustedIsSetAsideAndRestored) {
          }},
         {"letters in both meta pages", "damaged", [&] { damage_meta_pages(0, "letters"); }},
         {"a value without its check", "damaged", [&] { put(mac_key, "six by"); }},
-        {"an earlier start of the machine", "from before the last restart", [&] { change_format({51}); }},
-        {"of another version as well", "from before the last restart",
-         [&] {
-             change_format({8, 12, 51});
-         }},
+        {"a bit of the mark of every store", "damaged", [&] { flip_in_format(0); }},
+        {"a bit of the version", "damaged", [&] { flip_in_format(8); }},
+        {"an earlier start of the machine", "from before the last restart", [&] { change_format(51); }},
+        {"of another version as well", "from before the last restart", [&] { change_format(8, 12, 51); }},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -207,6 +211,8 @@ TEST_F(Open, LettersAnywhereInTheFileAreFoundOrHarmless) {
         const std::string log = log_of([&] { handle = kora_init_ex(nullptr); });
         EXPECT_LE(std::count(log.begin(), log.end(), '\n'), 1) << log;
         found += !log.empty();
+        const bool is_known = length == 1 || spoiled.find("KORAlive") != std::string::npos;
+        EXPECT_TRUE(handle != nullptr || !is_known) << "letters at " << at << ": " << log;
         for (int32_t row = 0; handle != nullptr && row < sarn::ROW_COUNT; ++row) {
             ASSERT_EQ(text("DeviceUUID", row), "row " + std::to_string(row)) << "letters at " << at << ": " << length;
         }
@@ -230,15 +236,6 @@ TEST_F(Open, PagesOfEverySizeHoldAFullList) {
         lose_live_store();
     }
     faults::page_size = 0;
-}
-
-// A new store counts its transactions from the same number on.
-TEST_F(Open, AnotherStoreHasAnotherChangeNumber) {
-    open();
-    const uint64_t before = changes();
-    lose_live_store();
-    open();
-    EXPECT_NE(changes(), before);
 }
 
 TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
