@@ -241,18 +241,22 @@ bool open_environment(const StorePath &path, Environment &out_environment, Refus
     return false;
 }
 
-void close_environment(const StorePath &path, Environment &environment) {
-    // The last process to close takes LMDB's locks apart, and none may be opening meanwhile.
-    Folder folder;
-    Refusal ignored;
-    enter_folder(path, folder, ignored);
-    drop_environment(environment);
-}
-
 void forget_environment(Environment &environment) {
     unmap_mark(environment.writing_process);
     if (environment.claim_fd >= 0) close(environment.claim_fd);
     environment = Environment{};
+}
+
+void close_environment(const StorePath &path, Environment &environment) {
+    // The last process to close takes LMDB's locks apart, and none may be opening meanwhile. Where those cannot be kept
+    // out, LMDB's part is left open until this process ends.
+    Folder folder;
+    Refusal ignored;
+    if (enter_folder(path, folder, ignored)) {
+        drop_environment(environment);
+    } else {
+        forget_environment(environment);
+    }
 }
 
 }  // namespace kora
