@@ -230,8 +230,10 @@ bool open_environment(const StorePath &path, Environment &out_environment, Refus
     Finding finding = open_present_store(folder, path, opened, out_why);
     if (finding == Finding::SetAside) {
         drop_environment(opened);
-        finding = Finding::Refused;
-        if (make_store(folder, path, out_why)) finding = open_present_store(folder, path, opened, out_why);
+        finding =
+            make_store(folder, path, out_why) ? open_present_store(folder, path, opened, out_why) : Finding::Refused;
+        if (finding == Finding::SetAside)
+            refuse(out_why, "store %.300s: was removed while it was being opened", path.text);
     }
     if (finding == Finding::Usable) {
         out_environment = opened;
