@@ -108,7 +108,6 @@ bool wait_and_read(const void *handle, Save &save, bool is_waiting, SaveEnd &out
 
 SaveEnd save_store(const void *handle, bool is_waiting) {
     SaveEnd end;
-    if (!is_usable()) return end;
     const StandardDescriptors none_of_these;
     Save save;
     if (wait_and_read(handle, save, is_waiting, end) && write_saved_copy(save.folder, save.path, save.image, end.why)) {
@@ -119,10 +118,15 @@ SaveEnd save_store(const void *handle, bool is_waiting) {
 }
 
 // With `saving` held.
-Result save_and_report(const void *handle, bool is_waiting) {
+SaveEnd save_now(const void *handle, bool is_waiting) {
     clear_save_pending();  // before the snapshot: what is decided from now on may not be in it
     SaveEnd end = save_store(handle, is_waiting);
     if (end.result != DONE) set_save_pending(save_clock() + PAUSE);
+    return end;
+}
+
+// With no lock held.
+Result report_save(SaveEnd &end) {
     if (end.read_error != 0) (void)report_reading(end.read_error);
     if (!is_news(end.why)) end.why.text[0] = '\0';
     log_refusal(end.why);
@@ -185,12 +189,13 @@ uint64_t save_clock() {
 uint64_t next_save(uint64_t last, uint64_t now) { return last > now ? now : last + PAUSE; }
 
 void save_by_itself(const void *handle) {
-    if (pthread_mutex_trylock(&saving) != 0) {
+    if (!is_usable() || pthread_mutex_trylock(&saving) != 0) {
         set_save_pending(save_clock() + PAUSE);
         return;
     }
-    (void)save_and_report(handle, false);
+    SaveEnd end = save_now(handle, false);
     pthread_mutex_unlock(&saving);
+    (void)report_save(end);
 }
 
 void forget_save() {
@@ -206,6 +211,9 @@ void forget_save() {
 extern "C" int32_t kora_save(void *handle) {
     using namespace kora;
     if (is_in_group() || !is_open(handle)) return REFUSED;
-    const Lock lock(saving);
-    return save_and_report(handle, true);
+    if (!is_usable()) return FAILED;
+    pthread_mutex_lock(&saving);
+    SaveEnd end = save_now(handle, true);
+    pthread_mutex_unlock(&saving);
+    return report_save(end);
 }
