@@ -42,8 +42,8 @@ enum { KORA_TEXT_MAX = 256 };
  * later, and opened again once no thread of the process is writing.
  * Returns a handle, or null with a line in the log when the store is not to be had.
  * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
- * its own. While one is open KORA_STORE must name the same file, and another copy of this library in the process is
- * refused.
+ * its own. While one is open KORA_STORE must name the file by the same path, and another copy of this library in the
+ * process is refused.
  * After fork the child goes on with its handles; the store is opened again for it at its first call.
  */
 void *kora_init_ex(void *reserved);
@@ -97,8 +97,9 @@ int32_t kora_end(void *handle, int32_t keep);
  * A number that moves with every change of what a rebuild of the device list reads: the MAC addresses of
  * "Sarnsignature" and "ConnectDeviceinfo", the states, the "Timestamp" of a row whose state begins with "DOWN" or
  * "unknown", the sync timestamp. It moves in the same transaction as the change, is the same for all processes, and in
- * a group is that of the group. While it is the same, all of these are the same; another store never goes on with the
- * number of the last. A host may lack it; libsarn.so then rebuilds each time.
+ * a group is that of the group. A number read in a writing group holds only if kora_end kept it: what was dropped is
+ * counted again. While it is the same, all of these are the same; another store never goes on with the number of the
+ * last. A host may lack it; libsarn.so then rebuilds each time.
  */
 int32_t kora_changes(void *handle, uint64_t *number);
 
@@ -126,8 +127,9 @@ int32_t kora_string2ipv4(const char *text, uint8_t four[4]);
 
 /*
  * Writes one line: level and source, then the formatted message without its trailing line feed. Control bytes are
- * shown escaped. Obeys the four controls that libsarn.so exports where it is loaded: __log_to_console (to stderr),
- * __log_to_file with __log_file_name, and __log_level, the lowest level shown. Thread-safe.
+ * shown escaped. Obeys the four controls that libsarn.so exports where the program is linked with it, or has loaded it
+ * (RTLD_GLOBAL) before this library: __log_to_console (to stderr), __log_to_file with __log_file_name, and __log_level,
+ * the lowest level shown. Thread-safe.
  */
 void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...)
 #if defined(__GNUC__)

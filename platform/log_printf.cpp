@@ -7,7 +7,7 @@
 
 #include "kora.h"
 
-// The controls belong to libsarn; a process without it logs everything to the console.
+// The controls belong to libsarn; a process without it when this library is loaded logs everything to the console.
 extern "C" {
 extern int32_t __log_to_console __attribute__((weak));
 extern int32_t __log_level __attribute__((weak));
