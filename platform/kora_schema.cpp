@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+#include "kora_key.h"
+
 namespace kora {
 
 using sarn::FIELD_COUNT;
@@ -74,13 +76,30 @@ constexpr uint32_t mix(uint32_t hash, uint8_t byte) {
     return (hash ^ byte) * FNV_PRIME;
 }
 
+template <size_t N>
+constexpr uint32_t mix(uint32_t hash, const char (&text)[N]) {
+    for (const char c : text) hash = mix(hash, static_cast<uint8_t>(c));
+    return hash;
+}
+
+constexpr uint32_t mix(uint32_t hash, uint32_t number) {
+    for (int bits = 0; bits < 32; bits += 8) hash = mix(hash, static_cast<uint8_t>(number >> bits));
+    return hash;
+}
+
 constexpr uint32_t make_fingerprint() {
+    constexpr Columns COLUMNS = place_fields();
     uint32_t hash = 2166136261;
-    for (const FieldSpec &spec : FIELDS) {
-        for (const char c : TABLES[static_cast<uint8_t>(spec.table)].name) hash = mix(hash, static_cast<uint8_t>(c));
-        for (const char c : spec.name) hash = mix(hash, static_cast<uint8_t>(c));
+    for (int32_t i = 0; i < FIELD_COUNT; ++i) {
+        const FieldSpec &spec = FIELDS[i];
+        const sarn::TableSpec &table = TABLES[static_cast<uint8_t>(spec.table)];
+        hash = mix(mix(mix(hash, table.name), static_cast<uint32_t>(table.rows)), spec.name);
         hash = mix(hash, static_cast<uint8_t>(spec.type));
+        hash = mix(mix(hash, spec.reset.text), static_cast<uint32_t>(spec.reset.number));
+        hash = mix(mix(hash, uint32_t{COLUMNS.of[i].first}), COLUMNS.of[i].step_bits);
+        hash = mix(hash, static_cast<uint8_t>(EFFECTS_BY_FIELD.of[i].rebuild));
     }
+    for (const auto &state : OFFLINE_STATES) hash = mix(hash, state);
     return hash;
 }
 

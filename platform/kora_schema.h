@@ -18,7 +18,8 @@ struct Bytes {
     size_t size;
 };
 
-// Changes with every name and type, in order: a store made with another schema is told apart by it.
+// Changes with every name, type, number of rows and reset value, with where a field lies and with what a change of it
+// does to the change number: a store of a build that differs in one of these is told apart by it.
 uint32_t schema_fingerprint();
 
 // Names are compared whole; false when the schema has no such field.
