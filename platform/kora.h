@@ -106,11 +106,11 @@ int32_t kora_changes(void *handle, uint64_t *number);
 /*
  * Saves the store now to the file that KORA_SAVE names: written beside, synced, and moved over the last copy, which
  * stays as the one before (".1"). Writes nothing when the copy says the same about all that a person or the router
- * decided: which devices there are, their custom names, types, models and brands, allow or block, the two feature
- * switches. A change of these also saves by itself, at most once in a minute, all processes counted together; what
- * changes within that minute is saved by the next write of the same process after it, or by this call, which may be
- * made at any time. Returns non-zero when there is no whole copy of now on the disk, with a line in the log, unless the
- * last save of this process failed with the same one.
+ * decided: which devices there are, their custom names, types, models and brands, tags and UUIDs, allow or block, the
+ * two feature switches, the upgrade flag and the firmware switch. A change of these also saves by itself, at most once
+ * in a minute, all processes counted together; what changes within that minute is saved by the next write of the same
+ * process after it, or by this call, which may be made at any time. Returns non-zero when there is no whole copy on the
+ * disk of what is decided by now, with a line in the log, unless the last save of this process failed with the same one.
  */
 int32_t kora_save(void *handle);
 

@@ -25,8 +25,12 @@ inline constexpr Effect EFFECTS[] = {
     {sarn::Field::DeviceIdList_DisplayModelCustom, Rebuild::No, true},
     {sarn::Field::DeviceIdList_DisplayBrandCustom, Rebuild::No, true},
     {sarn::Field::Sarnsignature_AllowOrBlock, Rebuild::No, true},
+    {sarn::Field::Sarnsignature_IsTagged, Rebuild::No, true},
+    {sarn::Field::DeviceIdList_DeviceUUID, Rebuild::No, true},
     {sarn::Field::FeatureCfg_ACLEnable, Rebuild::No, true},
     {sarn::Field::FeatureCfg_NDNEnable, Rebuild::No, true},
+    {sarn::Field::General_SARNTableupgradestatus, Rebuild::No, true},
+    {sarn::Field::SarnFWupgrade_FWStatusswitch, Rebuild::No, true},
 };
 
 // What a state begins with that counts as offline in a rebuild.

@@ -75,8 +75,12 @@ TEST_F(Saved, OnlyWhatSomeoneDecidedCausesASave) {
                                      Field::DeviceIdList_DisplayModelCustom,
                                      Field::DeviceIdList_DisplayBrandCustom,
                                      Field::Sarnsignature_AllowOrBlock,
+                                     Field::Sarnsignature_IsTagged,
+                                     Field::DeviceIdList_DeviceUUID,
                                      Field::FeatureCfg_ACLEnable,
-                                     Field::FeatureCfg_NDNEnable};
+                                     Field::FeatureCfg_NDNEnable,
+                                     Field::General_SARNTableupgradestatus,
+                                     Field::SarnFWupgrade_FWStatusswitch};
     open();
     ASSERT_EQ(kora_save(handle), 0);
     for (int i = 0; i < 2 * sarn::FIELD_COUNT; ++i) {
