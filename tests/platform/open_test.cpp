@@ -100,7 +100,6 @@ TEST_F(Open, WhatIsNoStoreIsRefusedAndLeftAlone) {
         {"text", "cut short, or not a store", write("letters\n")},
         {"letters of the right size", foreign, write(std::string(STORE_SIZE, 'x'))},
         {"zeros of the right size", foreign, write(std::string(STORE_SIZE, '\0'))},
-        {"one page short", cut, resize(STORE_SIZE - 4096)},
         {"one byte long", cut, resize(STORE_SIZE + 1)},
         {"foreign entries", foreign, [&] { put("a", "b"); }},
         {"foreign format", foreign, [&] { put(format, "KORAdead\1\0\0\0abcd"); }},

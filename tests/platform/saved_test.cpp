@@ -164,7 +164,6 @@ TEST_F(Saved, ACopyThatIsNotWholeIsSetAsideAndTheOneBeforeTried) {
         {"whole", [] {}, "last", 0, ""},
         {"absent", [&] { unlink(saved.c_str()); }, "before", 0, ""},
         {"damaged", write(last.substr(0, last.size() - 1) + "x"), "before", 1, "damaged; set aside"},
-        {"cut", write(last.substr(0, last.size() / 2)), "before", 1, "damaged; set aside"},
         {"empty", write(""), "before", 1, "not a saved copy"},
         {"foreign", write("letters\n"), "before", 1, "not a saved copy"},
         {"newer", write(sealed(newer)), "before", 1, "of a newer version"},
