@@ -16,6 +16,7 @@ extern "C" __attribute__((visibility("default"), format(printf, 4, 5))) void log
 
 namespace {
 
+using sarn_dhcp::Action;
 using sarn_dhcp::Event;
 using sarn_dhcp::Verdict;
 
@@ -109,6 +110,8 @@ int store_event(const Event &event, int argc, const char *const *argv) {
     device_info device;
     const Lookup lookup = find_device(event.mac, device);
     if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return EXIT_DONE;
+    // A device that was forgotten is not brought back by the end of its lease.
+    if (lookup == Lookup::Absent && event.action == Action::Del) return EXIT_DONE;
     signature_record report;
     if (lookup == Lookup::Unreadable ||
         !sarn_dhcp::fill_report(event, environ, lookup == Lookup::Found ? &device : nullptr, report)) {

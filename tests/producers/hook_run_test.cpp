@@ -87,7 +87,8 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
     EXPECT_EQ(device(0), "name|DOWN|wlan1|phone|v|6,3|10.0.0.5|");
     EXPECT_EQ(run("DNSMASQ_DATA_MISSING=1", "old 02:00:00:00:00:0b 10.0.0.6"), 0);
     EXPECT_EQ(device(1), "|unknown|||||10.0.0.6|");
-    EXPECT_EQ(out, "");
+    EXPECT_EQ(run("", "del 02:00:00:00:00:0c 10.0.0.7"), 0);
+    EXPECT_EQ(device(2) + out, "none");
 }
 
 TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
