@@ -35,8 +35,8 @@ constexpr char USAGE[] =
     "Environment (set by dnsmasq): DNSMASQ_SUPPLIED_HOSTNAME, DNSMASQ_VENDOR_CLASS, DNSMASQ_REQUESTED_OPTIONS,\n"
     "DNSMASQ_INTERFACE, DNSMASQ_DATA_MISSING. KORA_STORE names the store (default /run/kora/store.mdb).\n"
     "\n"
-    "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full), 2 usage,\n"
-    "3 the store cannot be opened, read or written.\n";
+    "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full) or this help not written,\n"
+    "2 usage, 3 the store cannot be opened, read or written.\n";
 
 constexpr size_t CAUSE_SIZE = 256;
 char cause[CAUSE_SIZE];
@@ -148,7 +148,8 @@ extern "C" void log_printf(int32_t level, const char * /*file*/, int32_t /*line*
 
 int main(int argc, char **argv) {
     if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
-        return fputs(USAGE, stdout) >= 0 && fflush(stdout) == 0 ? EXIT_DONE : EXIT_REFUSED;
+        const bool is_written = fputs(USAGE, stdout) >= 0 && fflush(stdout) == 0;
+        return is_written ? EXIT_DONE : fail(EXIT_REFUSED, argc, argv, "the help cannot be written");
     }
     __log_level = REFUSAL_LEVEL;
     Event event{};

@@ -32,7 +32,7 @@ protected:
 
     // The exit status; `out` is what the hook wrote.
     int run(const std::string &environment, const std::string &arguments, const char *hook = SARN_DHCP) {
-        FILE *pipe = popen((environment + " '" + hook + "' " + arguments + " 2>&1").c_str(), "r");
+        FILE *pipe = popen((environment + " '" + hook + "' 2>&1 " + arguments).c_str(), "r");
         char buffer[4096];
         out.assign(buffer, fread(buffer, 1, sizeof buffer, pipe));
         const int status = pclose(pipe);
@@ -63,6 +63,7 @@ TEST_F(Hook, AnswersInOneLineAndByExitStatus) {
         {"", "add 02:00:00:00:00:0a 10.0.0", 1, "not an IPv4 address"},
         {"", "add \"$(printf '\\033%%n%05000d')\" 10.0.0.5", 1, "\\x1b%n000"},
         {"", "", 2, "add|old|del"},
+        {"", "--help >/dev/full", 1, "cannot be written"},
     };
     for (const auto &row : ROWS) {
         EXPECT_EQ(run(row.environment, row.arguments), row.status) << row.arguments;
