@@ -19,8 +19,11 @@ ExitCode forget_device(const std::string &typed) {
     require(Call::Forget, sarn_remove_macaddress_entry(mac.c_str()), "cannot forget " + mac);
     // The library does not tell when the store refused a write.
     std::string text = mac;
-    if (check_macaddress_entry(text.data()) >= 0)
+    const int32_t found = check_macaddress_entry(text.data());
+    if (found >= 0)
         throw Refusal(EXIT_NO_STORE, "not forgotten: " + mac + " is still in the list; the store may be full");
+    if (found != SARN_ERR_NOT_FOUND)
+        throw refusal_of(Call::Find, found, "cannot tell whether " + mac + " is forgotten");
     return EXIT_DONE;
 }
 

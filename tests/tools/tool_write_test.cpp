@@ -120,6 +120,7 @@ TEST(SarnTool, CodesOfEachCallInWords) {
         {"forget=-12", "forget MAC", 1, "no device"},
         {"forget=-16 find=-1", "forget MAC", 3, "built again"},
         {"forget=0 find=0", "forget MAC", 3, "still in the list"},
+        {"forget=0 find=-16", "forget MAC", 3, "cannot tell whether"},
         {"forget=0 find=-1", "forget MAC", 0, ""},
         {"set=-12", "set MAC uuid x", 1, "cannot write the uuid of"},
         {"set=-15", "set MAC uuid x", 2, "length"},
