@@ -54,6 +54,8 @@ int32_t find_writer(void *store) {
 int32_t find_stuck_writer() {
     static constexpr timespec LONG_FOR_A_WRITE = {0, 200'000'000};
     void *store = kora_init_ex(nullptr);
+    // The start would wait as long again for a folder that is locked, and tell it a second time.
+    if (store == nullptr) throw Refusal(EXIT_NO_STORE, "cannot open the device list: the store cannot be opened");
     int32_t writer = find_writer(store);
     if (writer != 0) {
         nanosleep(&LONG_FOR_A_WRITE, nullptr);

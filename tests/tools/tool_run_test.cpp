@@ -44,6 +44,7 @@ TEST(SarnTool, ExitCodesAndWords) {
         {"states=-16", "list", 3, "could not be built again from the store (code -16)"},
         {"4=0 states=-1", "list", 3, "could not read a row (code -1)"},
         {"writer=1 start=-24", "status", 3, "process 1 does not go on"},
+        {"open=-1 start=-24", "status", 3, "sarn: cannot open the device list: the store cannot be opened\n"},
         {"9=-12", "show 9", 1, "row 9: no device in that row (code -12)"},
         {"9=-2", "show 9", 3, "cannot read row 9"},
         {"states=-1", "list --state up", 3, "could not read a row (code -1)"},
