@@ -11,13 +11,13 @@
 #include <cstring>
 
 #include "device_text.h"
+#include "text_table.h"
 
 namespace tool {
 
 namespace {
 
 constexpr size_t LEAST_COLUMNS = 80;
-constexpr size_t COLUMNS_WITHOUT_TERMINAL = 120;
 
 size_t terminal_columns() {
     winsize size = {};
@@ -58,7 +58,7 @@ void occupy_standard_descriptors() {
 }
 
 Output describe_standard_output() {
-    if (isatty(STDOUT_FILENO) == 0) return {"", COLUMNS_WITHOUT_TERMINAL, false};
+    if (isatty(STDOUT_FILENO) == 0) return {"", NO_LIMIT, false};
     return {"", terminal_columns(), colour_is_wanted()};
 }
 

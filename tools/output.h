@@ -11,7 +11,7 @@ namespace tool {
 // What a command prints. It is written in one go when the command is done, so that a failed write is noticed.
 struct Output {
     std::string text;
-    size_t columns;
+    size_t columns;  // NO_LIMIT where it goes to no terminal
     bool with_colour;
 };
 

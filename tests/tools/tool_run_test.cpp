@@ -39,6 +39,7 @@ TEST(SarnTool, ExitCodesAndWords) {
         {"find=9 9=-12", "show 2:0:0:0:0:1", 1, "no device in that row"},
         {"", "--log-level 9 list", 2, "--log-level"},
         {"", "list --log-level 1", 0, "VENDOR CLASS"},
+        {"9=0", "list", 0, "  \\x1b]0;owned\\x07\"M\xc3\xbcller\"\\x0a%n%s  "},
         {"start=-24", "list", 3, "the store cannot be opened (code -24)"},
         {"start=-24", "show 1", 3, "the store cannot be opened (code -24)"},
         {"states=-16", "list", 3, "could not be built again from the store (code -16)"},
