@@ -37,6 +37,15 @@ TEST(ManPage, NamesEveryExport) {
 }
 
 TEST_F(ToolOnStore, CompletionOffersWhatTheToolTakes) {
+    const auto offered = [](const std::string &typed) {
+        return run("PATH=\"$(dirname '" SARN_TOOL "'):$PATH\" bash -c '. \"" SARN_SOURCE
+                   "/packaging/completion/sarn\"; COMP_WORDBREAKS=\" :\"; COMP_LINE=$1; COMP_POINT=${#1}; _sarn; "
+                   "printf %s \"${COMPREPLY[*]}\"' bash '" +
+                   typed + "'")
+            .out;
+    };
+    EXPECT_EQ(offered("sarn show "), "");
+    EXPECT_TRUE(std::filesystem::is_empty(folder_)) << "asking made a store";
     ASSERT_EQ(run_tool("report signature 2:0:0:0:0:a --ip 10.0.0.1 --state UP").exit_code, 0);
     const struct {
         const char *typed, *offered;
@@ -57,15 +66,7 @@ TEST_F(ToolOnStore, CompletionOffersWhatTheToolTakes) {
         {"sarn name --producer ", ""},
         {"sarn nonsense ", ""},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(run("PATH=\"$(dirname '" SARN_TOOL "'):$PATH\" bash -c '. \"" SARN_SOURCE
-                      "/packaging/completion/sarn\"; COMP_WORDBREAKS=\" :\"; COMP_LINE=$1; COMP_POINT=${#1}; _sarn; "
-                      "printf %s \"${COMPREPLY[*]}\"' bash '" +
-                      std::string(row.typed) + "'")
-                      .out,
-                  row.offered)
-            << row.typed;
-    }
+    for (const auto &row : rows) EXPECT_EQ(offered(row.typed), row.offered) << row.typed;
 }
 
 }  // namespace
