@@ -9,17 +9,18 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/store_folder.h"
+
 namespace {
 
 constexpr char LEASE[] = " 02:00:00:00:00:0a 10.0.0.5";
 
 class Hook : public testing::Test {
 protected:
-    std::string folder = testing::TempDir() + "hookXXXXXX";
+    std::string folder = make_store_folder();
     std::string out;
 
     void SetUp() override {
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
         setenv("KORA_STORE", (folder + "/store.mdb").c_str(), 1);
         setenv("HOSTNAME", "router", 1);
         __log_to_console = 0;

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/store_folder.h"
+
 struct Result {
     int exit_code;
     std::string out;
@@ -37,15 +39,10 @@ inline bool has(const std::string &text, const std::string &part) { return text.
 // The tool on the real library, with a store of the test's own.
 class ToolOnStore : public testing::Test {
 protected:
-    void SetUp() override {
-        char folder[] = "/tmp/sarn-tool-XXXXXX";
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        folder_ = folder;
-        setenv("KORA_STORE", (folder_ + "/store.mdb").c_str(), 1);
-    }
+    void SetUp() override { setenv("KORA_STORE", (folder_ + "/store.mdb").c_str(), 1); }
     void TearDown() override { std::filesystem::remove_all(folder_); }
 
-    std::string folder_;
+    std::string folder_ = make_store_folder();
 };
 
 #endif
