@@ -1,10 +1,9 @@
-// What a terminal and a JSON reader may get, and which members of the record a field code writes.
+// What a terminal and a JSON reader may get.
 #ifndef SARN_TESTS_PRINTABLE_H
 #define SARN_TESTS_PRINTABLE_H
 
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 inline bool is_utf8(const std::string &text) {
     try {
@@ -23,28 +22,5 @@ inline bool is_printable(const std::string &text) {
     }
     return is_utf8(text);
 }
-
-// By code, from 1 on; the first member shows the value. Two codes take addresses alone.
-inline const std::vector<std::string> CODE_MEMBERS[] = {{"DeviceHua"},
-                                                        {"DeviceDHCPOptions"},
-                                                        {"DeviceDHCPHostname", "DeviceHostname", "DisplayNameDPI"},
-                                                        {"DeviceDHCPVendor"},
-                                                        {"DeviceIP"},
-                                                        {"Devicestate", "Timestamp"},
-                                                        {"DeviceConnectionInterface"},
-                                                        {"DeviceTypeCustom"},
-                                                        {"DisplayNameCustom"},
-                                                        {"IsTagged"},
-                                                        {"DisplayModelCustom"},
-                                                        {"AllowOrBlock"},
-                                                        {"ConnSSID"},
-                                                        {"DeviceLinkRate"},
-                                                        {"DownloadBW"},
-                                                        {"UploadBW"},
-                                                        {"DeviceSignalStrength"},
-                                                        {"ConnAPMac"},
-                                                        {"DisplayBrandCustom"},
-                                                        {"DeviceCategory"},
-                                                        {"DeviceUUID"}};
 
 #endif
