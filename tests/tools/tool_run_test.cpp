@@ -123,6 +123,7 @@ TEST(SarnTool, NoRawBytesOfAClientReachTheTerminal) {
 }
 
 TEST(SarnTool, ShowsEveryFieldOfTheRecord) {
+    EXPECT_EQ(run_on_fake("4=0", "show 4 | grep -c '^  '").out, "35\n");
     const std::string out = run_on_fake("4=0", "show 4").out;
     for (const char *part : {"\\x1b]0;owned\\x07\"M\xc3\xbcller\"\\x0a%n%s", "\xe7\x8c\xab", "02:00:00:00:00:01",
                              "  -1\n", "1970-01-0", "(86400)", "(not readable)"})
