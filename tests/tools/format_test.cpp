@@ -5,7 +5,6 @@
 #include "device_json.h"
 #include "device_text.h"
 #include "hostile_device.h"
-#include "refusal.h"
 #include "text_table.h"
 
 using namespace tool;
@@ -108,11 +107,4 @@ TEST(TextTable, FitsItsLimitByCuttingThenDropping) {
     };
     for (const auto &row : rows) EXPECT_EQ(render(table, row.limit, false), row.expected) << row.limit;
     EXPECT_EQ(styled("x", Style::Alert, true), "\033[31mx\033[0m");
-}
-
-TEST(Refusal, OneNumberMeansWhatItsCallMeans) {
-    EXPECT_EQ(refusal_of(Call::ReadRow, SARN_ERR_UNUSED_ROW, "cannot read row 3").what(),
-              "cannot read row 3: no device in that row (code -12)"s);
-    EXPECT_EQ(refusal_of(Call::Start, SARN_ERR_UNUSED_ROW, "cannot start").what(),
-              "cannot start: unexpected answer of the library (code -12)"s);
 }
