@@ -97,7 +97,7 @@ enum sarn_result {
 
     SARN_ERR_MAC = -8,
     SARN_ERR_LOOKUP_ONLY = -8,     /* producer 30 and a MAC without a row */
-    SARN_ERR_ROW_LOST_DEVICE = -8, /* query by MAC: the row found holds no device any more, or another one */
+    SARN_ERR_ROW_LOST_DEVICE = -8, /* query by MAC: the row found no longer holds the device */
 
     SARN_ERR_NULL_BUFFER = -9,
     SARN_ERR_WORD_COUNT = -10,
@@ -580,7 +580,8 @@ typedef struct {
  *   SARN_ERR_NOT_INITIALISED
  *   SARN_ERR_UNKNOWN_DEVICE   the MAC has no row
  *   SARN_ERR_NOT_READABLE     as the query by row; the record likewise
- *   SARN_ERR_ROW_LOST_DEVICE  the row found holds no device any more, or another one; the record as it was
+ *   SARN_ERR_ROW_LOST_DEVICE  the row found holds no device any more, or, where the store offers groups, another one;
+ *                             the record as it was
  */
 SARN_API int32_t get_device_info_by_mac(device_info *record, const char *mac);
 
@@ -668,8 +669,8 @@ extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
 
 /*
  * Rows that were found or reported offline, for the clean-up; each row once, with its last time; a slot with row -1 is
- * empty. A row keeps its slot until the next rebuild or clean-up, or until an older one takes its place: one that came
- * back meanwhile is spared where the store offers groups. All zero until sarn_init.
+ * empty. A row keeps its slot until the next rebuild, until a clean-up looks at it, or until an older one takes its
+ * place: one that came back meanwhile is spared where the store offers groups. All zero until sarn_init.
  */
 typedef struct {
     int32_t timestamp; /* seconds since the epoch */

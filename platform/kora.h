@@ -49,8 +49,9 @@ enum { KORA_TEXT_MAX = 256 };
 void *kora_init_ex(void *reserved);
 
 /*
- * Gives the handle back; the last one closes the store, once no other thread is inside an operation or a group. Returns
- * non-zero for a null or closed handle.
+ * Gives the handle back; the last one closes the store, once no other thread is inside an operation or a group. Where
+ * the store's folder cannot be locked for it (for five seconds, or no descriptor is left), two descriptors and the
+ * mapping stay until the process ends. Returns non-zero for a null or closed handle.
  */
 int32_t kora_destroy(void *handle);
 

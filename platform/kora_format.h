@@ -10,7 +10,7 @@ namespace kora {
 
 inline constexpr char FORMAT_MAGIC[] = "KORAlive";
 
-// Each version's has these, here.
+// Each version's has these, here, and a check of its own entry as this one makes it: one that fails is damage.
 struct Format {
     char magic[8];
     uint32_t version;

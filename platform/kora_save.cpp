@@ -122,13 +122,13 @@ SaveEnd save_now(const void *handle, bool is_waiting) {
     clear_save_pending();  // before the snapshot: what is decided from now on may not be in it
     SaveEnd end = save_store(handle, is_waiting);
     if (end.result != DONE) set_save_pending(save_clock() + PAUSE);
+    if (!is_news(end.why)) end.why.text[0] = '\0';
     return end;
 }
 
 // With no lock held.
-Result report_save(SaveEnd &end) {
+Result report_save(const SaveEnd &end) {
     if (end.read_error != 0) (void)report_reading(end.read_error);
-    if (!is_news(end.why)) end.why.text[0] = '\0';
     log_refusal(end.why);
     return end.result;
 }
@@ -193,7 +193,7 @@ void save_by_itself(const void *handle) {
         set_save_pending(save_clock() + PAUSE);
         return;
     }
-    SaveEnd end = save_now(handle, false);
+    const SaveEnd end = save_now(handle, false);
     pthread_mutex_unlock(&saving);
     (void)report_save(end);
 }
@@ -213,7 +213,7 @@ extern "C" int32_t kora_save(void *handle) {
     if (is_in_group() || !is_open(handle)) return REFUSED;
     if (!is_usable()) return FAILED;
     pthread_mutex_lock(&saving);
-    SaveEnd end = save_now(handle, true);
+    const SaveEnd end = save_now(handle, true);
     pthread_mutex_unlock(&saving);
     return report_save(end);
 }

@@ -96,6 +96,12 @@ Lookup find_device(const char *mac, device_info &device) {
     return memcmp(device.DeviceMAC, text, sizeof text) == 0 ? Lookup::Found : Lookup::Absent;
 }
 
+// A list that could not be read whole may hold a device that was not found.
+bool is_list_whole() {
+    uint32_t rows[SARN_BITMAP_WORDS];
+    return sarn_device_state_info(rows, SARN_BITMAP_WORDS, SARN_ROWS_IN_USE) >= 0;
+}
+
 // Looks again, since the library does not tell a write that the store refused.
 bool is_stored(const Event &event, const signature_record &report) {
     device_info device;
@@ -111,7 +117,7 @@ int store_event(const Event &event, int argc, const char *const *argv) {
     const Lookup lookup = find_device(event.mac, device);
     if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return EXIT_DONE;
     // A device that was forgotten is not brought back by the end of its lease.
-    if (lookup == Lookup::Absent && event.action == Action::Del) return EXIT_DONE;
+    if (lookup == Lookup::Absent && event.action == Action::Del && is_list_whole()) return EXIT_DONE;
     signature_record report;
     if (lookup == Lookup::Unreadable ||
         !sarn_dhcp::fill_report(event, environ, lookup == Lookup::Found ? &device : nullptr, report)) {

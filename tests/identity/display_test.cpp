@@ -102,9 +102,10 @@ TEST_F(Display, RefusalsWriteNothing) {
         EXPECT_EQ(c.call(MAC, nullptr, 1, 0), SARN_ERR_TEXT);
         EXPECT_EQ(c.call(nullptr, "x", 1, 0), SARN_ERR_TEXT);
         EXPECT_EQ(c.call(MAC, "x", 1, 5), SARN_ERR_PRODUCER);
-        EXPECT_TRUE(take_row_writes().empty());
         EXPECT_EQ(c.call("00:11:22:00:00:00", "x", 1, 0), SARN_ERR_UNKNOWN_DEVICE);
-        EXPECT_EQ(fake::take_journal().back(), "log 4 SARN:Illegeal Mac " + c.row_log + "\n");
+        const Lines journal = fake::take_journal();
+        EXPECT_EQ(journal.back(), "log 4 SARN:Illegeal Mac " + c.row_log + "\n");
+        EXPECT_TRUE(row_writes_of(journal).empty());
         fake::fail_threads(true);
         EXPECT_EQ(c.call(MAC, "x", 1, 0), SARN_ERR_THREAD);
         fake::fail_threads(false);

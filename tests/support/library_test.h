@@ -51,16 +51,17 @@ inline int find_row(std::string mac) {
 
 using Lines = std::vector<std::string>;
 
-// The store writes since the journal was last taken, without those of builds and creations; times are left out.
-inline Lines take_row_writes() {
+// The store writes of a journal without those of builds and creations; times are left out.
+inline Lines row_writes_of(const Lines &journal) {
     Lines writes;
-    for (const std::string &line : fake::take_journal()) {
+    for (const std::string &line : journal) {
         const auto has = [&line](const char *part) { return line.find(part) != std::string::npos; };
         if (line.rfind("set_", 0) != 0 || has("DeviceMAC") || has("SARNSync")) continue;
         writes.push_back(line.substr(0, has("Timestamp ") ? line.find("Timestamp ") + 9 : line.npos));
     }
     return writes;
 }
+inline Lines take_row_writes() { return row_writes_of(fake::take_journal()); }
 
 class LibraryTest : public testing::Test {
 protected:
