@@ -136,6 +136,7 @@ const LibraryCall *find_library_call(const char *name) {
 
 Router::Router(int devices) : devices_(devices) {
     setenv("KORA_STORE", in_folder("library.mdb").c_str(), 1);
+    unsetenv("KORA_SAVE");  // of the calls alone, whatever the caller's shell says
     __log_to_console = 0;
     require(sarn_init() == SARN_OK, "sarn_init");
     for (int device = 0; device < devices; ++device) report_signature(device, -1);

@@ -111,7 +111,8 @@ int32_t kora_changes(void *handle, uint64_t *number);
  * two feature switches, the upgrade flag and the firmware switch. A change of these also saves by itself, at most once
  * in a minute, all processes counted together; what changes within that minute is saved by the next write of the same
  * process after it, or by this call, which may be made at any time. Returns non-zero when there is no whole copy on the
- * disk of what is decided by now, with a line in the log, unless the last save of this process failed with the same one.
+ * disk of what is decided by now, with a line in the log, unless the last save of this process failed with the same
+ * one.
  */
 int32_t kora_save(void *handle);
 
