@@ -43,11 +43,11 @@ TEST_F(Apart, ForksBesideCallsHarmNeitherSide) {
                   });
                   for (int i = 0; i < 30 * scale(); ++i) {
                       wrong += run_process([i] {
-                          int failed = make(Call::Read, 1) != SARN_OK;
-                          failed += make(Call::Signature, 20 + i % 20) != SARN_OK;
-                          failed += make(Call::Read, 20 + i % 20) != SARN_OK;
-                          return failed + (sarn_uninit() != SARN_OK);
-                      });
+                                   int failed = make(Call::Read, 1) != SARN_OK;
+                                   failed += make(Call::Signature, 20 + i % 20) != SARN_OK;
+                                   failed += make(Call::Read, 20 + i % 20) != SARN_OK;
+                                   return failed + (sarn_uninit() != SARN_OK);
+                               }) != 0;
                       wrong += make(Call::Read, 20 + i % 20) != SARN_OK;
                   }
                   is_over = true;
