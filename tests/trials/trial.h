@@ -77,6 +77,12 @@ int make(Call call, int device);
 bool is_started();
 // A result that the call may have while others write to the same device.
 bool is_expected(Call call, int result);
+// The same while nobody else does, of a device that has its row; also when the call is made again.
+inline bool is_expected_alone(Call call, int result) {
+    return result == SARN_OK || (call == Call::Remove && result == SARN_ERR_NO_ROW) ||
+           (call == Call::Block && result == SARN_ERR_NOTHING_CHANGED) ||
+           (call == Call::Refresh && result == SARN_ERR_INTERNET_DOWN);
+}
 
 // What is wrong with the rows as the store has them, read past the library; empty when each MAC has one row, each row
 // one device's texts alone, and each free row its reset values. `devices` gets their number.
