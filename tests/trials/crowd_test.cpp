@@ -1,6 +1,5 @@
 // Many processes and threads on the same devices, some of them killed.
 #include <signal.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <climits>
@@ -9,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/kora.h"
 #include "tests/trials/trial.h"
 
 using namespace trial;
@@ -170,41 +170,30 @@ TEST_F(Crowd, MoreClaimantsThanRows) {
 }
 
 TEST_F(Crowd, KilledReadersHoldNobodyUp) {
-    const int readers = 20 * scale();
     fill(10);
-    struct stat before, after;
-    ASSERT_EQ(stat(path.c_str(), &before), 0);
-    for (int i = 0; i < readers; ++i) {
-        control->calls = 0;
-        // One in ten is killed inside a read.
-        const bool is_inside = i % 10 == 0;
-        const pid_t reader = start_process([&] {
-            if (sarn_init() != SARN_OK) return 1;
-            if (is_inside) arm(Fault::KillBefore, 30);
-            std::vector<std::thread> threads;
-            for (int n = 0; n < 2; ++n) {
-                threads.emplace_back([n] {
-                    for (;;) control->calls += make(Call::Read, n) == SARN_OK;
-                });
-            }
-            for (std::thread &thread : threads) thread.join();
-            return 0;
-        });
-        while (!is_inside && control->calls < 20) usleep(100);
-        if (!is_inside) kill(reader, SIGKILL);
-        EXPECT_EQ(end_of(reader), KILLED);
-    }
+    // The writer is there before them all, and stays: a store that is opened alone has a new list of readers.
     EXPECT_EQ(run_process([] {
-                  int failed = sarn_init() != SARN_OK;
-                  for (int i = 0; i < 2000 * scale(); ++i)
-                      failed += make(i % 2 == 0 ? Call::Offline : Call::Signature, i % 10) != SARN_OK;
-                  return failed != 0;
+                  int failed = kora_init_ex(nullptr) == nullptr;
+                  for (int i = 0; i < 20 * scale(); ++i) {
+                      failed += run_process([] {
+                                    if (!is_started()) return 1;
+                                    arm(Fault::KillBefore, 30);  // inside its group
+                                    return make(Call::Read, 1);
+                                }) != KILLED;
+                  }
+                  failed += sarn_init() != SARN_OK;
+                  // Too many for the room beside a snapshot. One that is refused is told of by nothing but its text.
+                  const std::string mac = mac_of(1);
+                  std::string text;
+                  for (int i = 0; i < 2000 * scale(); ++i) {
+                      text = std::to_string(1'000'000 + i);
+                      failed += sarn_update_table_field(mac.c_str(), SARN_FIELD_UUID, text.c_str(), 7, 0) != SARN_OK;
+                  }
+                  device_info found;
+                  return failed + (get_device_info_by_mac(&found, mac.c_str()) != SARN_OK || found.DeviceUUID != text);
               }),
               0);
-    ASSERT_EQ(stat(path.c_str(), &after), 0);
-    EXPECT_EQ(after.st_size, before.st_size);
-    EXPECT_EQ(after.st_ino, before.st_ino);
-    check("after the readers");
+    EXPECT_EQ(check("after the readers"), 10);
 }
 
 TEST_F(Crowd, NothingGrows) {
