@@ -86,7 +86,7 @@ inline bool is_expected_alone(Call call, int result) {
 
 // What is wrong with the rows as the store has them, read past the library; empty when each MAC has one row, each row
 // one device's texts alone, and each free row its reset values. `devices` gets their number.
-std::string fault_of_rows(int *devices = nullptr);
+std::string fault_of_rows(int *devices = nullptr, bool allows_doubles = false);
 
 // Each test has a store of its own, on a tmpfs. The test's own process never opens it: its children do.
 class TrialTest : public testing::Test {
@@ -97,7 +97,7 @@ protected:
     // Starts the library in a new process, fills it with devices 0 to count - 1, and stops.
     void fill(int count, const char *state = "UP");
     // Fails the test, with `when`, if the rows are not right; returns the number of devices.
-    int check(const std::string &when);
+    int check(const std::string &when, bool allows_doubles = false);
 
     std::string folder, path;
 };
