@@ -29,6 +29,7 @@ struct Control {
     std::atomic<bool> is_writing_group{false};  // of the process with the armed fault
     std::atomic<int> allocation_to_fail{0};     // the n-th allocation fails, or each from there on
     std::atomic<bool> fail_later_allocations{false};
+    std::atomic<size_t> left{0};  // a hash of what the last process left, 0 before there is one
     std::atomic<long> calls{0};
     std::atomic<long> failures{0};
     std::atomic<bool> is_over{false};
