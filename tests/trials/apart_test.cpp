@@ -1,4 +1,4 @@
-// Processes that fork, a clock that is wrong, and two copies of the library.
+// Processes that fork, and two copies of the library.
 #include <dlfcn.h>
 
 #include <thread>
@@ -7,20 +7,6 @@
 #include "tests/trials/trial.h"
 
 using namespace trial;
-
-namespace {
-
-std::atomic<time_t> false_time{0};  // 0: the true one
-
-}  // namespace
-
-extern "C" time_t time(time_t *out) noexcept {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    const time_t told = false_time != 0 ? false_time.load() : now.tv_sec;
-    if (out != nullptr) *out = told;
-    return told;
-}
 
 class Apart : public TrialTest {};
 
@@ -59,27 +45,6 @@ TEST_F(Apart, ForksBesideCallsHarmNeitherSide) {
     EXPECT_GE(check("after the forks"), 23);
 }
 #endif
-
-TEST_F(Apart, AWrongClockRemovesNoLiveDevice) {
-    for (const time_t wrong : {time_t{1}, time(nullptr) - 86'400, time_t{1} << 31, (time_t{1} << 32) - 1}) {
-        empty_store();
-        fill(190, "UP");
-        EXPECT_EQ(run_process([&] {
-                      int failed = sarn_init() != SARN_OK;
-                      failed += make(Call::Offline, 1) != SARN_OK;  // a candidate of the crowded table
-                      false_time = wrong;
-                      failed += make(Call::Offline, 2) != SARN_OK;
-                      failed += make(Call::Signature, 300) != SARN_OK;
-                      for (int i = 3; i < 190; ++i) failed += make(Call::Read, i) != SARN_OK;
-                      false_time = 0;
-                      for (int i = 3; i < 190; ++i) failed += make(Call::Signature, i) != SARN_OK;
-                      return failed;
-                  }),
-                  0)
-            << wrong;
-        EXPECT_GE(check("clock " + std::to_string(wrong)), 188);
-    }
-}
 
 TEST_F(Apart, TwoCopiesOfTheLibraryInOneProcess) {
     const LibraryCopy copy(SARN_LIBRARY);
