@@ -38,7 +38,10 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     require(tool::display_width(tool::cut_to_width(escaped, width)) <= width, "wider than it was cut");
 
     device_info record = {};
-    input.rest().copy(reinterpret_cast<char *>(&record), sizeof record);
+    while (!input.is_over()) {
+        const tool::FieldSpec &field = tool::FIELDS[input.byte() % tool::FIELDS.size()];
+        input.text().copy(reinterpret_cast<char *>(&record) + field.offset, field.width);
+    }
     tool::TextTable table = {{{"A", 3}, {"B", 4, 2}, {"C", 5, 1}}, {}};
     for (const tool::FieldSpec &field : tool::FIELDS) {
         const std::string shown = tool::shown_value(record, field);
