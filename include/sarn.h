@@ -130,8 +130,8 @@ enum sarn_result {
 /*
  * Opens the store and builds the library's picture of it. The first process after the store came up also removes rows
  * that hold a MAC twice: the row with the newest "Timestamp" stays; of equally old ones the higher row within the same
- * word of the bitmap, else the lower one. Frees rows of offline devices when more than 179 rows are in use. May be
- * called again after sarn_uninit, and then counts from 0.
+ * word of the bitmap, else the lower one; what it had not removed when it was killed no later start removes. Frees rows
+ * of offline devices when more than 179 rows are in use. May be called again after sarn_uninit, and then counts from 0.
  *   0                             done; so also when a row could not be read: the rows before it are known
  *   SARN_ERR_ALREADY_INITIALISED  nothing done
  *   SARN_ERR_STORE_OPEN           the store cannot be opened
