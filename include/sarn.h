@@ -18,9 +18,9 @@
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
  *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
  *     keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile counts
- *     as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some are several such
- *     steps: a new device's report is its row, then the report; a detail update and a name are the findings, the
- *     display type, the user's name, the composed name, the notification.
+ *     as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some calls are several such steps: a
+ *     new device's report is its row, then the report; a detail update and a name are the findings, the display type,
+ *     the user's name, the composed name, the notification.
  *
  * Caveats:
  *

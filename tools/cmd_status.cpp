@@ -55,7 +55,7 @@ int32_t find_stuck_writer() {
     static constexpr timespec LONG_FOR_A_WRITE = {0, 200'000'000};
     void *store = kora_init_ex(nullptr);
     // The start would wait as long again for a folder that is locked, and tell it a second time.
-    if (store == nullptr) throw Refusal(EXIT_NO_STORE, "cannot open the device list: the store cannot be opened");
+    if (store == nullptr) throw refusal_of_start(SARN_ERR_STORE_OPEN);
     int32_t writer = find_writer(store);
     if (writer != 0) {
         nanosleep(&LONG_FOR_A_WRITE, nullptr);

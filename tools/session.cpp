@@ -1,7 +1,5 @@
 #include "session.h"
 
-#include "refusal.h"
-
 namespace tool {
 
 namespace {
@@ -21,11 +19,13 @@ std::string attempt_to_read(uint32_t row) { return "cannot read row " + std::to_
 
 }  // namespace
 
+Refusal refusal_of_start(int32_t code) { return refusal_of(Call::Start, code, "cannot open the device list"); }
+
 Session::Session() {
     const int32_t code = sarn_init();
     if (code == SARN_OK) return;
     if (code == SARN_ERR_CLEANUP) (void)sarn_uninit();  // it is refused only after the store was opened
-    throw refusal_of(Call::Start, code, "cannot open the device list");
+    throw refusal_of_start(code);
 }
 
 Session::~Session() { (void)sarn_uninit(); }

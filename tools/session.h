@@ -7,9 +7,13 @@
 #include <vector>
 
 #include "device_record.h"
+#include "refusal.h"
 #include "sarn.h"
 
 namespace tool {
+
+// What a start that answers this code is told as.
+Refusal refusal_of_start(int32_t code);
 
 // The library open for one command. Everything here throws Refusal.
 class Session {

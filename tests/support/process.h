@@ -17,8 +17,10 @@ pid_t start_process(Body body) {
     const pid_t pid = fork();
     if (pid < 0) perror("fork"), abort();  // as the number of a process, -1 is all of them
     if (pid != 0) return pid;
-    alarm(600);                                                              // what hangs is a failure
-    _exit(static_cast<int>(std::min(static_cast<unsigned>(body()), 255U)));  // 256 would be 0 again
+    alarm(600);  // what hangs is a failure
+
+    // 256 would be 0 again.
+    _exit(static_cast<int>(std::min(static_cast<unsigned>(body()), 255U)));
 }
 
 // What the body returned, 255 for what is larger or negative, or the signal that ended it, negative.
