@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "core/locks.h"
+#include "core/state.h"
 #include "include/sarn.h"
 
 namespace sarn {
@@ -39,12 +40,16 @@ void forget_calls() SARN_UNCHECKED {
     calls = nullptr;
 }
 
-WorkerResult run_worker(void *(*handler)(void *), const void *request) {
+WorkerResult run_worker(void *(*handler)(void *), const void *request) SARN_UNCHECKED {
     Call call = {request, SARN_ERR_THREAD, nullptr};
     link_call(call);
+    // So only where a store function calls the library: its worker is to be answered, not to wait for its own caller.
+    const bool is_given = state_lock.is_held_by_this_thread();
+    if (is_given) state_lock.unlock();
     pthread_t thread;
     const int error = pthread_create(&thread, nullptr, handler, const_cast<void *>(request));
     if (error == 0) (void)pthread_join(thread, nullptr);
+    if (is_given) (void)state_lock.lock();
     unlink_call(call);
     return {error, call.status};
 }

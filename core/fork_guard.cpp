@@ -13,7 +13,7 @@ bool is_guarding SARN_GUARDED_BY(state_lock) = false;
 // The thread that forks inside a change, from the host's logger, holds the lock already.
 bool is_taken_for_fork SARN_GUARDED_BY(state_lock) = false;
 
-void hold_state() SARN_UNCHECKED { is_taken_for_fork = state_lock.lock_unless_held(); }
+void hold_state() SARN_UNCHECKED { is_taken_for_fork = state_lock.lock(); }
 
 void give_state_back() SARN_UNCHECKED {
     if (is_taken_for_fork) state_lock.unlock();

@@ -19,22 +19,34 @@
 
 namespace sarn {
 
+// A thread that holds it exclusively does not take it again: a store function that calls the library in the middle of a
+// rebuild goes on under the lock of the call that it serves. What takes it says whether it did, and gives back no more.
 class SARN_THREAD_ANNOTATION(capability("state_lock")) StateLock {
 public:
-    void lock() SARN_THREAD_ANNOTATION(acquire_capability()) { (void)pthread_rwlock_wrlock(&rwlock); }
-    void unlock() SARN_THREAD_ANNOTATION(release_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
-    // False when this thread holds it exclusively already.
-    bool lock_unless_held() SARN_UNCHECKED { return pthread_rwlock_wrlock(&rwlock) == 0; }
-    void lock_shared() SARN_THREAD_ANNOTATION(acquire_shared_capability()) { (void)pthread_rwlock_rdlock(&rwlock); }
+    bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) {
+        if (is_held_by_this_thread()) return false;
+        (void)pthread_rwlock_wrlock(&rwlock);
+        __atomic_store_n(&holder, pthread_self(), __ATOMIC_RELAXED);
+        return true;
+    }
+    void unlock() SARN_THREAD_ANNOTATION(release_capability()) {
+        __atomic_store_n(&holder, pthread_t{}, __ATOMIC_RELAXED);
+        (void)pthread_rwlock_unlock(&rwlock);
+    }
+    bool lock_shared() SARN_THREAD_ANNOTATION(acquire_shared_capability()) {
+        return !is_held_by_this_thread() && pthread_rwlock_rdlock(&rwlock) == 0;
+    }
     void unlock_shared() SARN_THREAD_ANNOTATION(release_shared_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
+    bool is_held_by_this_thread() const { return __atomic_load_n(&holder, __ATOMIC_RELAXED) == pthread_self(); }
 
     // Readers come in a steady stream; a waiting writer goes before new ones.
     pthread_rwlock_t rwlock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+    pthread_t holder = {};  // only a thread's own number tells it anything
 };
 
 class SARN_THREAD_ANNOTATION(capability("calls_lock")) CallsLock {
 public:
-    void lock() SARN_THREAD_ANNOTATION(acquire_capability()) { (void)pthread_mutex_lock(&mutex); }
+    bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) { return pthread_mutex_lock(&mutex) == 0; }
     void unlock() SARN_THREAD_ANNOTATION(release_capability()) { (void)pthread_mutex_unlock(&mutex); }
 
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
@@ -43,27 +55,33 @@ public:
 template <typename Lock>
 class SARN_THREAD_ANNOTATION(scoped_lockable) Exclusive {
 public:
-    explicit Exclusive(Lock &lock) SARN_THREAD_ANNOTATION(acquire_capability(lock)) : lock_(lock) { lock_.lock(); }
-    ~Exclusive() SARN_THREAD_ANNOTATION(release_capability()) { lock_.unlock(); }
+    explicit Exclusive(Lock &lock) SARN_THREAD_ANNOTATION(acquire_capability(lock))
+        : lock_(lock), is_taken_(lock.lock()) {}
+    ~Exclusive() SARN_THREAD_ANNOTATION(release_capability()) {
+        if (is_taken_) lock_.unlock();
+    }
     Exclusive(const Exclusive &) = delete;
     Exclusive &operator=(const Exclusive &) = delete;
 
 private:
     Lock &lock_;
+    const bool is_taken_;
 };
 
 template <typename Lock>
 class SARN_THREAD_ANNOTATION(scoped_lockable) Shared {
 public:
-    explicit Shared(Lock &lock) SARN_THREAD_ANNOTATION(acquire_shared_capability(lock)) : lock_(lock) {
-        lock_.lock_shared();
+    explicit Shared(Lock &lock) SARN_THREAD_ANNOTATION(acquire_shared_capability(lock))
+        : lock_(lock), is_taken_(lock.lock_shared()) {}
+    ~Shared() SARN_THREAD_ANNOTATION(release_generic_capability()) {
+        if (is_taken_) lock_.unlock_shared();
     }
-    ~Shared() SARN_THREAD_ANNOTATION(release_generic_capability()) { lock_.unlock_shared(); }
     Shared(const Shared &) = delete;
     Shared &operator=(const Shared &) = delete;
 
 private:
     Lock &lock_;
+    const bool is_taken_;
 };
 
 // The exported mutexes are plain C objects that the host sees; this guards a scope with one of them.

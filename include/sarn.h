@@ -34,7 +34,8 @@
  *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
  *    hold whichever status was written last: use what the call returned.
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
- *    own picture of the rows. The logger is called in the middle of calls: it must neither call the library nor fork.
+ *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must neither call
+ *    the library nor fork. A call from the middle of a rebuild is answered as the library is there, not initialised.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */
 #ifndef SARN_H
