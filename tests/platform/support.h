@@ -1,14 +1,10 @@
-// A store of its own for each test, in memory; other processes; a look at the file past the library.
+// A store of its own for each test, in memory; other processes; calls of the system that fail.
 #ifndef TESTS_PLATFORM_SUPPORT_H
 #define TESTS_PLATFORM_SUPPORT_H
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <lmdb.h>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,6 +14,9 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
 
 #include "core/schema.h"
 #include "platform/kora.h"
@@ -26,27 +25,16 @@
 #include "tests/support/process.h"
 #include "tests/support/store_folder.h"
 
-inline constexpr off_t STORE_SIZE = 8 << 20;
-
 // The library's own calls of the system go through functions of this program (support.cpp): the clocks of this
-// process are later than they are, its pages larger, and the n-th call that changes a file kills the process or fails.
+// process are later than they are, and the n-th call that changes a file kills the process or fails.
 namespace faults {
-inline long page_size = 0;  // 0: the machine's own
 inline std::atomic<int64_t> seconds_later{0};
-inline std::atomic<int> calls_until{0};  // 0: none
-inline std::atomic<bool> is_killing{false};
-inline int read_error = 0;  // of opening a file to read it; 0: none
-inline std::atomic<size_t> bytes_written{0};
-inline std::string *trace = nullptr;  // one letter for each call: open, chmod, write, sync, move
-// What happens just before the next call with this letter; d: a folder is entered.
-inline char meanwhile_at = '\0';
+inline int calls_until = 0;  // 0: none; -1: it has happened
+inline bool is_killing = false;
+inline int read_error = 0;            // of opening a file to read it; 0: none
+inline std::string *trace = nullptr;  // one letter for each call: folder (d), open, chmod, write, sync, move
+inline char meanwhile_at = '\0';      // what happens just before the next call with this letter
 inline std::function<void()> meanwhile;
-inline void arm(int call, bool kills) {
-    is_killing = kills;
-    calls_until = call;
-}
-// Whether the fault that was armed has happened.
-inline bool disarm() { return calls_until.exchange(0) < 0; }
 }  // namespace faults
 
 inline std::string content_of(const std::string &name) {
@@ -55,25 +43,17 @@ inline std::string content_of(const std::string &name) {
     return all.str();
 }
 inline void write_file(const std::string &name, const std::string &content) { std::ofstream(name) << content; }
-
-// What a child answers where it may not mount, for the test to be skipped.
-inline constexpr int NOT_ALLOWED = 77;
-// Mounts that only this process sees: 0, NOT_ALLOWED, or another number.
-int have_own_mounts();
+inline long lines_of(const std::string &log) { return std::count(log.begin(), log.end(), '\n'); }
 
 class StoreTest : public testing::Test {
 protected:
-    void SetUp() override {
-        folder = make_store_folder();
-        use(folder + "/store.mdb");
-    }
+    void SetUp() override { use(folder + "/store.mdb"); }
     void TearDown() override {
         kora_destroy(handle);
         std::filesystem::remove_all(folder);
     }
     void use(const std::string &name) {
-        path = name;
-        setenv("KORA_STORE", path.c_str(), 1);
+        setenv("KORA_STORE", (path = name).c_str(), 1);
         setenv("KORA_SAVE", (saved = path + ".saved").c_str(), 1);
     }
     void open() { ASSERT_NE(handle = kora_init_ex(nullptr), nullptr); }
@@ -88,23 +68,16 @@ protected:
         body();
         return testing::internal::GetCapturedStderr();
     }
-    std::string opening_log() {
-        return log_of([&] { open(); });
+    // What opening says when it must be refused, with one line in the log.
+    std::string refusal() {
+        const std::string log = log_of([&] { EXPECT_EQ(kora_init_ex(nullptr), nullptr); });
+        EXPECT_EQ(lines_of(log), 1) << log;
+        return log;
     }
     uint64_t changes() {
         uint64_t number = 0;
         EXPECT_EQ(kora_changes(handle, &number), 0);
         return number;
-    }
-
-    // What opening says when it must be refused, with one line in the log.
-    std::string refusal() {
-        void *opened = nullptr;
-        const std::string log = log_of([&] { opened = kora_init_ex(nullptr); });
-        EXPECT_EQ(opened, nullptr);
-        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
-        kora_destroy(opened);
-        return log;
     }
     std::string text(const char *field = "DeviceHostname", int32_t row = 0) {
         char buffer[KORA_TEXT_MAX + 1] = "unread";
@@ -115,61 +88,11 @@ protected:
         return kora_set_ascii(handle, "DeviceIdList", row, field, value.c_str());
     }
 
-    std::string folder, path, saved;
+    std::string folder = make_store_folder(), path, saved;
     void *handle = nullptr;
 };
 
-// For another process to say that it got where the test wants it, and to wait there.
-struct Gate {
-    Gate() { EXPECT_EQ(pipe(ends), 0); }
-    ~Gate() {
-        for (const int end : ends) ::close(end);
-    }
-    void open() { EXPECT_EQ(::write(ends[1], "x", 1), 1); }
-    void wait() {
-        char byte;
-        EXPECT_EQ(read(ends[0], &byte, 1), 1);
-    }
-    int ends[2];
-};
-
-Value make_value(sarn::Type type, uint8_t seed);
-int32_t write_any(void *handle, sarn::Field field, int32_t row, const Value &value);
-
-// Without LMDB's lock file, so that it does not disturb the library in the same process.
-inline MDB_env *open_raw(const std::string &path, unsigned flags) {
-    MDB_env *env = nullptr;
-    if (mdb_env_create(&env) != 0 || mdb_env_set_mapsize(env, STORE_SIZE) != 0) return nullptr;
-    return mdb_env_open(env, path.c_str(), MDB_NOSUBDIR | flags, 0600) == 0 ? env : nullptr;
-}
-
-// Of a closed store, past the library: an entry with its check as the library would have stored it, or as it is.
-inline void put_raw(const std::string &path, std::string key_text, std::string value_text, bool is_checked) {
-    if (is_checked) {
-        const uint32_t check =
-            kora::checksum(kora::checksum(0, key_text.data(), key_text.size()), value_text.data(), value_text.size());
-        value_text.append(reinterpret_cast<const char *>(&check), sizeof check);
-    }
-    MDB_env *env = open_raw(path, MDB_NOLOCK);
-    MDB_txn *txn = nullptr;
-    MDB_dbi values;
-    MDB_val key = {key_text.size(), key_text.data()};
-    MDB_val value = {value_text.size(), value_text.data()};
-    ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
-    ASSERT_EQ(mdb_dbi_open(txn, nullptr, 0, &values), 0);
-    ASSERT_EQ(mdb_put(txn, values, &key, &value, 0), 0);
-    ASSERT_EQ(mdb_txn_commit(txn), 0);
-    mdb_env_close(env);
-    ASSERT_EQ(truncate(path.c_str(), STORE_SIZE), 0);
-}
-
-inline size_t last_transaction(const std::string &path) {
-    MDB_envinfo info = {};
-    MDB_env *env = open_raw(path, MDB_NOLOCK | MDB_RDONLY);
-    EXPECT_NE(env, nullptr);
-    mdb_env_info(env, &info);
-    mdb_env_close(env);
-    return info.me_last_txnid;
-}
+// By the operation of this type, whatever the field's.
+int32_t write_as(sarn::Type type, void *handle, sarn::Field field, int32_t row, const Value &value);
 
 #endif
