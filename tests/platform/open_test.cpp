@@ -184,6 +184,23 @@ TEST_F(Open, NoFileOfTheLibraryBecomesTheHostsOutputOrIsInherited) {
     EXPECT_EQ(run_process(open_without_any), 0);
 }
 
+// As kernels of 64-bit Arm have them.
+TEST_F(Open, PagesOfEverySizeHoldAFullList) {
+    for (const long size : {4096, 16384, 65536}) {
+        faults::page_size = size;
+        open();
+        for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) {
+            for (const char *field : {"DeviceUUID", "DeviceModel", "DeviceOS", "DeviceBrand"})
+                ASSERT_EQ(set("row " + std::to_string(row), field, row), 0) << size;
+        }
+        close();
+        open();
+        EXPECT_EQ(text("DeviceBrand", 255), "row 255") << size;
+        lose_live_store();
+    }
+    faults::page_size = 0;
+}
+
 TEST_F(Open, AnotherUserIsRefused) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     ASSERT_EQ(run_process([&] { return kora_init_ex(nullptr) == nullptr; }), 0);

@@ -47,6 +47,14 @@ int clock_gettime(clockid_t clock, timespec *now) {
     return static_cast<int>(result);
 }
 
+#ifndef __SANITIZE_THREAD__  // which asks before it is ready for a function that it watches
+long __sysconf(int name);    // as glibc calls its own
+
+long sysconf(int name) noexcept {
+    return name == _SC_PAGESIZE && faults::page_size != 0 ? faults::page_size : __sysconf(name);
+}
+#endif
+
 int openat(int folder, const char *name, int flags, ...) {
     va_list values;
     va_start(values, flags);
