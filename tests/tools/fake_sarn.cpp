@@ -1,32 +1,35 @@
-// Stands behind the tool in place of the library: SARN_FAKE says what each call answers, "start=-24 enquiry=0 3=0
-// 7=-12" (a number is a row in use and what reading it gives). Every row that can be read holds the same hostile
-// device. A call that writes keeps nothing, whatever it answers.
+// Stands behind the tool in place of the library: SARN_FAKE says what each call answers, "start=-24 find=0 3=0 7=-12"
+// (a number is a row in use and what reading it gives). Every row that can be read holds the same device, whose every
+// text tries something. A call that writes keeps nothing, whatever it answers.
 #include <cstdlib>
-#include <sstream>
+#include <cstring>
 #include <string>
 
-#include "hostile_device.h"
 #include "kora.h"
+#include "sarn.h"
 
 namespace {
 
-std::string script() {
-    const char *text = getenv("SARN_FAKE");
-    return std::string(" ") + (text == nullptr ? "" : text);
+constexpr int32_t UNTOLD = INT32_MIN;
+
+int32_t answer(const std::string &key, int32_t untold = 0) {
+    const std::string script = std::string(" ") + getenv("SARN_FAKE");
+    const size_t at = script.find(" " + key + "=");
+    return at == std::string::npos ? untold : std::stoi(script.substr(at + key.size() + 2));
 }
 
-int32_t answer(const std::string &key) {
-    std::istringstream words(script());
-    for (std::string word; words >> word;) {
-        if (word.starts_with(key + "=")) return std::stoi(word.substr(key.size() + 1));
-    }
-    return 0;
-}
-
-void put_rows(uint32_t *words) {
-    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
-        if (script().find(" " + std::to_string(row) + "=") != std::string::npos) words[row / 32] |= 1u << row % 32;
-    }
+// As the library leaves a record: '0' characters behind each text, and in place of one that it could not read.
+device_info hostile_device() {
+    device_info device;
+    std::memset(&device, '0', sizeof device);
+    std::strcpy(device.DisplayNameCustom, "");
+    std::strcpy(device.DisplayNameDPI, "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s");
+    std::strcpy(device.DeviceDHCPVendor, "\xc0\x80\xff\xc2\x9b\x7f");
+    std::strcpy(device.DeviceMAC, "02:00:00:00:00:01");
+    std::strcpy(device.Devicestate, "\033[31mUP\r");
+    std::strcpy(device.Timestamp, "86400");
+    device.Producerid = UINT32_MAX;
+    return device;
 }
 
 }  // namespace
@@ -38,7 +41,9 @@ int32_t sarn_init() { return answer("start"); }
 int32_t sarn_uninit() { return 0; }
 
 int32_t sarn_device_state_info(uint32_t *words, int32_t, uint32_t) {
-    put_rows(words);
+    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
+        if (answer(std::to_string(row), UNTOLD) != UNTOLD) words[row / 32] |= 1u << row % 32;
+    }
     return answer("states");
 }
 int32_t get_total_sarn_entries_used() { return answer("used"); }
