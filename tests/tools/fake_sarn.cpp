@@ -26,7 +26,7 @@ device_info hostile_device() {
     std::strcpy(device.DisplayNameDPI, "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s");
     std::strcpy(device.DeviceDHCPVendor, "\xc0\x80\xff\xc2\x9b\x7f");
     std::strcpy(device.DeviceMAC, "02:00:00:00:00:01");
-    std::strcpy(device.Devicestate, "\033[31mUP\r");
+    std::memcpy(device.Devicestate, "\033[31mUP\r", sizeof device.Devicestate);  // to its last byte
     std::strcpy(device.Timestamp, "86400");
     device.Producerid = UINT32_MAX;
     return device;
