@@ -2,40 +2,24 @@
 
 class UpdatePauseList : public LibraryTest {
 protected:
-    int pause(std::vector<const char *> macs, int producer_id = 0) {
-        return sarn_update_pause_list(macs.data(), 0, static_cast<uint32_t>(macs.size()), producer_id);
+    static auto set(uint8_t state, std::vector<const char *> macs, int producer_id = 0) {
+        return
+            [=] { return sarn_update_pause_list(macs.data(), state, static_cast<uint32_t>(macs.size()), producer_id); };
     }
-    std::string access(int row) { return fake::get("Sarnsignature", row, "AllowOrBlock"); }
 };
 
-TEST_F(UpdatePauseList, PausesResumesAndAnnouncesEachChange) {
-    EXPECT_EQ(pause({"02:00:00:00:00:01"}), SARN_ERR_NOT_READY);
-    put_devices(4);
-    start();
-    const auto two = {"02:00:00:00:00:01", "02:00:00:00:00:02"};
-    EXPECT_EQ(pause(two), SARN_OK);
-    EXPECT_EQ(access(1) + access(2), "blockblock");
-    EXPECT_EQ(fake::get("BRIXNotifyCDUPDATE", 0, "IndexCD"), "2");
-    EXPECT_EQ(pause(two), SARN_ERR_NOTHING_CHANGED);
-    EXPECT_EQ(sarn_update_pause_list(two.begin(), 1, 1, 10), SARN_OK);
-    EXPECT_EQ(access(1), "allow");
-    EXPECT_EQ(fake::get("BRIXNotifyCDUPDATE", 0, "IndexCD"), "2") << "producer 10 is quiet";
-    fake::set("Sarnsignature", 3, "AllowOrBlock", "neither");
-    EXPECT_EQ(pause({"02:00:00:00:00:03"}, -10), SARN_OK);
-    EXPECT_EQ(access(3), "block");
-    fake::fail_field("Sarnsignature", 3, "AllowOrBlock");
-    EXPECT_EQ(pause({"02:00:00:00:00:03"}), SARN_OK) << "what cannot be read is neither state";
-}
-
-TEST_F(UpdatePauseList, StopsAtABadEntryAndKeepsWhatItDid) {
-    put_devices(4);
-    start();
-    EXPECT_EQ(pause({"02:00:00:00:00:01", "nonsense", "02:00:00:00:00:02"}), SARN_ERR_MAC);
-    EXPECT_EQ(access(1) + access(2), "blockallow");
-    EXPECT_EQ(pause({nullptr}), SARN_ERR_MAC);
-    EXPECT_EQ(pause({"02:00:00:00:00:99"}), SARN_ERR_NOTHING_CHANGED);
-    const int before = fake::operations();
-    EXPECT_EQ(pause({}), SARN_OK);
+TEST_F(UpdatePauseList, PausesResumesAndAnnouncesEachChangeUpToABadEntry) {
+    const auto access = sarn::Field::Sarnsignature_AllowOrBlock;
+    const std::string block = "Sarnsignature 3: AllowOrBlock=block", notice = " | BRIXNotifyCDUPDATE 0: IndexCD=3";
+    expect({}, set(0, {"02:00:00:00:00:99", ASKED}), SARN_OK, block + notice);
+    expect({{access, "block"}}, set(0, {ASKED, ASKED}), SARN_ERR_NOTHING_CHANGED);
+    expect({{access, "block"}}, set(1, {ASKED, ASKED}, 10), SARN_OK, "Sarnsignature 3: AllowOrBlock=allow");
+    expect({{access, "neither"}}, set(0, {ASKED}, -10), SARN_OK, block);
+    expect({}, set(0, {ASKED, "nonsense", "02:00:00:00:00:01"}), SARN_ERR_MAC, block + notice);
+    expect({}, set(0, {nullptr}), SARN_ERR_MAC);
+    expect({}, set(0, {}), SARN_OK);
+    start_with_device();
     EXPECT_EQ(sarn_update_pause_list(nullptr, 0, 3, 0), SARN_OK);
-    EXPECT_EQ(fake::operations(), before);
+    fake::fail_field("Sarnsignature", 3, "AllowOrBlock");
+    EXPECT_EQ(set(0, {ASKED})(), SARN_OK) << "what cannot be read is neither state";
 }

@@ -6,17 +6,11 @@
 namespace fake {
 
 void fail_threads(bool fail) {
-    // A stack for which no machine has addresses: pthread_create answers with an error.
-    static const size_t usual = [] {
-        pthread_attr_t attributes;
-        size_t size = 0;
-        pthread_getattr_default_np(&attributes);
-        pthread_attr_getstacksize(&attributes, &size);
-        return size;
-    }();
+    constexpr size_t USUAL = 8 << 20;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, fail ? SIZE_MAX / 4 : usual);
+    // A stack for which no machine has addresses: pthread_create answers with an error.
+    pthread_attr_setstacksize(&attributes, fail ? SIZE_MAX / 4 : USUAL);
     pthread_setattr_default_np(&attributes);
 }
 

@@ -4,59 +4,48 @@
 
 class UpdateTableField : public LibraryTest {
 protected:
-    void SetUp() override {
-        LibraryTest::SetUp();
-        put_device(3, "02:00:00:00:00:0A");
-        stop_rebuilds();
-        start();
-    }
-    int update(int code, const std::string &value, int producer_id = 0) {
-        return sarn_update_table_field("02:00:00:00:00:0a", code, value.c_str(), static_cast<int>(value.size()) + 1,
-                                       producer_id);
+    static int update(int code, const std::string &value, int producer_id = 0) {
+        return sarn_update_table_field(ASKED, code, value.c_str(), static_cast<int>(value.size()) + 1, producer_id);
     }
 };
 
 TEST_F(UpdateTableField, EachCodeWritesItsField) {
-    const std::pair<const char *, const char *> writes[] = {
-        {"agent", "set_ascii Sarnsignature 3 DeviceHua agent"},
-        {"1,3", "set_ascii Sarnsignature 3 DeviceDHCPOptions 1,3"},
-        {"tv", "set_ascii Sarnsignature 3 DeviceDHCPHostname tv"},
-        {"dhcpcd", "set_ascii Sarnsignature 3 DeviceDHCPVendor dhcpcd"},
-        {"10.0.0.9", "set_ipv4 Sarnsignature 3 DeviceIP 10.0.0.9"},
-        {"UP", "set_enum Sarnsignature 3 Devicestate UP"},
-        {"", "set_ascii Sarnsignature 3 DeviceConnectionInterface "},
-        {"", "set_ascii DeviceIdList 3 DeviceTypeCustom "},
-        {"Anna's", "set_string DeviceIdList 3 DisplayNameCustom Anna's"},
-        {"BOTH", "set_enum Sarnsignature 3 IsTagged BOTH"},
-        {"X1", "set_ascii DeviceIdList 3 DisplayModelCustom X1"},
-        {"block", "set_enum Sarnsignature 3 AllowOrBlock block"},
-        {"home", "set_ascii ConnectDeviceinfo 3 ConnSSID home"},
-        {"1", "set_ascii ConnectDeviceinfo 3 DeviceLinkRate 1"},
-        {"2", "set_ascii ConnectDeviceinfo 3 DownloadBW 2"},
-        {"3", "set_ascii ConnectDeviceinfo 3 UploadBW 3"},
-        {"-60", "set_ascii ConnectDeviceinfo 3 DeviceSignalStrength -60"},
-        {"02:aa:00:00:00:01", "set_mac ConnectDeviceinfo 3 ConnAPMac 02:AA:00:00:00:01"},
-        {"Acme", "set_ascii DeviceIdList 3 DisplayBrandCustom Acme"},
-        {"", "set_ascii Sarnsignature 3 DeviceCategory "},
-        {"u-1", "set_ascii DeviceIdList 3 DeviceUUID u-1"},
-    };
-    int code = 0;
-    for (const auto &[value, write] : writes) {
-        Lines expected = {write};
-        if (++code == 3)
-            expected.insert(expected.end(), {"set_ascii DeviceIdList 3 DeviceHostname tv",
-                                             "set_ascii DeviceIdList 3 DisplayNameDPI tv"});
-        if (code == 12) expected.push_back("set_uint BRIXNotifyCDUPDATE 0 IndexCD 3");
-        EXPECT_EQ(update(code, value), SARN_OK) << code;
-        EXPECT_EQ(take_row_writes(), expected) << code;
-    }
-    EXPECT_EQ(update(5, "not an address"), SARN_OK);
-    EXPECT_TRUE(take_row_writes().empty());
-    for (const int kept : {1, 2, 3, 4}) EXPECT_EQ(update(kept, ""), SARN_OK) << kept;
-    EXPECT_TRUE(take_row_writes().empty()) << "empty values of codes 1 to 4 keep the field";
-    for (const int producer_id : {10, -10}) {
-        EXPECT_EQ(update(12, "block", producer_id), SARN_OK);
-        EXPECT_EQ(take_row_writes().size(), 1U) << "access of a quiet producer is not announced: " << producer_id;
+    using enum sarn::Field;
+    constexpr sarn::Field FIELDS[] = {Sarnsignature_DeviceHua,
+                                      Sarnsignature_DeviceDHCPOptions,
+                                      Sarnsignature_DeviceDHCPHostname,
+                                      Sarnsignature_DeviceDHCPVendor,
+                                      Sarnsignature_DeviceIP,
+                                      Sarnsignature_Devicestate,
+                                      Sarnsignature_DeviceConnectionInterface,
+                                      DeviceIdList_DeviceTypeCustom,
+                                      DeviceIdList_DisplayNameCustom,
+                                      Sarnsignature_IsTagged,
+                                      DeviceIdList_DisplayModelCustom,
+                                      Sarnsignature_AllowOrBlock,
+                                      ConnectDeviceinfo_ConnSSID,
+                                      ConnectDeviceinfo_DeviceLinkRate,
+                                      ConnectDeviceinfo_DownloadBW,
+                                      ConnectDeviceinfo_UploadBW,
+                                      ConnectDeviceinfo_DeviceSignalStrength,
+                                      ConnectDeviceinfo_ConnAPMac,
+                                      DeviceIdList_DisplayBrandCustom,
+                                      Sarnsignature_DeviceCategory,
+                                      DeviceIdList_DeviceUUID};
+    start_with_device();
+    for (int code = 1; code <= 21; ++code) {
+        const sarn::Field field = FIELDS[code - 1];
+        const std::string place = std::string(sarn::table_of(field).name) + " 3: " + sarn::spec_of(field).name + "=";
+        const bool is_ap = code == SARN_FIELD_AP_MAC;
+        const std::string value = is_ap ? "02:AA:00:00:00:01" : code == SARN_FIELD_IP ? "10.0.0.9" : "x";
+        std::string written = place + value;
+        if (code == SARN_FIELD_DHCP_HOSTNAME) written += " | DeviceIdList 3: DeviceHostname=x DisplayNameDPI=x";
+        if (code == SARN_FIELD_ALLOW_OR_BLOCK) written += " | BRIXNotifyCDUPDATE 0: IndexCD=3";
+        EXPECT_EQ(update(code, value), SARN_OK);
+        EXPECT_EQ(take_row_writes(), written);
+        // An empty value keeps some fields, and is no address; a quiet producer's access is not announced.
+        EXPECT_EQ(update(code, "", -10), is_ap ? SARN_ERR_MAC : SARN_OK);
+        EXPECT_EQ(take_row_writes(), code <= SARN_FIELD_IP || is_ap ? "" : place) << code;
     }
 }
 
@@ -69,46 +58,32 @@ TEST_F(UpdateTableField, StateKeepsTheBooksAndAnnouncesTaggedDevices) {
         {"down", "offline", false, true}, {"unknown", "BOTH", true, false}, {"up", "both", false, true},
         {"UP", "ONLINE", false, true},    {"UP", "untag", false, false},    {"up", "offline", false, false},
     };
+    start_with_device();
     for (const auto &c : cases) {
-        SCOPED_TRACE(std::string(c.state) + c.tag);
         fake::set("Sarnsignature", 3, "IsTagged", c.tag);
-        fake::set("BRIXNotifyDTN", 0, "Index", "none");
-        fake::set("DeviceIdList", 3, "Timestamp", "none");
         sarn::clear_gc_candidates();
-        EXPECT_EQ(update(6, c.state), SARN_OK);
-        EXPECT_EQ(sarn::has_row(sarn::offline_bitmap, 3), c.is_offline);
-        EXPECT_EQ(fake::get("BRIXNotifyDTN", 0, "Index"), c.is_announced ? "3" : "none");
-        EXPECT_EQ(fake::get("DeviceIdList", 3, "Timestamp") != "none", c.is_offline);
-        EXPECT_EQ(gc_epochtime_array[0].row, c.is_offline ? 3 : -1);
+        EXPECT_EQ(update(SARN_FIELD_STATE, c.state), SARN_OK);
+        const std::string written = "Sarnsignature 3: Devicestate=" + std::string(c.state),
+                          time = " | DeviceIdList 3: Timestamp";
+        EXPECT_EQ(take_row_writes(),
+                  written + (c.is_offline ? time : "") + (c.is_announced ? " | BRIXNotifyDTN 0: Index=3" : ""))
+            << c.tag;
+        EXPECT_EQ(sarn::has_row(sarn::offline_bitmap, 3), c.is_offline) << c.state;
+        EXPECT_EQ(gc_epochtime_array[0].row, c.is_offline ? 3 : -1) << c.state;
     }
 }
 
-TEST_F(UpdateTableField, RefusalsWriteNothingAndKeepTheirOrder) {
+TEST_F(UpdateTableField, RefusalsKeepTheirOrderAndFullValuesFit) {
     const std::string full(256, 'v');
-    const char *known = "02:00:00:00:00:0a";
-    struct {
-        const char *name, *mac;
-        int code;
-        const char *value;
-        int length, producer, result;
-    } const cases[] = {
-        {"producer before MAC", nullptr, 0, nullptr, 0, 15, SARN_ERR_PRODUCER},
-        {"null MAC before code", nullptr, 0, nullptr, 0, 0, SARN_ERR_MAC},
-        {"code 0", known, 0, "x", 2, 0, SARN_ERR_FIELD_CODE},
-        {"code 22", known, 22, "x", 2, 0, SARN_ERR_FIELD_CODE},
-        {"length 0", known, 9, "x", 0, 0, SARN_ERR_LENGTH},
-        {"negative length", known, 9, "x", -1, 0, SARN_ERR_LENGTH},
-        {"length 257", known, 9, full.c_str(), 257, 0, SARN_ERR_LENGTH},
-        {"null value", known, 9, nullptr, 4, 0, SARN_ERR_LENGTH},
-        {"bad MAC", "02-00-00-00-00-0a", 9, "x", 2, 0, SARN_ERR_MAC},
-        {"unknown MAC", "02:00:00:00:00:99", 9, "x", 2, 0, SARN_ERR_NO_ROW},
-        {"access point without NUL", known, 18, "02:aa:00:00:00:01", 17, 0, SARN_ERR_MAC},
-        {"access point of zeros", known, 18, "00:00:00:00:00:00", 18, 0, SARN_ERR_MAC},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(sarn_update_table_field(c.mac, c.code, c.value, c.length, c.producer), c.result) << c.name;
-        EXPECT_TRUE(take_row_writes().empty()) << c.name;
-    }
-    EXPECT_EQ(sarn_update_table_field((known + std::string(10000, 'x')).c_str(), 21, full.c_str(), 256, 0), SARN_OK);
+    start_with_device();
+    EXPECT_EQ(sarn_update_table_field(nullptr, 0, nullptr, 0, 15), SARN_ERR_PRODUCER);
+    EXPECT_EQ(sarn_update_table_field(nullptr, 0, nullptr, 0, 0), SARN_ERR_MAC);
+    for (const int code : {0, 22}) EXPECT_EQ(sarn_update_table_field(ASKED, code, nullptr, 2, 0), SARN_ERR_FIELD_CODE);
+    for (const int length : {0, -1, 257}) EXPECT_EQ(sarn_update_table_field(ASKED, 9, "x", length, 0), SARN_ERR_LENGTH);
+    EXPECT_EQ(sarn_update_table_field(ASKED, 9, nullptr, 4, 0), SARN_ERR_LENGTH);
+    for (const char *ap : {"02:aa:00:00:00:01", NO_DEVICE})  // one without its NUL, one that is none
+        EXPECT_EQ(sarn_update_table_field(ASKED, SARN_FIELD_AP_MAC, ap, ap == NO_DEVICE ? 18 : 17, 0), SARN_ERR_MAC);
+    EXPECT_EQ(take_row_writes(), "");
+    EXPECT_EQ(sarn_update_table_field((ASKED + full).c_str(), SARN_FIELD_UUID, full.c_str(), 256, 0), SARN_OK);
     EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceUUID"), std::string(255, 'v'));
 }
