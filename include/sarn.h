@@ -385,8 +385,8 @@ typedef struct {
 
 /*
  * Stores a recogniser's findings for a device that has a row, derives display type and name from them, and, the first
- * time for a row while new-device notification is on, tells BRIX. Rebuilds whatever the sync timestamp says; worker,
- * and two more that it starts one after the other.
+ * time for a row while new-device notification is on, tells BRIX, unless the row has become another device's or free
+ * meanwhile. Rebuilds whatever the sync timestamp says; worker, and two more that it starts one after the other.
  *   0                         stored; so also when the display type or name could not be derived
  *   SARN_ERR_NULL_RECORD, SARN_ERR_REBUILD, SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED, SARN_ERR_PRODUCER,
  *   SARN_ERR_MAC, SARN_ERR_UNTERMINATED, SARN_ERR_NO_ROW  as update_connected_device_info

@@ -138,7 +138,7 @@ TEST_F(Hook, TakesNothingForKnownThatCouldNotBeRead) {
     EXPECT_FALSE(fills_without(&device_info::DeviceConnectionInterface));
     EXPECT_FALSE(fills_without(&device_info::Devicestate));
     for (const char *unknown : {"", "0.0.0.0", SARN_IP_NOT_READABLE}) {
-        std::strcpy(held.DeviceIP, unknown);
+        set_text(held.DeviceIP, unknown);
         EXPECT_FALSE(ends_another_lease({Action::Del, TOLD.mac, TOLD.ip, nullptr}, held)) << unknown;
     }
 }

@@ -2,7 +2,6 @@
 #ifndef SARN_TESTS_DEVICE_H
 #define SARN_TESTS_DEVICE_H
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -15,11 +14,11 @@ inline std::string mac_of(int number) {
     return text;
 }
 
-// Fills a text of a record; a longer one is cut.
+// Fills a text of a record; a longer one is cut. The library leaves '0' characters behind a text's end.
 template <size_t Width>
-void set_text(char (&field)[Width], const std::string &text) {
-    std::memset(field, 0, Width);
-    std::memcpy(field, text.c_str(), std::min(text.size(), Width - 1));
+void set_text(char (&field)[Width], const std::string &text, char behind = '\0') {
+    std::memset(field, behind, Width);
+    field[text.copy(field, Width - 1)] = '\0';
 }
 
 inline signature_record signature_of(const std::string &mac, const std::string &state = "UP") {

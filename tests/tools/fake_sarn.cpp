@@ -7,6 +7,7 @@
 
 #include "kora.h"
 #include "sarn.h"
+#include "tests/support/device.h"
 
 namespace {
 
@@ -22,12 +23,12 @@ int32_t answer(const std::string &key, int32_t untold = 0) {
 device_info hostile_device() {
     device_info device;
     std::memset(&device, '0', sizeof device);
-    std::strcpy(device.DisplayNameCustom, "");
-    std::strcpy(device.DisplayNameDPI, "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s");
-    std::strcpy(device.DeviceDHCPVendor, "\xc0\x80\xff\xc2\x9b\x7f");
-    std::strcpy(device.DeviceMAC, "02:00:00:00:00:01");
+    set_text(device.DisplayNameCustom, "", '0');
+    set_text(device.DisplayNameDPI, "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s", '0');
+    set_text(device.DeviceDHCPVendor, "\xc0\x80\xff\xc2\x9b\x7f", '0');
+    set_text(device.DeviceMAC, "02:00:00:00:00:01", '0');
     std::memcpy(device.Devicestate, "\033[31mUP\r", sizeof device.Devicestate);  // to its last byte
-    std::strcpy(device.Timestamp, "86400");
+    set_text(device.Timestamp, "86400", '0');
     device.Producerid = UINT32_MAX;
     return device;
 }

@@ -8,6 +8,7 @@
 #include "device_record.h"
 #include "device_text.h"
 #include "mac_text.h"
+#include "tests/support/device.h"
 #include "text_table.h"
 
 using namespace tool;
@@ -50,12 +51,12 @@ TEST(DeviceRecord, ShowsTheBestNameAndTellsUnreadableFromUnknown) {
     device_info device;
     std::memset(&device, '0', sizeof device);
     EXPECT_EQ(shown_value(device, field_named("DeviceUUID")), NOT_READABLE);
-    std::strcpy(device.DeviceUUID, "000");
+    set_text(device.DeviceUUID, "000", '0');
     EXPECT_EQ(shown_value(device, field_named("DeviceUUID")), "000");
-    std::strcpy(device.DeviceIP, SARN_IP_NOT_READABLE);
+    set_text(device.DeviceIP, SARN_IP_NOT_READABLE, '0');
     EXPECT_EQ(shown_value(device, field_named("DeviceIP")), NOT_READABLE);
-    std::strcpy(device.DeviceIP, "0.0.0.0");
-    std::strcpy(device.ConnAPMac, "00:00:00:00:00:00");
+    set_text(device.DeviceIP, "0.0.0.0", '0');
+    set_text(device.ConnAPMac, "00:00:00:00:00:00", '0');
     EXPECT_EQ(shown_value(device, field_named("DeviceIP")) + shown_value(device, field_named("ConnAPMac")), "--");
 
     EXPECT_EQ(shown_name(device), NOTHING_KNOWN);
