@@ -11,8 +11,8 @@ same() {
     wrong=1
 }
 
-# missing PAGE NAMES: those that do not stand there; commands begin a paragraph.
-missing() { comm -23 <(sort -u <<<"$2") <(tr -d '\\' <"$source/man/$1" | grep -oE "$3" | tr -s '*|' '\n' | sort -u); }
+# missing PAGE NAMES PATTERN: the names that do not stand in the page as the pattern has them.
+missing() { comm -23 <(sort -u <<<"$2") <(sed 's/[\]//g' "$source/man/$1" | grep -oE "$3" | tr -s '*|' '\n' | sort -u); }
 
 exported=$(nm -D --defined-only "$library" | awk '{print $3}')
 listed=$(sed -e 's,/\*.*\*/,,' "$source/core/exports.map" | grep -oE '[A-Za-z_][A-Za-z0-9_]*;' | tr -d ';')
@@ -26,9 +26,8 @@ asked=$(nm -D --undefined-only "$library" | awk '{print $2}' | grep -vE '@GLIBC_
 same "what is asked of the host and what it has" "" "$(comm -13 <(sort -u <<<"$store") <(sort -u <<<"$asked"))"
 
 commands=$("$tool" --help | sed -nE '/^Subcommands:/,/^$/s/^  ([a-z-]+) .*/\1/p')
-options=$(for command in '' list show name set 'report detail' 'report connection' 'report signature'; do
-    "$tool" $command --help
-done | grep -oE '^  (-.,)?(--)?[a-z][a-z-]+' | sed 's/.*[ ,]//')
+options=$(printf '%s --help\n' '' list show name set 'report '{detail,connection,signature} | xargs -L1 "$tool" |
+    grep -oE '^  (-.,)?(--)?[a-z][a-z-]+' | sed 's/.*[ ,]//')
 same "library and its page" "" "$(missing libsarn.3.scd "$exported" '\*[A-Za-z0-9_]+\*')"
 same "store and its page" "" "$(missing kora.7.scd "$store" '\*[a-z0-9_]+\*')"
 same "commands and paragraphs of the page" "" "$(missing sarn.1.scd "$commands" '^(\*[a-z-]+\*[|]?)+')"
