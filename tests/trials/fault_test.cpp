@@ -1,135 +1,205 @@
-// The n-th store operation or allocation fails, for every n and every call, on the real store.
-#include <algorithm>
+// One process is killed or stopped at its n-th store operation, or this operation or the n-th allocation fails, for
+// every n of every call; and others come after it or in between.
 #include <functional>
+#include <set>
 
+#include "platform/kora.h"
 #include "tests/trials/trial.h"
 
 using namespace trial;
 
 namespace {
 
-// Faults off, the same call again must do what it would have done; and a device that has a row keeps that one. What the
-// device has then is the same wherever the call failed, and so as if it had not: a refused write looks like any other.
-int retry(Call call, int device) {
-    disarm();
-    if (!is_expected_alone(call, make(call, device))) return 1;
+struct Case {
+    const char *name;
+    Call call;
+    int device;
+    int devices;        // in the store before
+    const char *state;  // of those
+    int devices_after;
+    bool is_crowded = false;   // and some rows are freed, or not, where a kill came before
+    bool has_doubles = false;  // what no process of this library leaves, but an older store may hold
+};
+
+std::vector<Case> all_cases() {
+    const auto start = [](int) {
+        const int result = sarn_init();
+        return result == SARN_ERR_ALREADY_INITIALISED ? int{SARN_OK} : result;
+    };
+    std::vector<Case> cases = {
+        {"start", {"start", start}, 1, 3, "UP", 3},
+        {"start with doubles", {"start", start}, 2, 3, "UP", 3, false, true},
+        {"creation", call("signature"), 7, 3, "UP", 4},
+        {"clean-up", call("signature"), 200, 179, "DOWN", 170, true},
+    };
+    for (const Call &each : CALLS) {
+        const bool removes = each.is("remove");
+        cases.push_back({each.name, each, 1, 3, removes ? "DOWN" : "UP", removes ? 2 : 3});
+    }
+    return cases;
+}
+
+// What a call may answer when its store or its memory fails it.
+const std::set<int> DOCUMENTED = {
+    SARN_OK,           SARN_ERR_UNREADABLE,    SARN_ERR_UNKNOWN_DEVICE,  SARN_ERR_ROW_LOST_DEVICE,
+    SARN_ERR_NO_ROW,   SARN_ERR_THREAD,        SARN_ERR_NOTHING_CHANGED, SARN_ERR_STORE_OPEN,
+    SARN_ERR_ACL_READ, SARN_ERR_INTERNET_DOWN, SARN_STORE_FAILED};
+
+// What the device has then is the same wherever the call failed, and so as if it had not: a refused write looks like
+// any other.
+bool is_left_the_same(const Case &c) {
     device_info record = {};
-    const int read = get_device_info_by_mac(&record, mac_of(device).c_str());
-    if (read != (call == Call::Remove ? SARN_ERR_UNKNOWN_DEVICE : SARN_OK)) return 2;
+    const int read = get_device_info_by_mac(&record, mac_of(c.device).c_str());
+    if (read != (c.call.is("remove") ? SARN_ERR_UNKNOWN_DEVICE : SARN_OK)) return false;
     std::ranges::fill(record.Timestamp, 0);
     const auto left = std::hash<std::string_view>()({reinterpret_cast<const char *>(&record), sizeof record});
     const size_t before = control->left.exchange(left);
-    return before == 0 || before == left ? 0 : 3;
+    return before == 0 || before == left;
 }
 
-// What a call may answer when its store fails it, besides what it may answer anyway.
-bool is_documented(int result) {
-    for (const int code :
-         {SARN_OK, SARN_STORE_FAILED, SARN_ERR_UNREADABLE, SARN_ERR_UNKNOWN_DEVICE, SARN_ERR_ROW_LOST_DEVICE,
-          SARN_ERR_NO_ROW, SARN_ERR_THREAD, SARN_ERR_INTERNET_DOWN, SARN_ERR_ACL_READ, SARN_ERR_NOTHING_CHANGED}) {
-        if (result == code) return true;
+// Makes the call under the fault, and again without it.
+int attempt(const Case &c, Fault fault, int position) {
+    return run_process([&] {
+        if (!c.call.is("start") && !is_started()) return 10;
+        arm(fault, position);
+        const int result = c.call.make(c.device);
+        disarm();
+        if (!DOCUMENTED.contains(result)) return 11;
+        if (!c.call.allows_alone(c.call.make(c.device))) return 12;
+        return is_left_the_same(c) ? 0 : 13;
+    });
+}
+
+// In the short form every `stride`-th, and fewer far behind, where a rebuild reads all rows.
+int next_position(int position, int stride) { return position + (scale() > 1 ? 1 : position < 40 ? stride : 60); }
+
+// Of device 1, for the first start of all.
+int make_doubles() {
+    void *handle = kora_init_ex(nullptr);
+    const uint8_t mac[6] = {2, 0, 0, 0, 0, 1};
+    int failed = kora_set_enum(handle, "sarngeneral", 0, "MappingComplete", "init");
+    for (const char *table : {"DeviceIdList", "Sarnsignature", "ConnectDeviceinfo"}) {
+        for (const int32_t row : {40, 90}) failed += kora_set_mac(handle, table, row, "DeviceMAC", mac);
     }
-    return false;
+    return failed + kora_destroy(handle);
 }
 
-}  // namespace
-
-class FaultOnStore : public TrialTest {};
-
-TEST_F(FaultOnStore, EachOperationFailsOnceOrEverAfter) {
-    for (const Fault fault : {Fault::FailOnce, Fault::FailEver}) {
-        for (int c = 0; c < static_cast<int>(Call::Count); ++c) {
-            const auto call = static_cast<Call>(c);
-            int position = 1;
-            control->left = 0;
-            for (;; position += scale() > 1 || position < 40 ? 1 : 60) {
-                empty_store();
-                fill(3, call == Call::Remove ? "DOWN" : "UP");
-                control->has_fired = false;
-                const std::string when = std::string(name_of(call)) + " failing at " + std::to_string(position);
-                EXPECT_EQ(run_process([&] {
-                              if (!is_started()) return 10;
-                              arm(fault, position);
-                              const int result = make(call, 1);
-                              return is_documented(result) ? retry(call, 1) : 11;
-                          }),
-                          0)
-                    << when;
-                check(when);
-                if (!control->has_fired) break;
-            }
-            printf("%s: %d positions\n", name_of(call), position - 1);
-            EXPECT_GT(position, 1) << name_of(call);
-        }
-    }
-}
-
-TEST_F(FaultOnStore, ACreationThatCannotReadGivesNoSecondRow) {
-    for (int position = 1;; position += scale() > 1 ? 1 : 2) {
-        empty_store();
-        fill(3);
-        control->has_fired = false;
-        EXPECT_EQ(run_process([&] {
-                      if (!is_started()) return 10;
-                      arm(Fault::FailEver, position);
-                      (void)make(Call::Signature, 7);
-                      (void)make(Call::Signature, 1);
-                      disarm();
-                      return make(Call::Signature, 7) + make(Call::Signature, 1);
-                  }),
-                  0)
-            << position;
-        EXPECT_EQ(check("creation failing at " + std::to_string(position)), 4);
-        if (!control->has_fired) break;
-    }
-}
-
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-class Allocation : public TrialTest {
+class FaultTest : public TrialTest {
 protected:
-    // How many allocations there are to fail.
-    int run(const char *name, const char *state, bool is_ever, const std::function<int(int)> &in_process) {
+    // How many positions there are.
+    int meet_everywhere(const Case &c, Fault fault) {
         control->left = 0;
-        for (int n = 1;; ++n) {
-            empty_store();
-            fill(3, state);
-            control->has_fired = false;
-            control->fail_later_allocations = is_ever;
-            EXPECT_EQ(run_process([&] { return in_process(n); }), 0) << name << ", allocation " << n;
-            check(name);
-            if (!control->has_fired) return n - 1;
+        for (int position = 1;; position = next_position(position, c.is_crowded ? 7 : 1)) {
+            prepare(c.devices, c.state);
+            EXPECT_EQ(c.has_doubles ? run_process(make_doubles) : 0, 0);
+            const std::string when = std::string(c.name) + " at " + std::to_string(position);
+            const int end = attempt(c, fault, position);
+            const bool has_fired = control->has_fired;
+            control->allows_doubles = c.has_doubles && has_fired;
+            EXPECT_EQ(end, has_fired && fault == Fault::Kill ? KILLED : 0) << when;
+            if (end == KILLED) {
+                check(when);
+                const int next = attempt(c, Fault::Kill, 1 + 7 * position % 30);
+                EXPECT_TRUE(next == KILLED || next == 0) << when << ": the next ended with " << next;
+                check(when + ", and the next");
+                EXPECT_EQ(attempt(c, Fault::None, 0), 0) << when;
+            }
+            const int left = check(when + ", at the end");
+            EXPECT_TRUE(left == c.devices_after || (c.is_crowded && left > c.devices_after)) << when << ": " << left;
+            if (!has_fired) return position - 1;
         }
-    }
-    static void arm_allocation(int n) {
-        arm(Fault::None, 0);
-        control->allocation_to_fail = n;
     }
 };
 
+class Kill : public FaultTest {};
+class FaultOnStore : public FaultTest {};
+class Allocation : public FaultTest {};
+
+TEST_F(Kill, AtEachOperationLeavesRowsOldOrNew) {
+    for (const Case &c : all_cases()) {
+        const int positions = meet_everywhere(c, Fault::Kill);
+        printf("%s: %d positions\n", c.name, positions);
+        EXPECT_GT(positions, 0) << c.name;
+    }
+}
+
+TEST_F(FaultOnStore, EachOperationFailsOnceOrEverAfter) {
+    for (const Case &c : all_cases()) {
+        for (const Fault fault : {Fault::FailOnce, Fault::FailEver}) EXPECT_GT(meet_everywhere(c, fault), 0) << c.name;
+    }
+}
+
+#ifndef HAS_OTHER_ALLOCATOR
 TEST_F(Allocation, EachOneFailsOnceOrEverAfter) {
-    for (const bool is_ever : {false, true}) {
-        const auto start = [](int n) {
-            arm_allocation(n);
-            const int result = sarn_init();
-            disarm();
-            if (result != SARN_OK && result != SARN_ERR_STORE_OPEN) return 11;
-            if (result == SARN_ERR_STORE_OPEN && sarn_init() != SARN_OK) return 12;
-            return make(Call::Read, 1);
-        };
-        const int at_start = run("start", "UP", is_ever, start);
-        printf("start: %d allocations\n", at_start);
-        EXPECT_GT(at_start, 5);
-        for (int c = 0; c < static_cast<int>(Call::Count); ++c) {
-            const auto call = static_cast<Call>(c);
-            const int count = run(name_of(call), call == Call::Remove ? "DOWN" : "UP", is_ever, [&](int n) {
-                if (!is_started()) return 10;
-                arm_allocation(n);
-                const int result = make(call, 1);
-                return is_documented(result) ? retry(call, 1) : 11;
-            });
-            printf("%s: %d allocations\n", name_of(call), count);
-            EXPECT_TRUE(count > 0 || (call != Call::Address && call != Call::Type)) << name_of(call);
-        }
+    for (const Case &c : all_cases()) {
+        const int least = c.call.is("start") ? 6 : c.call.is("type") || c.call.is("address of a row");
+        for (const Fault fault : {Fault::NoMemoryOnce, Fault::NoMemoryEver})
+            EXPECT_GE(meet_everywhere(c, fault), least) << c.name;
     }
 }
 #endif
+
+class Stop : public TrialTest {
+protected:
+    // A process is stopped at this position of its call, another makes its whole call for `rival`, the first goes on.
+    // How many of the two calls were refused; -1 when the first never got there.
+    int run_pair(const Call &a, const Call &b, int device, int rival, int position) {
+        const auto make_and_tell = [](const Call &each, int n) {
+            const int result = each.make(n);
+            return result == SARN_OK ? 0 : each.allows(result) ? 1 : 100;
+        };
+        const auto run = [&](const Call &each, int n) {
+            return run_process([&] { return sarn_init() == SARN_OK ? make_and_tell(each, n) : 100; });
+        };
+        const pid_t stopped = start_process([&] {
+            if (!is_started()) return 100;
+            arm(Fault::Stop, position);
+            return make_and_tell(a, device);
+        });
+        int status = 0;
+        EXPECT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
+        const std::string when = std::string(a.name) + " stopped at " + std::to_string(position) + ", " + b.name;
+        EXPECT_TRUE(WIFSTOPPED(status) || WEXITSTATUS(status) <= 1) << when << ": " << status;
+        if (!WIFSTOPPED(status)) return -1;
+        // A writer waits for a writer, a reader does not; but in a crowded table it frees rows.
+        if (control->is_writing_group) {
+            EXPECT_LE(device == rival ? run(call("read"), device) : 0, 1) << when << ": a reader";
+            kill(stopped, SIGCONT);
+        }
+        const int other = run(b, rival);
+        kill(stopped, SIGCONT);
+        const int refused = other + end_of(stopped);
+        EXPECT_TRUE(refused >= 0 && refused <= 2) << when << ": " << refused;
+        return refused;
+    }
+};
+
+TEST_F(Stop, AnotherWritesInBetweenAndNothingIsMixed) {
+    int pairs = 0;
+    for (const char *a : {"signature", "connection", "detail", "field", "name", "block", "remove", "read"}) {
+        for (const char *b : {"signature", "connection", "detail", "field", "name", "block", "remove"}) {
+            const bool removes = call(a).is("remove") || call(b).is("remove");
+            const bool creates = call(a).is("signature") && call(b).is("signature");
+            // All positions have their turn, with one pair or another.
+            for (int position = 1 + (scale() > 1 ? 0 : pairs % 6);; position = next_position(position, 6), ++pairs) {
+                prepare(creates ? 1 : 2, removes ? "DOWN" : "UP");
+                if (run_pair(call(a), call(b), 1, 1, position) < 0) break;
+                check(std::string(a) + " stopped at " + std::to_string(position) + ", " + b);
+            }
+        }
+    }
+    printf("%d pairs of calls and positions\n", pairs);
+    EXPECT_GT(pairs, 49);
+}
+
+TEST_F(Stop, TheLastRowIsClaimedTwice) {
+    const Call &report = call("signature");
+    for (int position = 1, refused = 1; refused >= 0; ++position) {
+        prepare(255);
+        refused = run_pair(report, report, 300, 301, position);
+        EXPECT_EQ(std::abs(refused), 1) << position;
+        EXPECT_EQ(check("the last row"), 256) << position;
+    }
+}
+
+}  // namespace

@@ -1,4 +1,4 @@
-// The store functions of this program: each counts, meets the armed fault, and forwards to the platform's.
+// The store functions of this program: each meets the armed fault or forwards to the platform's.
 #include <dlfcn.h>
 #include <errno.h>
 #include <signal.h>
@@ -11,72 +11,53 @@ namespace {
 
 using namespace trial;
 
-// Only the process that armed a fault meets it.
-bool is_armed = false;
+// Of this process alone.
+std::atomic<Fault> armed = Fault::None;
+std::atomic<int> position = 0;
+int armed_at = 0;
+
+// Whether the n-th look at one of these two faults has come, n being where it is armed.
+bool is_met(Fault once, Fault ever) {
+    if (armed != once && armed != ever) return false;
+    const int now = ++position;
+    if (now < armed_at || (armed == once && now > armed_at)) return false;
+    control->has_fired = true;
+    errno = ENOMEM;  // as who allocates may read it
+    return true;
+}
+
+// Whether this operation is to fail; if the process is not to end or to stop before it.
+bool is_to_fail() {
+    if (is_met(Fault::Kill, Fault::Kill)) raise(SIGKILL);
+    if (is_met(Fault::Stop, Fault::Stop)) raise(SIGSTOP);
+    return is_met(Fault::FailOnce, Fault::FailEver);
+}
 
 template <class Function>
 Function *next(const char *name) {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-void end_or_stop(Fault wanted, int position) {
-    if (control->fault != wanted || control->armed_at != position) return;
-    control->has_fired = true;
-    raise(wanted == Fault::StopBefore ? SIGSTOP : SIGKILL);
-}
-
-bool is_to_fail(int position) {
-    const bool is_hit = (control->fault == Fault::FailOnce && position == control->armed_at) ||
-                        (control->fault == Fault::FailEver && position >= control->armed_at);
-    if (is_hit) control->has_fired = true;
-    return is_hit;
-}
-
-template <class Operation>
-int32_t pass(Operation operation) {
-    if (!is_armed) return operation();
-    const int position = ++control->position;  // another thread may go on counting
-    end_or_stop(Fault::KillBefore, position);
-    end_or_stop(Fault::StopBefore, position);
-    if (is_to_fail(position)) return -1;
-    const int32_t result = operation();
-    end_or_stop(Fault::KillAfter, position);
-    return result;
-}
-
 }  // namespace
 
-void trial::arm(Fault fault, int position) {
-    control->position = 0;
-    control->armed_at = position;
+void trial::arm(Fault fault, int at) {
     control->has_fired = false;
     control->is_writing_group = false;
-    control->fault = fault;
-    is_armed = true;
+    position = 0;
+    armed_at = at;
+    armed = fault;
 }
 
-void trial::disarm() { is_armed = false; }
+void trial::disarm() { armed = Fault::None; }
 
-// The sanitizers have allocators of their own.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef HAS_OTHER_ALLOCATOR
 extern "C" {
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);
 void *__libc_realloc(void *, size_t);
 }
 
-namespace {
-
-bool is_memory_short() {
-    if (!is_armed || control->allocation_to_fail <= 0) return false;
-    if (control->allocation_to_fail > 1) return --control->allocation_to_fail, false;
-    if (!control->fail_later_allocations) control->allocation_to_fail = 0;
-    control->has_fired = true;
-    errno = ENOMEM;
-    return true;
-}
-
-}  // namespace
+static bool is_memory_short() { return is_met(Fault::NoMemoryOnce, Fault::NoMemoryEver); }
 
 // The trial's own containers are not to fail.
 void *operator new(size_t size) { return __libc_malloc(size); }
@@ -93,49 +74,46 @@ void *realloc(void *memory, size_t size) noexcept { return is_memory_short() ? n
 #define FORWARDED(name, parameters, ...)                       \
     int32_t name parameters {                                  \
         static auto *const real = next<decltype(name)>(#name); \
-        return pass([&] { return real(__VA_ARGS__); });        \
+        return is_to_fail() ? -1 : real(__VA_ARGS__);          \
     }
-#define READ(name, type) \
+#define VALUE(name, type) \
     FORWARDED(name, (void *h, const char *t, int32_t row, const char *f, type value), h, t, row, f, value)
-#define READ_TEXT(name)                                                                                           \
+#define TEXT(name)                                                                                                \
     FORWARDED(name, (void *h, const char *t, int32_t row, const char *f, char *text, int32_t size), h, t, row, f, \
               text, size)
 
 extern "C" {
 
-READ_TEXT(kora_get_ascii)
-READ_TEXT(kora_get_string)
-READ_TEXT(kora_get_enum)
-READ(kora_get_bool, uint8_t *)
-READ(kora_get_uint, uint32_t *)
-READ(kora_get_mac, uint8_t *)
-READ(kora_get_ipv4, uint8_t *)
-READ(kora_set_ascii, const char *)
-READ(kora_set_string, const char *)
-READ(kora_set_enum, const char *)
-READ(kora_set_bool, int32_t)
-READ(kora_set_int, int32_t)
-READ(kora_set_uint, uint32_t)
-READ(kora_set_mac, const uint8_t *)
-READ(kora_set_ipv4, const uint8_t *)
+TEXT(kora_get_ascii)
+TEXT(kora_get_string)
+TEXT(kora_get_enum)
+VALUE(kora_get_bool, uint8_t *)
+VALUE(kora_get_uint, uint32_t *)
+VALUE(kora_get_mac, uint8_t *)
+VALUE(kora_get_ipv4, uint8_t *)
+VALUE(kora_set_ascii, const char *)
+VALUE(kora_set_string, const char *)
+VALUE(kora_set_enum, const char *)
+VALUE(kora_set_bool, int32_t)
+VALUE(kora_set_int, int32_t)
+VALUE(kora_set_uint, uint32_t)
+VALUE(kora_set_mac, const uint8_t *)
+VALUE(kora_set_ipv4, const uint8_t *)
 FORWARDED(kora_changes, (void *h, uint64_t *number), h, number)
 
 int32_t kora_begin(void *handle, int32_t mode) {
     static auto *const real = next<decltype(kora_begin)>("kora_begin");
-    const int32_t result = pass([&] { return real(handle, mode); });
-    if (is_armed && result == 0 && mode == KORA_WRITING) control->is_writing_group = true;
+    const int32_t result = is_to_fail() ? -1 : real(handle, mode);
+    if (armed != Fault::None && result == 0 && mode == KORA_WRITING) control->is_writing_group = true;
     return result;
 }
 
+// A group that cannot be kept is over all the same.
 int32_t kora_end(void *handle, int32_t keep) {
     static auto *const real = next<decltype(kora_end)>("kora_end");
-    bool is_forwarded = false;
-    const int32_t result = pass([&] {
-        is_forwarded = true;
-        return real(handle, keep);
-    });
-    if (!is_forwarded) (void)real(handle, 0);  // a group that cannot be kept is over all the same
-    if (is_armed) control->is_writing_group = false;
-    return result;
+    const bool fails = is_to_fail();
+    const int32_t result = real(handle, fails ? 0 : keep);
+    if (armed != Fault::None) control->is_writing_group = false;
+    return fails ? -1 : result;
 }
 }
