@@ -40,19 +40,22 @@ void forget_calls() SARN_UNCHECKED {
     calls = nullptr;
 }
 
-WorkerResult run_worker(void *(*handler)(void *), const void *request) SARN_UNCHECKED {
+WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     Call call = {request, SARN_ERR_THREAD, nullptr};
     link_call(call);
-    // So only where a store function calls the library: its worker is to be answered, not to wait for its own caller.
-    const bool is_given = state_lock.is_held_by_this_thread();
-    if (is_given) state_lock.unlock();
+    // So only where a store function calls the library: the worker is not to wait for what its own caller holds.
+    const bool is_lent = state_lock.is_held_by_this_thread();
+    if (is_lent) state_lock.lend(request);
     pthread_t thread;
     const int error = pthread_create(&thread, nullptr, handler, const_cast<void *>(request));
     if (error == 0) (void)pthread_join(thread, nullptr);
-    if (is_given) (void)state_lock.lock();
+    if (is_lent) state_lock.take_back();
     unlink_call(call);
     return {error, call.status};
 }
+
+void borrow_lock(const void *request) { state_lock.borrow(request); }
+void give_lock_back() { state_lock.give_back(); }
 
 void leave_status(const void *request, int32_t &cell, int32_t status) {
     const Exclusive hold(calls_lock);

@@ -20,8 +20,13 @@ struct WorkerResult {
     int32_t status;  // the worker's own; SARN_ERR_THREAD when there was none
 };
 
-// Creates the worker, waits for its end and returns its status. No lock may be held.
+// Creates the worker, waits for its end and returns its status. No lock may be held but the one that a store function
+// was called under.
 WorkerResult run_worker(void *(*handler)(void *), const void *request);
+
+// Let the worker go on under the lock that its caller holds, if it does, and end that.
+void borrow_lock(const void *request);
+void give_lock_back();
 
 // Leaves the worker's status for its call and in the cell.
 void leave_status(const void *request, int32_t &cell, int32_t status);
@@ -38,7 +43,10 @@ extern "C" void *end_thread(void *result) __asm__("pthread_exit");
 template <typename Request>
 void *finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);
-    leave_status(argument, cell, work(*static_cast<Request *>(argument)));
+    borrow_lock(argument);
+    const int32_t status = work(*static_cast<Request *>(argument));
+    give_lock_back();
+    leave_status(argument, cell, status);
     return end_thread(&cell);
 }
 

@@ -26,11 +26,11 @@ public:
     bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) {
         if (is_held_by_this_thread()) return false;
         (void)pthread_rwlock_wrlock(&rwlock);
-        __atomic_store_n(&holder, pthread_self(), __ATOMIC_RELAXED);
+        hold();
         return true;
     }
     void unlock() SARN_THREAD_ANNOTATION(release_capability()) {
-        __atomic_store_n(&holder, pthread_t{}, __ATOMIC_RELAXED);
+        leave();
         (void)pthread_rwlock_unlock(&rwlock);
     }
     bool lock_shared() SARN_THREAD_ANNOTATION(acquire_shared_capability()) {
@@ -39,9 +39,28 @@ public:
     void unlock_shared() SARN_THREAD_ANNOTATION(release_shared_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
     bool is_held_by_this_thread() const { return __atomic_load_n(&holder, __ATOMIC_RELAXED) == pthread_self(); }
 
+    // Who holds it lends it to a worker that it waits for; what the two see of each other, creation and join order.
+    void lend(const void *request) { __atomic_store_n(&lent_for, request, __ATOMIC_RELAXED); }
+    void borrow(const void *request) {
+        if (__atomic_load_n(&lent_for, __ATOMIC_RELAXED) == request) hold();
+    }
+    void give_back() {
+        if (is_held_by_this_thread()) leave();
+    }
+    void take_back() {
+        lend(nullptr);
+        hold();
+    }
+
     // Readers come in a steady stream; a waiting writer goes before new ones.
     pthread_rwlock_t rwlock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+
+private:
+    void hold() { __atomic_store_n(&holder, pthread_self(), __ATOMIC_RELAXED); }
+    void leave() { __atomic_store_n(&holder, pthread_t{}, __ATOMIC_RELAXED); }
+
     pthread_t holder = {};  // only a thread's own number tells it anything
+    const void *lent_for = nullptr;
 };
 
 class SARN_THREAD_ANNOTATION(capability("calls_lock")) CallsLock {
