@@ -30,6 +30,15 @@ Result begin_reading_group(void *handle) {
     return result;
 }
 
+// Until its first change a writing group looks at a snapshot, the same since nobody else writes: its cursors are there
+// already, so a group that changes nothing allocates nothing, and its thread needs no allocator.
+void look_before_changes() {
+    Reader &reader = take_reader();
+    if (begin_snapshot(environment, reader) != 0) return give_reader(reader);
+    group.reader = &reader;
+    group.walk = &reader.walk;
+}
+
 Result begin_writing_group(void *handle) {
     if (!is_usable()) return FAILED;
     pthread_mutex_lock(&writing);
@@ -37,6 +46,7 @@ Result begin_writing_group(void *handle) {
     const int error = has_handle ? begin_writing() : 0;
     if (has_handle && error == 0) {
         group = {GroupMode::Writing, handle, &writer.walk, nullptr, 0};
+        look_before_changes();
         return DONE;
     }
     pthread_mutex_unlock(&writing);
@@ -50,6 +60,7 @@ Result end_reading_group(const Group &ended) {
 }
 
 Result end_writing_group(const Group &ended, bool is_kept) {
+    if (ended.reader != nullptr) leave_snapshot(*ended.reader);
     const WriteEnd end = end_writing(is_kept);
     pthread_mutex_unlock(&writing);
     (void)report_reading(ended.read_error);

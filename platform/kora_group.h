@@ -12,7 +12,7 @@ struct Group {
     GroupMode mode = GroupMode::None;
     const void *handle = nullptr;
     Walk *walk = nullptr;      // where it reads
-    Reader *reader = nullptr;  // of a reading group
+    Reader *reader = nullptr;  // of a reading group, and of a writing one before its first change
     int read_error = 0;        // logged after the end: nothing calls the host's logger inside a group
 };
 

@@ -105,7 +105,7 @@ bool is_worth_saving(sarn::Field field, Bytes value) {
     const Bytes reset = reset_value(field);
     const bool is_text = kind_of(sarn::spec_of(field).type) == 't';
     if (!is_text && value.size != reset.size) return false;
-    return value.size != reset.size || memcmp(value.data, reset.data, reset.size) != 0;
+    return !is_same(value, reset);
 }
 
 int write_field(Walk &walk, sarn::Field field, Writing &out, Image &image, uint64_t &digested) {

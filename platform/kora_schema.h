@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include "core/schema.h"
 
@@ -17,6 +18,10 @@ struct Bytes {
     const void *data;
     size_t size;
 };
+
+inline bool is_same(Bytes one, Bytes other) {
+    return one.size == other.size && memcmp(one.data, other.data, one.size) == 0;
+}
 
 // Changes with every name, type, number of rows and reset value, with where a field lies and with what a change of it
 // does to the change number: a store of a build that differs in one of these is told apart by it.

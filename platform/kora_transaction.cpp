@@ -1,7 +1,5 @@
 #include "kora_transaction.h"
 
-#include <string.h>
-
 #include "kora.h"
 #include "kora_save.h"
 
@@ -12,8 +10,20 @@ namespace {
 Trouble reading_trouble = {"read"};
 Trouble writing_trouble = {"write"};
 
+// The group's first change ends its look at the snapshot.
+Result change_after_looking(Place place, Bytes value) {
+    Bytes stored = {};
+    const int error = find_value(*group.walk, place, stored);
+    if (error == 0 && is_same(stored, value)) return DONE;
+    leave_snapshot(*group.reader);
+    group.reader = nullptr;
+    group.walk = &writer.walk;
+    return (error == 0 ? store_value(place, value) : change_value(place, value)) == 0 ? DONE : FAILED;
+}
+
 Result write_in_group(const void *handle, Place place, Bytes value) {
     if (group.mode == GroupMode::Reading || !is_open(handle)) return REFUSED;
+    if (group.reader != nullptr) return change_after_looking(place, value);
     return change_value(place, value) == 0 ? DONE : FAILED;
 }
 
@@ -66,7 +76,7 @@ Result write_value(const void *handle, Place place, Bytes value) {
     if (is_in_group()) return write_in_group(handle, place, value);
     bool is_there = false;
     const Result result = read_value(handle, place, [&](Bytes stored) {
-        is_there = stored.size == value.size && memcmp(stored.data, value.data, value.size) == 0;
+        is_there = is_same(stored, value);
         return 0;
     });
     return result != DONE || is_there ? result : write_alone(handle, place, value);

@@ -83,11 +83,10 @@ int put_key(Walk &walk, Key key, Bytes value) {
     MDB_val own_key = {sizeof bytes, &bytes};
     MDB_val own_value = {value.size + CHECK_SIZE, stored};
     Position &position = position_for(walk, key);
-    const int error = position.is_of_transaction ? 0 : take_cursor(walk, position);
-    if (error != 0) return error;
     const unsigned flags = position.at == key ? MDB_CURRENT : 0;
     for (Position &moved : walk.positions) forget(moved);  // a write moves what lies beside it
-    return mdb_cursor_put(position.cursor, &own_key, &own_value, flags);
+    return position.is_of_transaction ? mdb_cursor_put(position.cursor, &own_key, &own_value, flags)
+                                      : mdb_put(walk.txn, walk.values, &own_key, &own_value, 0);
 }
 
 }  // namespace kora

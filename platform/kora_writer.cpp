@@ -47,8 +47,6 @@ void abort_transaction() {
     writer = Writer{};
 }
 
-bool is_same(Bytes one, Bytes other) { return one.size == other.size && memcmp(one.data, other.data, one.size) == 0; }
-
 // By its beginning: who reads it into a short buffer sees no more.
 bool is_offline(uint8_t row, int &out_error) {
     Bytes state = {};
@@ -77,14 +75,6 @@ int note_effects(Place place) {
     const bool is_read = effect.rebuild == Rebuild::Reads || is_offline(place.row, error);
     if (error == 0 && is_read) error = move_change_number();
     return error;
-}
-
-int store_change(Place place, Bytes value) {
-    if (!writer.has_changed) writer.is_removal = is_same(value, reset_value(place.field));
-    if (writer.is_limited && !writer.is_removal) return MDB_MAP_FULL;
-    writer.has_changed = true;
-    const int error = put_key(writer.walk, key_of(place), value);
-    return error != 0 ? error : note_effects(place);
 }
 
 // A save is due when something was decided since the last one and that one is long enough ago, whoever made it; else
@@ -149,10 +139,17 @@ int begin_writing() {
 int change_value(Place place, Bytes value) {
     if (writer.error != 0) return writer.error;
     Bytes stored = {};
-    int error = find_value(writer.walk, place, stored);
-    if (error == 0 && !is_same(stored, value)) error = store_change(place, value);
-    writer.error = error;
-    return error;
+    writer.error = find_value(writer.walk, place, stored);
+    return writer.error != 0 || is_same(stored, value) ? writer.error : store_value(place, value);
+}
+
+int store_value(Place place, Bytes value) {
+    if (!writer.has_changed) writer.is_removal = is_same(value, reset_value(place.field));
+    if (writer.is_limited && !writer.is_removal) return writer.error = MDB_MAP_FULL;
+    writer.has_changed = true;
+    writer.error = put_key(writer.walk, key_of(place), value);
+    if (writer.error == 0) writer.error = note_effects(place);
+    return writer.error;
 }
 
 WriteEnd end_writing(bool is_kept) {

@@ -24,6 +24,8 @@ int begin_writing();
 
 // Changes nothing when the value is there already.
 int change_value(Place place, Bytes value);
+// Of a value that is known to be another than what is there.
+int store_value(Place place, Bytes value);
 
 struct WriteEnd {
     int error = 0;  // of what was to be kept, or made the caller drop it
