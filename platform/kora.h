@@ -37,7 +37,8 @@ enum { KORA_TEXT_MAX = 256 };
  * version made is refused. The saved copy is the file that KORA_SAVE names (default "/var/lib/kora/saved" for the
  * default store; none for another store, or where KORA_SAVE is empty). A copy that is damaged, foreign or of a newer
  * version is set aside, and the one before it is tried. Where one is there but cannot be reached now, the store is
- * refused, since an empty list would be saved over it; the next call tries again.
+ * refused, since an empty list would be saved over it; the next call tries again. Where the name is a folder's, a
+ * device's, a link's or anything but a file's, that stays as it is and nothing is saved.
  * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
  * later, and opened again once no thread of the process is writing.
  * Returns a handle, or null with a line in the log when the store is not to be had.

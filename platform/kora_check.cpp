@@ -1,5 +1,6 @@
 #include "kora_check.h"
 
+#include <errno.h>
 #include <string.h>
 #include <sys/mman.h>
 
@@ -220,7 +221,7 @@ FileLook look_at_pages(File &file) {
 
 FileLook look_at_file(int fd) {
     void *bytes = mmap(nullptr, STORE_SIZE, PROT_READ, MAP_SHARED, fd, 0);
-    if (bytes == MAP_FAILED) return FileLook{};
+    if (bytes == MAP_FAILED) return FileLook{.error = errno};
     File file = {static_cast<const uint8_t *>(bytes), page_size(), 0, {}};
     FileLook look = look_at_pages(file);
     if (!look.is_format_whole)

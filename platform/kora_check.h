@@ -9,6 +9,7 @@
 namespace kora {
 
 struct FileLook {
+    int error = 0;         // why it could not be looked at
     bool is_ours = false;  // a store, or what is left of one
     bool is_tree_whole = false;
     bool is_format_whole = false;

@@ -177,6 +177,10 @@ enum class Finding : uint8_t { Usable, Refused, SetAside };
 // Nobody else has the file open. What is ours and no longer to be trusted makes room for the saved copy.
 Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
     const FileLook look = look_at_file(fd);
+    if (look.error != 0) {
+        refuse_for(path, out_why, "cannot be looked at", look.error);
+        return Finding::Refused;
+    }
     const Origin origin = origin_of(look.format);
     if (!look.is_ours || origin == Origin::OtherVersion) {
         refuse_origin(path, look.format, out_why);

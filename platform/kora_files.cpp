@@ -184,8 +184,12 @@ bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &
     if (named == nullptr && is_default_store(store_path)) named = DEFAULT_SAVED_COPY;
     out_path.text[0] = '\0';
     if (!is_named(named) || !read_path(named, "saved copy", out_path, out_why)) return false;
-    return !would_overwrite(out_path, store_path) ||
-           refuse(out_why, "saved copy %.300s: would overwrite the store", out_path.text);
+    if (would_overwrite(out_path, store_path))
+        return refuse(out_why, "saved copy %.300s: would overwrite the store", out_path.text);
+    // Not moved aside as a damaged copy is: a device or a folder is somebody's.
+    struct stat status;
+    return lstat(out_path.text, &status) != 0 || S_ISREG(status.st_mode) ||
+           refuse(out_why, "saved copy %.300s: not a file", out_path.text);
 }
 
 bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {

@@ -2,7 +2,9 @@
 #include <sarn.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "client_text.h"
@@ -102,32 +104,46 @@ bool is_list_whole() {
     return sarn_device_state_info(rows, SARN_BITMAP_WORDS, SARN_ROWS_IN_USE) >= 0;
 }
 
-// Looks again, since the library does not tell a write that the store refused.
-bool is_stored(const Event &event, const signature_record &report) {
+// Looks again, since the library does not tell a write that the store refused. What says nothing new shows by its time.
+bool is_stored(const Event &event, const signature_record &report, time_t begun) {
     device_info device;
     const Lookup lookup = find_device(event.mac, device);
     // A crowded list gives up its offline devices, so also the one that was just reported.
     const bool is_offline = strcmp(report.state, "DOWN") == 0 || strcmp(report.state, "unknown") == 0;
     if (lookup == Lookup::Absent) return is_offline;
-    return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device);
+    return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device) && atoll(device.Timestamp) >= begun;
 }
 
-int store_event(const Event &event, int argc, const char *const *argv) {
+// False when the list does not show the report then; else `out_status` is how the event ended.
+bool store_event(const Event &event, int argc, const char *const *argv, bool is_first, int &out_status) {
     device_info device;
+    out_status = EXIT_DONE;
     const Lookup lookup = find_device(event.mac, device);
-    if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return EXIT_DONE;
+    if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return true;
     // A device that was forgotten is not brought back by the end of its lease.
-    if (lookup == Lookup::Absent && event.action == Action::Del && is_list_whole()) return EXIT_DONE;
+    if (lookup == Lookup::Absent && event.action == Action::Del && is_list_whole()) return true;
     signature_record report;
     if (lookup == Lookup::Unreadable ||
         !sarn_dhcp::fill_report(event, environ, lookup == Lookup::Found ? &device : nullptr, report)) {
-        return fail(EXIT_STORE, argc, argv, "not stored, the store cannot be read");
+        out_status = fail(EXIT_STORE, argc, argv, "not stored, the store cannot be read");
+        return true;
     }
-    cause[0] = '\0';
+    if (is_first) cause[0] = '\0';  // the store tells the same trouble once
+    const time_t begun = time(nullptr);
     const int32_t result = update_device_signature(&report, DHCP_PRODUCER);
-    if (result != SARN_OK) return fail_by_code(result, argc, argv);
-    return is_stored(event, report) ? EXIT_DONE
-                                    : fail(EXIT_STORE, argc, argv, "the list does not show it, the store may be full");
+    if (result == SARN_OK) return is_stored(event, report, begun);
+    out_status = fail_by_code(result, argc, argv);
+    return true;
+}
+
+// More than once, since others may write the same device in between.
+int store_and_look(const Event &event, int argc, const char *const *argv) {
+    constexpr int TRIES = 3;
+    int status = EXIT_DONE;
+    for (int i = 0; i < TRIES; ++i) {
+        if (store_event(event, argc, argv, i == 0, status)) return status;
+    }
+    return fail(EXIT_STORE, argc, argv, "the list does not show it, the store may be full");
 }
 
 int report_event(const Event &event, int argc, const char *const *argv) {
@@ -136,7 +152,7 @@ int report_event(const Event &event, int argc, const char *const *argv) {
     if (opened != SARN_OK && opened != SARN_ERR_CLEANUP) {
         return fail(EXIT_STORE, argc, argv, "not stored, the store cannot be opened");
     }
-    const int status = store_event(event, argc, argv);
+    const int status = store_and_look(event, argc, argv);
     sarn_uninit();
     return status;
 }

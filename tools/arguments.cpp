@@ -32,7 +32,9 @@ void add_mac(CLI::App &command, std::string &mac) {
 }
 
 void add_producer(CLI::App &command, int32_t &producer) {
-    command.add_option("--producer", producer, "Who says so: 0 (default) or a multiple of 10, up to 100")
+    command
+        .add_option("--producer", producer,
+                    "Who says so: 0 (default) or a multiple of 10, negative ones too, up to 100")
         ->type_name("N")
         ->transform(CLI::Validator(read_producer, ""));
 }

@@ -13,18 +13,20 @@ namespace tool {
 
 namespace {
 
+constexpr int TRIES = 3;  // its producer may report it again in between
+
 ExitCode forget_device(const std::string &typed) {
     const std::string mac = require_mac(typed);
     const Session session;
-    require(Call::Forget, sarn_remove_macaddress_entry(mac.c_str()), "cannot forget " + mac);
-    // The library does not tell when the store refused a write.
-    std::string text = mac;
-    const int32_t found = check_macaddress_entry(text.data());
-    if (found >= 0)
-        throw Refusal(EXIT_NO_STORE, "not forgotten: " + mac + " is still in the list; the store may be full");
-    if (found != SARN_ERR_NOT_FOUND)
-        throw refusal_of(Call::Find, found, "cannot tell whether " + mac + " is forgotten");
-    return EXIT_DONE;
+    for (int i = 0; i < TRIES; ++i) {
+        require(Call::Forget, sarn_remove_macaddress_entry(mac.c_str()), "cannot forget " + mac);
+        // The library does not tell when the store refused a write.
+        std::string text = mac;
+        const int32_t found = check_macaddress_entry(text.data());
+        if (found == SARN_ERR_NOT_FOUND) return EXIT_DONE;
+        if (found < 0) throw refusal_of(Call::Find, found, "cannot tell whether " + mac + " is forgotten");
+    }
+    throw Refusal(EXIT_NO_STORE, "not forgotten: " + mac + " is still in the list; the store may be full");
 }
 
 }  // namespace

@@ -15,8 +15,11 @@ namespace {
 ExitCode print_levels(bool as_json, Output &output) {
     TextTable table = {{{"LEVEL", 5}, {"SHOWS", 5}, {"", 0}}, {}};
     Json levels = Json::array();
+    bool is_marked = log_level == STORE_FAILURES;
     for (const LogLevel &level : LOG_LEVELS) {
-        const char *mark = level.number == log_level ? "<- now" : "";
+        const bool holds = !is_marked && level.number >= log_level;
+        is_marked |= holds;
+        const char *mark = holds ? "<- now" : "";
         table.rows.push_back({{std::to_string(level.number)}, {level.shows}, {mark, Style::Good}});
         levels.push_back({{"level", level.number}, {"shows", level.shows}});
     }

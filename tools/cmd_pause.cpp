@@ -37,7 +37,8 @@ ExitCode write_access(const std::string &access, const PauseOptions &options) {
     const int32_t answer =
         sarn_update_pause_list(list.data(), state, static_cast<uint32_t>(list.size()), options.producer);
     require(Call::Pause, answer, "cannot " + access + " " + macs.front() + (macs.size() > 1 ? " and the others" : ""));
-    for (const std::string &mac : macs) require_written(session, mac, {{&field_named("AllowOrBlock"), access}});
+    const Wanted wanted = {.texts = {{&field_named("AllowOrBlock"), access}}};
+    for (const std::string &mac : macs) require_written(session, mac, wanted, [] {});  // the list is written already
     return EXIT_DONE;
 }
 

@@ -40,38 +40,28 @@ void require_needed(const Report &report, const ReportField &field, const std::v
                                       ", and not with an empty one");
 }
 
-// A device that is not up may have to make room at once when the list is crowded.
-bool may_be_gone(const Refusal &refusal, const std::vector<Written> &texts) {
-    if (refusal.exit_code() != EXIT_NOT_FOUND) return false;
-    for (const auto &[field, text] : texts) {
-        if (field == &field_named("Devicestate") && text != "DOWN" && text != "unknown") return false;
-    }
-    return true;
-}
-
 ExitCode send_report(const Report &report, const ReportOptions &options) {
     const std::string mac = require_mac(options.mac);
     std::vector<char> record(report.size);
     mac.copy(record.data() + report.mac_offset, mac.size());
-    std::vector<Written> written;
+    // One that is not said to be up may have to make room at once when the list is crowded.
+    Wanted wanted = {.may_be_gone = true, .is_stamped = report.is_stamped};
     for (size_t i = 0; i < report.fields.size(); ++i) {
         const ReportField &field = report.fields[i];
         const std::string text = require_text(field, options.texts[i]);
         text.copy(record.data() + field.offset, field.width - 1);
         if (!text.empty()) require_needed(report, field, options.texts);
-        if (!text.empty() || field.is_cleared_by_empty) written.push_back({field.shown, text});
+        if (!text.empty() || field.is_cleared_by_empty) wanted.texts.push_back({field.shown, text});
+        if (field.shown == &field_named("Devicestate")) wanted.may_be_gone = is_offline(text);
     }
     const Session session;
-    const int32_t answer = report.send(record.data(), options.producer);
     const bool may_get_row = report.call == Call::Signature && options.producer != SARN_PRODUCER_LOOKUP_ONLY;
-    if (may_get_row && answer == SARN_ERR_NO_ROW && session.has_free_row())
-        throw Refusal(EXIT_NO_STORE, "cannot report " + mac + ": the store could not keep the device");
-    require(report.call, answer, "cannot report " + mac);
-    try {
-        require_written(session, mac, written);
-    } catch (const Refusal &refusal) {
-        if (!may_be_gone(refusal, written)) throw;
-    }
+    require_written(session, mac, wanted, [&] {
+        const int32_t answer = report.send(record.data(), options.producer);
+        if (may_get_row && answer == SARN_ERR_NO_ROW && session.has_free_row())
+            throw Refusal(EXIT_NO_STORE, "cannot report " + mac + ": the store could not keep the device");
+        require(report.call, answer, "cannot report " + mac);
+    });
     return EXIT_DONE;
 }
 

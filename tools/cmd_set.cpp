@@ -89,9 +89,12 @@ ExitCode set_field(const SetOptions &options) {
     const Session session;
     // With its NUL: an empty value has a length too, and an address must bring its end.
     const auto length = static_cast<int32_t>(value.size() + 1);
-    require(Call::SetField, sarn_update_table_field(mac.c_str(), field.code, value.c_str(), length, options.producer),
-            "cannot write the " + options.field + " of " + mac);
-    require_written(session, mac, {{field.field, value}});
+    const bool may_be_gone = field.code == SARN_FIELD_STATE && is_offline(value);
+    require_written(session, mac, {.texts = {{field.field, value}}, .may_be_gone = may_be_gone}, [&] {
+        const int32_t answer =
+            sarn_update_table_field(mac.c_str(), field.code, value.c_str(), length, options.producer);
+        require(Call::SetField, answer, "cannot write the " + options.field + " of " + mac);
+    });
     return EXIT_DONE;
 }
 

@@ -38,12 +38,12 @@ Device read_device(const std::string &typed) {
     // A MAC address may be written in digits alone, and is then far longer than a row.
     static constexpr size_t ROW_DIGITS = 3;
     const std::optional<uint32_t> row = typed.size() <= ROW_DIGITS ? read_row(typed) : std::nullopt;
-    const std::optional<std::string> mac = read_mac(typed);
-    if (!row && !mac)
+    if (!row && !read_mac(typed))
         throw Refusal(EXIT_USAGE, in_quotes(typed) + " is neither a row (0 to " + std::to_string(SARN_ROWS - 1) +
                                       ") nor a MAC address");
+    const std::string mac = row ? "" : require_mac(typed);
     const Session session;
-    return row ? session.read_device(*row) : session.find_device(*mac);
+    return row ? session.read_device(*row) : session.find_device(mac);
 }
 
 std::vector<FieldSpec> fields_of(Group group) {

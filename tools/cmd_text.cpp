@@ -40,9 +40,10 @@ ExitCode write_text(const TextCommand &kind, const TextOptions &options) {
     require_length(options.text, kind.limit, std::string("a ") + kind.name);
     const Session session;
     const auto length = static_cast<int32_t>(options.text.size());
-    require(Call::DisplayText, kind.write(mac.c_str(), options.text.c_str(), length, options.producer),
-            std::string("cannot write the ") + kind.name + " of " + mac);
-    require_written(session, mac, {{kind.field, options.text}});
+    require_written(session, mac, {.texts = {{kind.field, options.text}}}, [&] {
+        require(Call::DisplayText, kind.write(mac.c_str(), options.text.c_str(), length, options.producer),
+                std::string("cannot write the ") + kind.name + " of " + mac);
+    });
     return EXIT_DONE;
 }
 

@@ -35,6 +35,7 @@ struct Report {
     size_t size;
     size_t mac_offset;
     Call call;
+    bool is_stamped;  // the library writes the row's time as well
     int32_t (*send)(const void *record, int32_t producer);
 };
 
@@ -96,16 +97,16 @@ int32_t send_record(const void *bytes, int32_t producer) {
 inline constexpr Report REPORTS[] = {
     {"detail", "What device recognition found of a device in the list",
      "The whole record is written: an option that is left out clears its field.", DETAIL_FIELDS,
-     sizeof(device_detail_record), offsetof(device_detail_record, mac), Call::Report,
+     sizeof(device_detail_record), offsetof(device_detail_record, mac), Call::Report, true,
      send_record<device_detail_record, update_device_detail>},
     {"connection", "How a device in the list is connected",
      "The whole record is written: an option that is left out clears its field, but for --ap-mac.", CONNECTION_FIELDS,
-     sizeof(connected_device_record), offsetof(connected_device_record, mac), Call::Report,
+     sizeof(connected_device_record), offsetof(connected_device_record, mac), Call::Report, false,
      send_record<connected_device_record, update_connected_device_info>},
     {"signature", "That a device is there or gone; a new one gets a row",
      "State, interface and category are always written: left out, the latter two are cleared. The other fields\n"
      "stay as they are when their option is left out.",
-     SIGNATURE_FIELDS, sizeof(signature_record), offsetof(signature_record, mac), Call::Signature,
+     SIGNATURE_FIELDS, sizeof(signature_record), offsetof(signature_record, mac), Call::Signature, true,
      send_record<signature_record, update_device_signature>},
 };
 

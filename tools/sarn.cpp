@@ -104,7 +104,10 @@ int main(int argc, char **argv) try {
     Output output = describe_standard_output();
     const ExitCode exit_code = run(argc, argv, output);
     return write_output(output) ? exit_code : EXIT_OUTPUT;
-} catch (const std::exception &failure) {  // memory is short
+} catch (const std::bad_alloc &) {
+    print_message("memory is short");
+    return EXIT_OUTPUT;
+} catch (const std::exception &failure) {
     print_message(failure.what());
     return EXIT_OUTPUT;
 }

@@ -1,20 +1,63 @@
 #include "written.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+
 #include "output.h"
 #include "refusal.h"
 
 namespace tool {
 
-void require_written(const Session &session, const std::string &mac, const std::vector<Written> &texts) {
-    const Device device = session.find_device(mac);
-    for (const auto &[field, text] : texts) {
-        const size_t seen = field->width - 1;
-        if (read_text(device.record, *field) != std::string_view(text).substr(0, seen))
-            throw Refusal(EXIT_NO_STORE, "not written: the list still shows another " + std::string(field->label) +
-                                             " for " + mac + "; the store may be full");
-        if (text.size() > seen)
-            print_message("note: stored whole, but readers see only the first " + std::to_string(seen) +
-                          " bytes of the " + field->label);
+namespace {
+
+constexpr int TRIES = 3;
+
+size_t seen_of(const Written &written) { return written.field->width - 1; }
+
+bool is_shown(const device_info &record, const Written &written) {
+    return read_text(record, *written.field) == std::string_view(written.text).substr(0, seen_of(written));
+}
+
+std::optional<Device> find_written(const Session &session, const std::string &mac, bool may_be_gone) {
+    try {
+        return session.find_device(mac);
+    } catch (const Refusal &refusal) {
+        if (!may_be_gone || refusal.exit_code() != EXIT_NOT_FOUND) throw;
+        return std::nullopt;
+    }
+}
+
+// What the device shows in place of what was written, or nothing.
+std::string find_difference(const device_info &record, const Wanted &wanted, std::time_t begun) {
+    for (const Written &written : wanted.texts) {
+        if (!is_shown(record, written)) return std::string("another ") + written.field->label;
+    }
+    const std::string stamp(read_text(record, field_named("Timestamp")));
+    return wanted.is_stamped && std::atoll(stamp.c_str()) < begun ? "an older time" : "";
+}
+
+}  // namespace
+
+bool is_offline(const std::string &state) { return state == "DOWN" || state == "unknown"; }
+
+void require_written(const Session &session, const std::string &mac, const Wanted &wanted,
+                     const std::function<void()> &write) {
+    std::string difference;
+    for (int i = 0; i < TRIES; ++i) {
+        const std::time_t begun = std::time(nullptr);
+        write();
+        const std::optional<Device> device = find_written(session, mac, wanted.may_be_gone);
+        difference = device ? find_difference(device->record, wanted, begun) : "";
+        if (difference.empty()) break;
+    }
+    if (!difference.empty())
+        throw Refusal(EXIT_NO_STORE,
+                      "not written: the list still shows " + difference + " for " + mac + "; the store may be full");
+    for (const Written &written : wanted.texts) {
+        if (written.text.size() > seen_of(written))
+            print_message("note: stored whole, but readers see only the first " + std::to_string(seen_of(written)) +
+                          " bytes of the " + written.field->label);
     }
 }
 

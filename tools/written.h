@@ -2,6 +2,8 @@
 #ifndef SARN_TOOLS_WRITTEN_H
 #define SARN_TOOLS_WRITTEN_H
 
+#include <ctime>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,9 +17,20 @@ struct Written {
     std::string text;
 };
 
-// Throws Refusal when the device does not show one of the texts. Says so on standard error when one was stored whole
-// and readers see less of it.
-void require_written(const Session &session, const std::string &mac, const std::vector<Written> &texts);
+// What a device is to show once it is written.
+struct Wanted {
+    std::vector<Written> texts = {};
+    bool may_be_gone = false;  // a crowded list frees the rows of devices that are offline
+    bool is_stamped = false;   // the write also stamps the row with its time
+};
+
+bool is_offline(const std::string &state);
+
+// Calls `write`, and looks whether the device shows it; up to three times, since others may write the same device in
+// between. Throws Refusal when it does not, and says so on standard error when a text was stored whole and readers see
+// less of it.
+void require_written(const Session &session, const std::string &mac, const Wanted &wanted,
+                     const std::function<void()> &write);
 
 }  // namespace tool
 

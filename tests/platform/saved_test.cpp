@@ -195,7 +195,7 @@ TEST_F(Saved, ACutOrAFailureAtAnyCallLeavesTheLastOrTheOneBefore) {
 
 TEST_F(Saved, WithoutAPlaceForItTheStoreWorksAndSaysSoOnce) {
     use(folder + "/store~");
-    for (const char *taken : {"/none/none/saved", "/store~", "/store~-lock", "/store"}) {
+    for (const char *taken : {"", "/none/none/saved", "/store~", "/store~-lock", "/store"}) {
         setenv("KORA_SAVE", (folder + taken).c_str(), 1);
         EXPECT_EQ(lines_of(log_of([&] { open(); })), 1) << taken;
         EXPECT_EQ(rename(taken), 0);

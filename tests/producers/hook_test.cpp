@@ -1,4 +1,5 @@
 // Runs the hook as dnsmasq does: what it answers, and what the list then holds.
+#include <kora.h>
 #include <sarn.h>
 
 #include <algorithm>
@@ -107,8 +108,12 @@ TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
 TEST_F(Hook, TellsAWriteThatTheStoreRefused) {
     const Result unkept = run(SARN_DHCP_ON_REFUSING_STORE, "add 02:00:00:00:00:0b 10.0.0.6");
     EXPECT_TRUE(unkept.exit_code == 3 && has(unkept.out, "could not keep the device")) << unkept.out;
-    const Result unwritten = run(SARN_DHCP_ON_REFUSING_STORE, "del $A");
-    EXPECT_TRUE(unwritten.exit_code == 3 && has(unwritten.out, "the list does not show it")) << unwritten.out;
+    void *store = kora_init_ex(nullptr);
+    ASSERT_EQ(kora_set_ascii(store, "DeviceIdList", 0, "Timestamp", "1") + kora_destroy(store), 0);
+    for (const char *event : {"del $A", "old $A"}) {  // with something new, and without
+        const Result unwritten = run(SARN_DHCP_ON_REFUSING_STORE, event);
+        EXPECT_TRUE(unwritten.exit_code == 3 && has(unwritten.out, "the list does not show it")) << unwritten.out;
+    }
 }
 
 TEST_F(Hook, SeesEachFieldThatTheStoreDidNotTake) {

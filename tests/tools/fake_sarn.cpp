@@ -1,6 +1,6 @@
 // Stands behind the tool in place of the library: SARN_FAKE says what each call answers, "start=-24 find=0 3=0 7=-12"
 // (a number is a row in use and what reading it gives). Every row that can be read holds the same device, whose every
-// text tries something. A call that writes keeps nothing, whatever it answers.
+// text tries something. A call that writes keeps nothing, whatever it answers; but a name from its "keeps"-th write on.
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -19,15 +19,21 @@ int32_t answer(const std::string &key, int32_t untold = 0) {
     return at == std::string::npos ? untold : std::stoi(script.substr(at + key.size() + 2));
 }
 
+const char *name = "";
+int32_t names_written = 0;
+
 // As the library leaves a record: '0' characters behind each text, and in place of one that it could not read.
 device_info hostile_device() {
     device_info device;
     std::memset(&device, '0', sizeof device);
-    set_text(device.DisplayNameCustom, "", '0');
+    set_text(device.DisplayNameCustom, name, '0');
     set_text(device.DisplayNameDPI, "\033]0;owned\007\"M\xc3\xbcller\"\n%n%s", '0');
     set_text(device.DeviceDHCPVendor, "\xc0\x80\xff\xc2\x9b\x7f", '0');
     set_text(device.DeviceMAC, "02:00:00:00:00:01", '0');
     std::memcpy(device.Devicestate, "\033[31mUP\r", sizeof device.Devicestate);  // to its last byte
+    for (char *text :
+         {device.DeviceBrand, device.DeviceModel, device.DeviceTypeDPI, device.DeviceOS, device.DeviceMacVendor})
+        *text = '\0';
     set_text(device.Timestamp, "86400", '0');
     device.Producerid = UINT32_MAX;
     return device;
@@ -54,7 +60,10 @@ int32_t get_device_info_at_index(device_info *record, uint32_t index) {
 }
 int32_t check_macaddress_entry(char *) { return answer("find"); }
 
-int32_t update_device_displayname(const char *, const char *, int32_t, int32_t) { return answer("text"); }
+int32_t update_device_displayname(const char *, const char *text, int32_t, int32_t) {
+    if (++names_written >= answer("keeps", INT32_MAX)) name = text;
+    return answer("text");
+}
 int32_t update_device_displaytype(const char *, const char *, int32_t, int32_t) { return answer("text"); }
 int32_t update_device_displaymodel(const char *, const char *, int32_t, int32_t) { return answer("text"); }
 int32_t update_device_displaybrand(const char *, const char *, int32_t, int32_t) { return answer("text"); }

@@ -40,6 +40,7 @@ TEST(SarnTool, TellsWhatItReads) {
         {"show 1x", "neither a row", 2, ""},
         {"show ''", "neither a row", 2, ""},
         {"show 0001", "neither a row", 2, ""},
+        {"show 000000000000", "stands for no device", 2, ""},
         {"show 2:0:0:0:0:2", "no device with this MAC address (code -1)", 1, "find=9 9=0"},
         {"show 9", "row 9: no device in that row (code -12)", 1, "9=-12"},
         {"show 4", "\\x1b]0;owned\\x07\"M\xc3\xbcller\"\\x0a%n%s", 0, "4=0"},
@@ -101,11 +102,16 @@ TEST(SarnTool, TellsWhatWasNotWritten) {
         {"type $MAC x", "no worker thread could be created (code -16)", 3, "text=-16"},
         {"brand $MAC x", "unexpected answer of the library (code -77)", 3, "text=-77"},
         {"brand $MAC x", "still shows another brand", 3, ""},
+        {"name $MAC x", "", 0, "keeps=3"},  // others wrote the device in between
+        {"name $MAC x", "still shows another", 3, "keeps=4"},
+        {"report detail $MAC", "still shows an older time", 3, ""},
         {"allow $MAC", "still shows another access", 3, ""},
         {"forget $MAC", "still in the list", 3, ""},
         {"forget $MAC", "cannot tell whether", 3, "find=-16"},
         {"forget $MAC", "", 0, "find=-1"},
         {"set $MAC uuid x", "cannot write the uuid of", 1, "set=-12"},
+        {"set $MAC state DOWN", "", 0, "find=-1"},  // a crowded list gives it up
+        {"set $MAC state UP", "no device", 1, "find=-1"},
         {"set $MAC state x", "still shows another state", 3, ""},
         {"report detail $MAC", "no device", 1, "detail=-12"},
         {"report detail $MAC --os x", "still shows another", 3, ""},
@@ -213,6 +219,7 @@ TEST_F(ToolOnStore, LogLevelChoosesWhatIsSaid) {
     EXPECT_FALSE(has(tool("--log-level 4 name $MAC x").out, "sarn: 1 "));
     EXPECT_TRUE(has(tool("--log-level 1 list").out, "sarn: 1 sarnapi:"));
     EXPECT_TRUE(has(tool("log-level --log-level 2").out, "failures  <- now\n4      "));
+    EXPECT_TRUE(has(tool("log-level --log-level 3").out, "<- now\n5      "));
     EXPECT_EQ(json_of("--log-level 2 log-level")["level"], 2);
     EXPECT_TRUE(has(tool("save").out, "KORA_SAVE")) << "why the store failed";
     EXPECT_FALSE(has(tool("save --log-level 5").out, "KORA"));
