@@ -99,9 +99,9 @@ int32_t kora_end(void *handle, int32_t keep);
  * A number that moves with every change of what a rebuild of the device list reads: the MAC addresses of
  * "Sarnsignature" and "ConnectDeviceinfo", the states, the "Timestamp" of a row whose state begins with "DOWN" or
  * "unknown", the sync timestamp. It moves in the same transaction as the change, is the same for all processes, and in
- * a group is that of the group. A number read in a writing group holds only if kora_end kept it: what was dropped is
- * counted again. While it is the same, all of these are the same; another store never goes on with the number of the
- * last. A host may lack it; libsarn.so then rebuilds each time.
+ * a group is that of the group; in a writing group it moves once, with the first such change. A number read there holds
+ * only if kora_end kept it: what was dropped is counted again. While it is the same, all of these are the same; another
+ * store never goes on with the number of the last. A host may lack it; libsarn.so then rebuilds each time.
  */
 int32_t kora_changes(void *handle, uint64_t *number);
 

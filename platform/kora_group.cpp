@@ -33,7 +33,7 @@ Result begin_reading_group(void *handle) {
 // Until its first change a writing group looks at a snapshot, the same since nobody else writes: its cursors are there
 // already, so a group that changes nothing allocates nothing, and its thread needs no allocator.
 void look_before_changes() {
-    Reader &reader = take_reader();
+    Reader &reader = take_writers_reader();
     if (begin_snapshot(environment, reader) != 0) return give_reader(reader);
     group.reader = &reader;
     group.walk = &reader.walk;

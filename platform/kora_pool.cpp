@@ -10,7 +10,8 @@ namespace {
 // More threads than this reading in one process at the same instant wait for each other.
 constexpr uint32_t READER_MAX = 32;
 
-Reader readers[READER_MAX];
+// One more for the writing group, which keeps all other writers out and so must not wait for who reads.
+Reader readers[READER_MAX + 1];
 
 // The readers in use so far: as many as threads have read at once, so that a process with one thread needs one.
 std::atomic<uint32_t> reader_count{1};
@@ -60,6 +61,12 @@ Reader &take_reader() {
             sched_yield();
         }
     }
+}
+
+Reader &take_writers_reader() {
+    Reader &reader = readers[READER_MAX];
+    while (!try_take(reader)) sched_yield();
+    return reader;
 }
 
 void give_reader(Reader &reader) { reader.is_taken.store(false, std::memory_order_release); }

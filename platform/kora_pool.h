@@ -22,6 +22,8 @@ struct alignas(64) Reader {
 // Waits while all are taken; nobody keeps one for longer than an operation or a group takes. Who opens or
 // closes the environment takes them all, so it lasts as long as a reader is held.
 Reader &take_reader();
+// With `writing` held, for the one group that may have it.
+Reader &take_writers_reader();
 void give_reader(Reader &reader);
 
 // Opens the reader's snapshot of the store as it is now; an error when there is none to be had.

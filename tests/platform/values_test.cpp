@@ -97,6 +97,25 @@ TEST_F(Groups, AreOneSnapshotAndKeptWholeOrNotAtAll) {
     close();  // would wait for the thread's reader
 }
 
+TEST_F(Groups, AWriterWaitsForNobodyWhoReads) {
+    constexpr int READERS = 32;  // as many as a process has
+    open();
+    std::latch reading(READERS), is_over(1);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < READERS; ++i)
+        threads.emplace_back([&] {
+            EXPECT_EQ(kora_begin(handle, KORA_READING), 0);
+            reading.count_down();
+            is_over.wait();
+            EXPECT_EQ(kora_end(handle, 0), 0);
+        });
+    reading.wait();
+    alarm(60);
+    EXPECT_EQ(kora_begin(handle, KORA_WRITING) + set("new") + kora_end(handle, 1), 0);
+    alarm(0);
+    is_over.count_down();
+}
+
 TEST_F(Groups, MisuseIsRefusedAndHarmsNothing) {
     open();
     const std::string too_long(KORA_TEXT_MAX + 1, 'x');
