@@ -25,7 +25,8 @@
  * Caveats:
  *
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
- *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first.
+ *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first; where more
+ *    than ten were, a device that is reported offline may be freed by its own report.
  *  - No thread may be cancelled (pthread_cancel) in a call or in a worker body: what it holds would be held for ever.
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
@@ -141,7 +142,8 @@ enum sarn_result {
 SARN_API int32_t sarn_init(void);
 
 /*
- * Closes the store after waiting for calls that are using it. Later calls answer as not initialised.
+ * Closes the store after waiting for calls that are using it. Later calls answer as not initialised; those that began
+ * before and come to the store after it answer as if the device were unknown.
  *   0  done        SARN_ERR_NOT_INITIALISED  nothing to close
  */
 SARN_API int32_t sarn_uninit(void);

@@ -152,7 +152,7 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
 }
 
 // LMDB opens the file by its name once more, and follows what the file says about its own size.
-bool check_mapping(const StorePath &path, Environment &environment, Refusal &out_why) {
+bool check_mapping(const Folder &folder, const StorePath &path, Environment &environment, Refusal &out_why) {
     MDB_envinfo info;
     struct stat ours, mapped;
     int fd = -1;
@@ -167,6 +167,8 @@ bool check_mapping(const StorePath &path, Environment &environment, Refusal &out
         return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
     }
     fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves this one open in programs that the process starts
+    environment.lmdb_fds[0] = fd;
+    environment.lmdb_fds[1] = find_lock_file(folder, path, fd);
     environment.device = ours.st_dev;
     environment.inode = ours.st_ino;
     return true;
@@ -203,7 +205,7 @@ bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Envi
     mdb_reader_check(environment.lmdb, &dead_readers);  // of killed processes; they would pile up
     environment.writing_process = map_mark(folder, path);
     environment.process = getpid();
-    return check_mapping(path, environment, out_why) && check_format(path, environment, out_why);
+    return check_mapping(folder, path, environment, out_why) && check_format(path, environment, out_why);
 }
 
 // Opens what lies there, or says that there is nothing to be opened.
@@ -219,6 +221,12 @@ Finding open_present_store(const Folder &folder, const StorePath &path, Environm
 
 void drop_environment(Environment &environment) {
     if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+    unmap_mark(environment.writing_process);
+    if (environment.claim_fd >= 0) close(environment.claim_fd);
+    environment = Environment{};
+}
+
+void forget_environment(Environment &environment) {
     unmap_mark(environment.writing_process);
     if (environment.claim_fd >= 0) close(environment.claim_fd);
     environment = Environment{};
@@ -247,10 +255,11 @@ bool open_environment(const StorePath &path, Environment &out_environment, Refus
     return false;
 }
 
-void forget_environment(Environment &environment) {
-    unmap_mark(environment.writing_process);
-    if (environment.claim_fd >= 0) close(environment.claim_fd);
-    environment = Environment{};
+void leave_environment_to_parent(Environment &environment) {
+    for (const int fd : environment.lmdb_fds) {
+        if (fd >= 0) close(fd);
+    }
+    forget_environment(environment);
 }
 
 void close_environment(const StorePath &path, Environment &environment) {

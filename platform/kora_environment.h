@@ -13,6 +13,7 @@ namespace kora {
 struct Environment {
     MDB_env *lmdb = nullptr;
     MDB_dbi values = 0;
+    int lmdb_fds[2] = {-1, -1};                       // of its store and its lock file, both LMDB's to close
     int claim_fd = -1;                                // holds the claim of claim_store_file for as long as it is open
     std::atomic<int32_t> *writing_process = nullptr;  // shared; 0 while nobody writes
     int32_t process = 0;                              // this one
@@ -27,8 +28,9 @@ bool open_environment(const StorePath &path, Environment &out_environment, Refus
 // Expects that no transaction of this process is left.
 void close_environment(const StorePath &path, Environment &environment);
 
-// After fork, in the child. LMDB's part is given up, not closed: closing would clear the parent's readers.
-void forget_environment(Environment &environment);
+// After fork, in the child, before it opens another. LMDB's part is given up, not closed: closing would clear the
+// parent's readers. Its mappings stay.
+void leave_environment_to_parent(Environment &environment);
 
 inline MDB_val value_of(const void *bytes, size_t size) { return {size, const_cast<void *>(bytes)}; }
 

@@ -60,6 +60,16 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
     return refuse(out_why, "store %.300s: another copy of this library has it open in process %d", path.text, getpid());
 }
 
+int find_lock_file(const Folder &folder, const StorePath &path, int near) {
+    constexpr int OPENED_MEANWHILE = 64;  // by other threads
+    struct stat wanted, found;
+    if (fstatat(folder.fd, name_with(path, LOCK_SUFFIX).text, &wanted, AT_SYMLINK_NOFOLLOW) != 0) return -1;
+    for (int fd = near + OPENED_MEANWHILE; fd >= 0; --fd) {
+        if (fstat(fd, &found) == 0 && found.st_ino == wanted.st_ino && found.st_dev == wanted.st_dev) return fd;
+    }
+    return -1;
+}
+
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why) {
     const FileName name = name_with(path, LOCK_SUFFIX);
     if (is_shared) {

@@ -14,6 +14,10 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
 // The lock file, with room for every reader; made anew by the first user, whatever lies there.
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
 
+// The descriptor of the lock file, which LMDB does not tell: it opens it before the store's, `near`. -1 when there is
+// none.
+int find_lock_file(const Folder &folder, const StorePath &path, int near);
+
 }  // namespace kora
 
 #endif

@@ -43,7 +43,7 @@ void start_over_in_child() {
     group = Group{};
     writer = Writer{};
     forget_all_readers();
-    forget_environment(environment);
+    leave_environment_to_parent(environment);
     forget_save();
     is_to_be_opened.store(handle_count > 0, std::memory_order_relaxed);
     pthread_mutex_unlock(&opening);

@@ -196,6 +196,16 @@ TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
     }
 }
 
+TEST_F(Shared, AForkedChildOpensItsOwnAndKeepsNoDescriptorOfTheParents) {
+    const auto descriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    open();
+    EXPECT_EQ(text(), "");
+    const auto before = descriptors();
+    EXPECT_EQ(run_process([&] { return set("child's") != 0 || descriptors() != before || kora_destroy(handle) != 0; }),
+              0);
+    EXPECT_TRUE(text() == "child's" && set("parent's") == 0 && text() == "parent's");
+}
+
 TEST_F(Shared, ClosingWaitsForThoseInside) {
     for (int round = 0; round < 50; ++round) {
         std::atomic<int> inside{0};
