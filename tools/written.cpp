@@ -1,6 +1,5 @@
 #include "written.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <optional>
 

@@ -196,13 +196,19 @@ TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
     }
 }
 
+#ifdef __SANITIZE_THREAD__
+constexpr int LEFT = 1;  // through which LMDB writes where it has no map to write in
+#else
+constexpr int LEFT = 0;
+#endif
+
 TEST_F(Shared, AForkedChildOpensItsOwnAndKeepsNoDescriptorOfTheParents) {
     const auto descriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
     open();
     EXPECT_EQ(text(), "");
     const auto before = descriptors();
-    EXPECT_EQ(run_process([&] { return set("child's") != 0 || descriptors() != before || kora_destroy(handle) != 0; }),
-              0);
+    const auto use = [&] { return set("child's") != 0 || descriptors() != before + LEFT || kora_destroy(handle) != 0; };
+    EXPECT_EQ(run_process(use), 0);
     EXPECT_TRUE(text() == "child's" && set("parent's") == 0 && text() == "parent's");
 }
 
