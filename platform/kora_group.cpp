@@ -26,17 +26,17 @@ Result begin_reading_group(void *handle) {
     look_after_file(handle);
     Reader *reader = nullptr;
     const Result result = enter_snapshot(handle, reader);
-    if (result == DONE) group = {GroupMode::Reading, handle, &reader->walk, reader, 0};
+    if (result == DONE) group = {GroupMode::Reading, handle, reader, 0};
     return result;
 }
 
 // Until its first change a writing group looks at a snapshot, the same since nobody else writes: its cursors are there
 // already, so a group that changes nothing allocates nothing, and its thread needs no allocator.
-void look_before_changes() {
+Reader *look_before_changes() {
     Reader &reader = take_writers_reader();
-    if (begin_snapshot(environment, reader) != 0) return give_reader(reader);
-    group.reader = &reader;
-    group.walk = &reader.walk;
+    if (begin_snapshot(environment, reader) == 0) return &reader;
+    give_reader(reader);
+    return nullptr;
 }
 
 Result begin_writing_group(void *handle) {
@@ -45,8 +45,7 @@ Result begin_writing_group(void *handle) {
     const bool has_handle = is_open(handle);
     const int error = has_handle ? begin_writing() : 0;
     if (has_handle && error == 0) {
-        group = {GroupMode::Writing, handle, &writer.walk, nullptr, 0};
-        look_before_changes();
+        group = {GroupMode::Writing, handle, look_before_changes(), 0};
         return DONE;
     }
     pthread_mutex_unlock(&writing);

@@ -11,7 +11,6 @@ enum class GroupMode : uint8_t { None, Reading, Writing };
 struct Group {
     GroupMode mode = GroupMode::None;
     const void *handle = nullptr;
-    Walk *walk = nullptr;      // where it reads
     Reader *reader = nullptr;  // of a reading group, and of a writing one before its first change
     int read_error = 0;        // logged after the end: nothing calls the host's logger inside a group
 };

@@ -13,11 +13,10 @@ Trouble writing_trouble = {"write"};
 // The group's first change ends its look at the snapshot.
 Result change_after_looking(Place place, Bytes value) {
     Bytes stored = {};
-    const int error = find_value(*group.walk, place, stored);
+    const int error = find_value(group_walk(), place, stored);
     if (error == 0 && is_same(stored, value)) return DONE;
     leave_snapshot(*group.reader);
     group.reader = nullptr;
-    group.walk = &writer.walk;
     return (error == 0 ? store_value(place, value) : change_value(place, value)) == 0 ? DONE : FAILED;
 }
 

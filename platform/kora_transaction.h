@@ -20,12 +20,15 @@ void leave_snapshot(Reader &reader);
 Result report_reading(int error);
 Result report_writing(const WriteEnd &end);
 
+// Where the thread's group reads.
+inline Walk &group_walk() { return group.reader != nullptr ? group.reader->walk : writer.walk; }
+
 template <class Body>
 Result read_store(const void *handle, Body body) {
     Group &own = group;
     if (own.mode != GroupMode::None) {
         if (!is_open(handle)) return REFUSED;
-        const int error = body(*own.walk);
+        const int error = body(group_walk());
         if (error == 0) return DONE;
         own.read_error = error;
         return FAILED;

@@ -8,17 +8,16 @@
 #include "mac_text.h"
 #include "refusal.h"
 #include "session.h"
+#include "written.h"
 
 namespace tool {
 
 namespace {
 
-constexpr int TRIES = 3;  // its producer may report it again in between
-
 ExitCode forget_device(const std::string &typed) {
     const std::string mac = require_mac(typed);
     const Session session;
-    for (int i = 0; i < TRIES; ++i) {
+    for (int i = 0; i < WRITE_TRIES; ++i) {
         require(Call::Forget, sarn_remove_macaddress_entry(mac.c_str()), "cannot forget " + mac);
         // The library does not tell when the store refused a write.
         std::string text = mac;

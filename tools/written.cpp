@@ -10,8 +10,6 @@ namespace tool {
 
 namespace {
 
-constexpr int TRIES = 3;
-
 size_t seen_of(const Written &written) { return written.field->width - 1; }
 
 bool is_shown(const device_info &record, const Written &written) {
@@ -43,7 +41,7 @@ bool is_offline(const std::string &state) { return state == "DOWN" || state == "
 void require_written(const Session &session, const std::string &mac, const Wanted &wanted,
                      const std::function<void()> &write) {
     std::string difference;
-    for (int i = 0; i < TRIES; ++i) {
+    for (int i = 0; i < WRITE_TRIES; ++i) {
         const std::time_t begun = std::time(nullptr);
         write();
         const std::optional<Device> device = find_written(session, mac, wanted.may_be_gone);

@@ -24,11 +24,13 @@ struct Wanted {
     bool is_stamped = false;   // the write also stamps the row with its time
 };
 
+// Others may write the same device between a write and a look at it.
+inline constexpr int WRITE_TRIES = 3;
+
 bool is_offline(const std::string &state);
 
-// Calls `write`, and looks whether the device shows it; up to three times, since others may write the same device in
-// between. Throws Refusal when it does not, and says so on standard error when a text was stored whole and readers see
-// less of it.
+// Calls `write`, and looks whether the device shows it, so many times at most. Throws Refusal when it does not, and
+// says so on standard error when a text was stored whole and readers see less of it.
 void require_written(const Session &session, const std::string &mac, const Wanted &wanted,
                      const std::function<void()> &write);
 
