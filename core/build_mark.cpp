@@ -13,7 +13,7 @@ struct BuildMark {
     uint64_t number;
     bool has_number;  // read in the snapshot of the build
     bool is_current;
-    gc_candidate candidates[sizeof gc_epochtime_array / sizeof gc_epochtime_array[0]];
+    decltype(gc_epochtime_array) candidates;
 };
 
 BuildMark mark SARN_GUARDED_BY(state_lock);

@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include "core/locks.h"
-#include "core/state.h"
 #include "include/sarn.h"
 
 namespace sarn {
@@ -53,9 +52,6 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     unlink_call(call);
     return {error, call.status};
 }
-
-void borrow_lock(const void *request) { state_lock.borrow(request); }
-void give_lock_back() { state_lock.give_back(); }
 
 void leave_status(const void *request, int32_t &cell, int32_t status) {
     const Exclusive hold(calls_lock);

@@ -13,6 +13,8 @@
 
 #include <type_traits>
 
+#include "core/state.h"
+
 namespace sarn {
 
 struct WorkerResult {
@@ -23,10 +25,6 @@ struct WorkerResult {
 // Creates the worker, waits for its end and returns its status. No lock may be held but the one that a store function
 // was called under.
 WorkerResult run_worker(void *(*handler)(void *), const void *request);
-
-// Let the worker go on under the lock that its caller holds, if it does, and end that.
-void borrow_lock(const void *request);
-void give_lock_back();
 
 // Leaves the worker's status for its call and in the cell.
 void leave_status(const void *request, int32_t &cell, int32_t status);
@@ -43,9 +41,9 @@ extern "C" void *end_thread(void *result) __asm__("pthread_exit");
 template <typename Request>
 void *finish_worker(void *argument, int32_t &cell, int32_t (*work)(Request &)) {
     static_assert(std::is_trivially_destructible_v<Request>);
-    borrow_lock(argument);
+    state_lock.borrow(argument);  // where the caller holds it the worker goes on under it
     const int32_t status = work(*static_cast<Request *>(argument));
-    give_lock_back();
+    state_lock.give_back();
     leave_status(argument, cell, status);
     return end_thread(&cell);
 }

@@ -14,7 +14,7 @@ namespace sarn {
 
 namespace {
 
-constexpr int32_t MOST_TIMES_LOST = 4;  // one and the same row, in a row
+constexpr int32_t MOST_TIMES_LOST = 4;  // races for the same row, one after another
 
 void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_lock) {
     (void)write_mac(Field::Sarnsignature_DeviceMAC, row, mac);

@@ -47,7 +47,12 @@ void clear_row_bits(int32_t row) {
     clear_row(inuse_bitmap, row);
 }
 
-bool is_offline_state(const char *state) { return strcmp(state, "DOWN") == 0 || strcmp(state, "unknown") == 0; }
+bool is_offline_state(const char *state) {
+    for (const char *offline : OFFLINE_STATES) {
+        if (strcmp(state, offline) == 0) return true;
+    }
+    return false;
+}
 
 bool note_state(int32_t row, const char *state) {
     const bool is_offline = is_offline_state(state);

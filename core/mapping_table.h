@@ -51,7 +51,7 @@ bool is_same_mac(const char *left, const char *right);
 void mark_row_free(int32_t row) SARN_REQUIRES(state_lock);
 void clear_row_bits(int32_t row) SARN_REQUIRES(state_lock);
 
-// Exactly "DOWN" or "unknown".
+// Exactly one of OFFLINE_STATES.
 bool is_offline_state(const char *state);
 
 // A row in use whose state text counts as offline is set in the bitmap, any other cleared. True when it is offline.

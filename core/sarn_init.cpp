@@ -1,6 +1,4 @@
 // Starting the library in a process; the first one since the store came up also removes duplicate rows.
-#include <string.h>
-
 #include "core/duplicate_rows.h"
 #include "core/fork_guard.h"
 #include "core/group.h"
@@ -14,9 +12,7 @@ namespace sarn {
 namespace {
 
 bool is_first_start_awaited() SARN_REQUIRES(state_lock) {
-    char progress[8];
-    read_text_or_empty(Field::sarngeneral_MappingComplete, SINGLE_ROW, progress);
-    return strcmp(progress, "init") == 0;
+    return holds_word(Field::sarngeneral_MappingComplete, SINGLE_ROW, "init");
 }
 
 // True when this process is the first one since the store came up; from then on it is no longer.

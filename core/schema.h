@@ -131,6 +131,9 @@ enum class Type : uint8_t { Ascii, String, Enum, Bool, Int, Uint, Mac, Ipv4 };
     SARN_DEVICE_DATA_FIELDS(F) \
     SARN_SINGLE_ROW_FIELDS(F)
 
+// The states that count as offline; any other text does not.
+inline constexpr char OFFLINE_STATES[][8] = {"DOWN", "unknown"};
+
 enum class Table : uint8_t {
 #define SARN_TABLE_ID(table, rows) table,
     SARN_TABLES(SARN_TABLE_ID)

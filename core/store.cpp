@@ -98,6 +98,14 @@ bool write_text(Field field, int32_t row, const char *text) {
         case Type::Ascii: return write_to_store(kora_set_ascii, field, row, text);
         case Type::String: return write_to_store(kora_set_string, field, row, text);
         case Type::Enum: return write_to_store(kora_set_enum, field, row, text);
+        case Type::Mac: {
+            uint8_t mac[6] = {};
+            return mac_from_text(text, mac) && write_mac(field, row, mac);
+        }
+        case Type::Ipv4: {
+            uint8_t ip[4] = {};
+            return kora_string2ipv4(text, ip) == 0 && write_ipv4(field, row, ip);
+        }
         default: return false;
     }
 }
@@ -134,7 +142,5 @@ bool write_reset_value(Field field, int32_t row) {
 }
 
 bool mac_from_text(const char *text, uint8_t (&mac)[6]) { return kora_string2mac(text, mac) == 0; }
-
-bool ipv4_from_text(const char *text, uint8_t (&ip)[4]) { return kora_string2ipv4(text, ip) == 0; }
 
 }  // namespace sarn

@@ -31,6 +31,7 @@ bool is_store_open() SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_mac(Field field, int32_t row, uint8_t (&mac)[6]) SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool read_ipv4(Field field, int32_t row, uint8_t (&ip)[4]) SARN_REQUIRES_SHARED(state_lock);
 
+// A text field, or an address from its text; false too when the text is none.
 [[nodiscard]] bool write_text(Field field, int32_t row, const char *text) SARN_REQUIRES_SHARED(state_lock);
 // A bool, int or uint field.
 [[nodiscard]] bool write_number(Field field, int32_t row, int32_t value) SARN_REQUIRES_SHARED(state_lock);
@@ -38,9 +39,8 @@ bool is_store_open() SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool write_ipv4(Field field, int32_t row, const uint8_t (&ip)[4]) SARN_REQUIRES_SHARED(state_lock);
 [[nodiscard]] bool write_reset_value(Field field, int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
-// The store's own text conversions; false when the text is none.
+// The store's own text conversion; false when the text is none.
 [[nodiscard]] bool mac_from_text(const char *text, uint8_t (&mac)[6]);
-[[nodiscard]] bool ipv4_from_text(const char *text, uint8_t (&ip)[4]);
 
 // A text that reads as empty when it cannot be read.
 template <size_t Size>
@@ -53,6 +53,13 @@ template <size_t Size>
 void read_ascii_or_empty(Field field, int32_t row, char (&buffer)[Size]) SARN_REQUIRES_SHARED(state_lock) {
     memset(buffer, 0, Size);
     (void)read_ascii(field, row, buffer, Size);
+}
+
+// True when an enum field can be read and is this word.
+inline bool holds_word(Field field, int32_t row, const char *word) SARN_REQUIRES_SHARED(state_lock) {
+    char held[8];
+    read_text_or_empty(field, row, held);
+    return strcmp(held, word) == 0;
 }
 
 }  // namespace sarn

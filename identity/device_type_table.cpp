@@ -87,7 +87,7 @@ namespace sarn {
 
 namespace {
 
-constexpr char DEFAULT_TYPE[] = {"Network (Generic)"};
+constexpr device_type_row DEFAULT_TYPE = {"", NETWORK_TYPE};
 constexpr int32_t LAST_TYPE_ID = 28;
 
 }  // namespace
@@ -110,7 +110,7 @@ FoldedType fold_device_type(const char *text) {
 void set_default_device_type(int32_t row) {
     char type[33];
     read_text_or_empty(Field::DeviceIdList_DeviceTypeQuorvex, row, type);
-    if (type[0] == '\0') (void)write_text(Field::DeviceIdList_DeviceTypeQuorvex, row, DEFAULT_TYPE);
+    if (type[0] == '\0') (void)write_text(Field::DeviceIdList_DeviceTypeQuorvex, row, DEFAULT_TYPE.display);
 }
 
 }  // namespace sarn

@@ -54,7 +54,7 @@ int32_t store_type(display_request &request, bool is_recognisers) {
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (row < 0) return refuse_unknown_device(request);
 
-    // Folding replaces the text, and the user's field gets what the caller wrote.
+    // The header promises a scratch buffer and an answer for want of memory.
     char *callers_text = static_cast<char *>(malloc(CALLERS_TEXT_SIZE));
     if (callers_text == nullptr) {
         SARN_LOG(TypeWithoutMemory);

@@ -208,10 +208,9 @@ FileLook look_at_pages(File &file) {
     file.last_page = meta.last_page;
     TreeWalk values = {file, meta.values, check_value, sizeof(KeyBytes)};
     TreeWalk free_pages = {file, meta.free_pages, check_free_pages, sizeof(size_t)};
-    look.is_tree_whole = check_tree(values) && check_tree(free_pages);
-    if (!look.is_tree_whole) return look;
+    if (!check_tree(values) || !check_tree(free_pages)) return look;
     look.is_format_whole = values.is_format_whole;
-    look.are_values_whole = values.is_format_whole && values.are_values_whole;
+    look.is_whole = values.is_format_whole && values.are_values_whole;
     look.format = values.format;
     look.is_ours = values.is_format_whole ? origin_of(values.format) != Origin::Foreign : values.has_format_size;
     return look;

@@ -11,10 +11,9 @@ namespace kora {
 struct FileLook {
     int error = 0;         // why it could not be looked at
     bool is_ours = false;  // a store, or what is left of one
-    bool is_tree_whole = false;
     bool is_format_whole = false;
-    bool are_values_whole = false;  // the format's among them
-    Format format = {};             // where it is whole
+    bool is_whole = false;  // the tree and each value, the format's among them
+    Format format = {};     // where it is whole
 };
 
 // Nobody may write to the file meanwhile.

@@ -33,9 +33,6 @@ inline constexpr Effect EFFECTS[] = {
     {sarn::Field::SarnFWupgrade_FWStatusswitch, Rebuild::No, true},
 };
 
-// What a state begins with that counts as offline in a rebuild.
-inline constexpr char OFFLINE_STATES[][8] = {"DOWN", "unknown"};
-
 struct EffectsByField {
     Effect of[sarn::FIELD_COUNT] = {};
 };

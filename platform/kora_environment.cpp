@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -83,7 +84,7 @@ int write_store(MDB_env *lmdb, const Image *restored) {
 bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_why) {
     char file[PATH_MAX];
     MDB_env *lmdb = nullptr;
-    if (!append_suffix(path, ".new", file, out_why)) return false;
+    snprintf(file, sizeof file, "%.*s%s", PATH_MAX - SUFFIX_SIZE, path.text, suffix::FRESH);
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
     if (error == 0) error = write_store(lmdb, restored);
     if (lmdb != nullptr) mdb_env_close(lmdb);
@@ -138,9 +139,9 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     MDB_txn *txn = nullptr;
     int error = mdb_txn_begin(environment.lmdb, nullptr, MDB_RDONLY, &txn);
     if (error != 0) return refuse(out_why, "store %.300s: cannot be read: %s", path.text, mdb_strerror(error));
-    const KeyBytes key_bytes = bytes_of(FORMAT_KEY);
-    MDB_val key = value_of(&key_bytes, sizeof key_bytes);
-    MDB_val value = value_of(nullptr, 0);
+    KeyBytes key_bytes = bytes_of(FORMAT_KEY);
+    MDB_val key = {sizeof key_bytes, &key_bytes};
+    MDB_val value = {};
     Format found = {};
     error = mdb_dbi_open(txn, nullptr, 0, &environment.values);
     if (error == 0) error = mdb_set_compare(txn, environment.values, compare_keys);
@@ -188,9 +189,8 @@ Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Re
         refuse_origin(path, look.format, out_why);
         return Finding::Refused;
     }
-    const bool is_damaged = !look.is_tree_whole || !look.are_values_whole;
-    if (!is_damaged && origin == Origin::Own) return Finding::Usable;
-    const char *reason = is_damaged ? "damaged" : "from before the last restart";
+    if (look.is_whole && origin == Origin::Own) return Finding::Usable;
+    const char *reason = look.is_whole ? "from before the last restart" : "damaged";
     if (set_aside(folder, path, "", reason, out_why)) return Finding::SetAside;
     refuse(out_why, "store %.300s: %s", path.text, reason);
     return Finding::Refused;
@@ -219,17 +219,15 @@ Finding open_present_store(const Folder &folder, const StorePath &path, Environm
     return map_store(folder, path, is_shared, opened, out_why) ? Finding::Usable : Finding::Refused;
 }
 
-void drop_environment(Environment &environment) {
-    if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+void forget_environment(Environment &environment) {
     unmap_mark(environment.writing_process);
     if (environment.claim_fd >= 0) close(environment.claim_fd);
     environment = Environment{};
 }
 
-void forget_environment(Environment &environment) {
-    unmap_mark(environment.writing_process);
-    if (environment.claim_fd >= 0) close(environment.claim_fd);
-    environment = Environment{};
+void drop_environment(Environment &environment) {
+    if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+    forget_environment(environment);
 }
 
 }  // namespace

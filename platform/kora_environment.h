@@ -32,8 +32,6 @@ void close_environment(const StorePath &path, Environment &environment);
 // parent's readers. Its mappings stay.
 void leave_environment_to_parent(Environment &environment);
 
-inline MDB_val value_of(const void *bytes, size_t size) { return {size, const_cast<void *>(bytes)}; }
-
 }  // namespace kora
 
 #endif

@@ -17,7 +17,6 @@ namespace kora {
 namespace {
 
 constexpr char DEFAULT_SAVED_COPY[] = "/var/lib/kora/saved";
-constexpr char FRESH_SUFFIX[] = ".new";
 constexpr char NO_ROOM[] = "no room can be reserved for it";
 constexpr mode_t FOLDER_MODE = 0750;
 constexpr int RESERVE_TRIES = 100;  // a signal ends each
@@ -33,7 +32,7 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
     const int length = snprintf(out_path.text, sizeof out_path.text, "%s%s%s", folder, joint, named);
     const char *last_slash = strrchr(out_path.text, '/');
     const size_t name_length = strlen(last_slash + 1);
-    if (length >= PATH_MAX - 8 || name_length > NAME_MAX - 8)
+    if (length >= PATH_MAX - SUFFIX_SIZE || name_length > NAME_MAX - SUFFIX_SIZE)
         return refuse(out_why, "%s %.300s: name too long", what, named);
     if (name_length == 0) return refuse(out_why, "%s %.300s: names a folder, not a file", what, named);
     out_path.what = what;
@@ -67,14 +66,15 @@ bool is_beside(const StorePath &one, const StorePath &other) {
 bool is_default_store(const StorePath &path) {
     StorePath usual;
     Refusal ignored;
-    return read_path(KORA_DEFAULT_STORE, path.what, usual, ignored) && is_suffixed(usual, "", path) &&
+    return read_path(KORA_DEFAULT_STORE, path.what, usual, ignored) && is_suffixed(usual, suffix::NONE, path) &&
            is_beside(usual, path);
 }
 
 bool would_overwrite(const StorePath &saved, const StorePath &store) {
     if (!is_beside(saved, store)) return false;
-    for (const char *suffix : {"", ".new", "~", ".1", ".1~", "-lock", "-writer"}) {
-        if (is_suffixed(store, suffix, saved) || is_suffixed(saved, suffix, store)) return true;
+    for (const char *end : {suffix::NONE, suffix::FRESH, suffix::BEFORE, suffix::ASIDE, suffix::BEFORE_ASIDE,
+                            suffix::LOCK, suffix::WRITER}) {
+        if (is_suffixed(store, end, saved) || is_suffixed(saved, end, store)) return true;
     }
     return false;
 }
@@ -134,7 +134,7 @@ StandardDescriptors::~StandardDescriptors() {
 
 FileName name_with(const StorePath &path, const char *suffix) {
     FileName name;
-    snprintf(name.text, sizeof name.text, "%.*s%s", NAME_MAX - 8, path.file_name(), suffix);
+    snprintf(name.text, sizeof name.text, "%.*s%s", NAME_MAX - SUFFIX_SIZE, path.file_name(), suffix);
     return name;
 }
 
@@ -151,8 +151,8 @@ bool is_owner_trusted(const Folder &folder, const struct stat &file) {
 }
 
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why) {
-    char aside_suffix[8];
-    snprintf(aside_suffix, sizeof aside_suffix, "%s~", suffix);
+    char aside_suffix[SUFFIX_SIZE];
+    snprintf(aside_suffix, sizeof aside_suffix, "%s%s", suffix, suffix::ASIDE);
     const FileName name = name_with(path, suffix);
     const FileName aside = name_with(path, aside_suffix);
     if (renameat(folder.fd, name.text, folder.fd, aside.text) != 0) {
@@ -166,7 +166,7 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
 }
 
 bool drop_set_aside(const Folder &folder, const StorePath &path, Refusal &out_why) {
-    const FileName aside = name_with(path, "~");
+    const FileName aside = name_with(path, suffix::ASIDE);
     if (unlinkat(folder.fd, aside.text, 0) != 0) return false;
     note(out_why, "store %.300s: no room beside %.100s, which is removed", path.text, aside.text);
     return true;
@@ -190,11 +190,6 @@ bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &
     struct stat status;
     return lstat(out_path.text, &status) != 0 || S_ISREG(status.st_mode) ||
            refuse(out_why, "saved copy %.300s: not a file", out_path.text);
-}
-
-bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why) {
-    const int length = snprintf(out_path, sizeof out_path, "%s%s", path.text, suffix);
-    return length < PATH_MAX || refuse(out_why, "store %.300s: name too long", path.text);
 }
 
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
@@ -242,7 +237,7 @@ bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, R
 
 bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
     drop_fresh_file(folder, path);  // of someone who was killed here
-    const FileName name = name_with(path, FRESH_SUFFIX);
+    const FileName name = name_with(path, suffix::FRESH);
     out_fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     if (out_fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
     return reserve_ahead(out_fd) || refuse_for(path, out_why, NO_ROOM, errno);
@@ -250,13 +245,13 @@ bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, R
 
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
     if (!reserve(fd, STORE_SIZE)) return refuse_for(path, out_why, NO_ROOM, errno);
-    const FileName name = name_with(path, FRESH_SUFFIX);
+    const FileName name = name_with(path, suffix::FRESH);
     return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
            refuse_for(path, out_why, "cannot be put in its place", errno);
 }
 
 void drop_fresh_file(const Folder &folder, const StorePath &path) {
-    unlinkat(folder.fd, name_with(path, FRESH_SUFFIX).text, 0);
+    unlinkat(folder.fd, name_with(path, suffix::FRESH).text, 0);
 }
 
 }  // namespace kora

@@ -15,6 +15,18 @@ namespace kora {
 // the old ones.
 inline constexpr off_t STORE_SIZE = off_t{8} << 20;
 
+// What else lies where the store and the saved copy lie: behind their names.
+namespace suffix {
+inline constexpr char NONE[] = "";
+inline constexpr char FRESH[] = ".new";
+inline constexpr char BEFORE[] = ".1";  // of the saved copy
+inline constexpr char ASIDE[] = "~";
+inline constexpr char BEFORE_ASIDE[] = ".1~";
+inline constexpr char LOCK[] = "-lock";
+inline constexpr char WRITER[] = "-writer";
+}  // namespace suffix
+inline constexpr int SUFFIX_SIZE = sizeof suffix::WRITER;  // the longest, with its NUL
+
 struct StorePath {
     const char *what;  // for messages
     char text[PATH_MAX];
@@ -39,9 +51,6 @@ bool read_store_path(StorePath &out_path, Refusal &out_why);
 // From KORA_SAVE, or the default beside the default store. Empty when none is wanted, and refused without a reason
 // then.
 bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why);
-
-// The path of a file beside the store.
-bool append_suffix(const StorePath &path, const char *suffix, char (&out_path)[PATH_MAX], Refusal &out_why);
 
 // Opening takes the others about a millisecond; a process that was stopped there must not hold up all for good.
 inline constexpr int FOLDER_TRIES = 5000;

@@ -17,7 +17,7 @@ struct Format {
     uint32_t schema;
     char boot[36];  // the kernel's random id of this start of the machine
 };
-static_assert(sizeof(Format) == 52, "no padding: it is compared as bytes");
+static_assert(sizeof(Format) == 52, "no padding: it is stored as bytes");
 
 Format own_format();
 

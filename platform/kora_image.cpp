@@ -195,7 +195,9 @@ int put_value(Place place, char kind, Bytes value, PutValue put, void *context) 
     return length <= KORA_TEXT_MAX ? put(context, place, {value.data, length}) : 0;
 }
 
-int read_fields(const Image &image, PutValue put, void *context) {
+}  // namespace
+
+int for_each_value(const Image &image, PutValue put, void *context) {
     Reading in(image);
     while (!in.is_over()) {
         const Bytes table = in.sized(1);
@@ -215,8 +217,6 @@ int read_fields(const Image &image, PutValue put, void *context) {
     }
     return 0;
 }
-
-}  // namespace
 
 Image::~Image() {
     if (bytes != nullptr) munmap(bytes, IMAGE_MAX);
@@ -255,11 +255,9 @@ ImageState state_of(const Image &image) {
         return ImageState::Damaged;
     if (read_number(image.bytes + VERSION_AT, 4) != VERSION) return ImageState::Newer;
     const PutValue ignore = [](void *, Place, Bytes) { return 0; };
-    return read_fields(image, ignore, nullptr) == 0 ? ImageState::Whole : ImageState::Damaged;
+    return for_each_value(image, ignore, nullptr) == 0 ? ImageState::Whole : ImageState::Damaged;
 }
 
 uint64_t digest_of(const Image &image) { return read_number(image.bytes + DIGEST_AT, 8); }
-
-int for_each_value(const Image &image, PutValue put, void *context) { return read_fields(image, put, context); }
 
 }  // namespace kora

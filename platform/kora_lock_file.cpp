@@ -9,8 +9,6 @@ namespace kora {
 
 namespace {
 
-constexpr char LOCK_SUFFIX[] = "-lock";
-
 // 1,022 readers: LMDB takes as many as the file has room for. A killed reader keeps its place until it is looked for.
 constexpr off_t LOCK_SIZE = off_t{64} << 10;
 
@@ -63,7 +61,7 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
 int find_lock_file(const Folder &folder, const StorePath &path, int near) {
     constexpr int OPENED_MEANWHILE = 64;  // by other threads
     struct stat wanted, found;
-    if (fstatat(folder.fd, name_with(path, LOCK_SUFFIX).text, &wanted, AT_SYMLINK_NOFOLLOW) != 0) return -1;
+    if (fstatat(folder.fd, name_with(path, suffix::LOCK).text, &wanted, AT_SYMLINK_NOFOLLOW) != 0) return -1;
     for (int fd = near + OPENED_MEANWHILE; fd >= 0; --fd) {
         if (fstat(fd, &found) == 0 && found.st_ino == wanted.st_ino && found.st_dev == wanted.st_dev) return fd;
     }
@@ -71,7 +69,7 @@ int find_lock_file(const Folder &folder, const StorePath &path, int near) {
 }
 
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why) {
-    const FileName name = name_with(path, LOCK_SUFFIX);
+    const FileName name = name_with(path, suffix::LOCK);
     if (is_shared) {
         // A new one would keep this process and the others apart, and each would overwrite the other's pages.
         return is_usable_lock_file(folder, name) ||

@@ -14,7 +14,7 @@ static_assert(std::atomic<int32_t>::is_always_lock_free, "it is shared between p
 }  // namespace
 
 std::atomic<int32_t> *map_mark(const Folder &folder, const StorePath &path) {
-    const FileName name = name_with(path, "-writer");
+    const FileName name = name_with(path, suffix::WRITER);
     const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, FILE_MODE);
     if (fd < 0) return nullptr;
     struct stat status;

@@ -60,10 +60,9 @@ auto with_nobody_inside(Body body) {
 }
 
 bool watch_process(Refusal &out_why) {
-    const bool is_done =
-        (is_watching_fork || pthread_atfork(lock_before_fork, unlock_after_fork, start_over_in_child) == 0);
-    is_watching_fork = is_done;
-    return (is_done && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
+    is_watching_fork =
+        is_watching_fork || pthread_atfork(lock_before_fork, unlock_after_fork, start_over_in_child) == 0;
+    return (is_watching_fork && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
 }
 
 // With `opening` and `writing` held.

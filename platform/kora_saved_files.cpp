@@ -10,10 +10,6 @@ namespace kora {
 
 namespace {
 
-constexpr char LAST[] = "";
-constexpr char BEFORE[] = ".1";
-constexpr char FRESH[] = ".new";
-
 enum class CopyState : uint8_t { Whole, Absent, Unreadable, Foreign, Newer, Damaged };
 
 const char *reason_of(CopyState state) {
@@ -76,7 +72,7 @@ bool write_all(int fd, const Image &image) {
 }
 
 bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
-    const FileName name = name_with(path, FRESH);
+    const FileName name = name_with(path, suffix::FRESH);
     unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
     const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
@@ -103,30 +99,30 @@ bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) 
 bool is_lost(int error) { return error == EIO || error == EBADMSG || error == EUCLEAN; }
 
 Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why) {
-    for (const char *suffix : {LAST, BEFORE}) {
-        const CopyState state = read_copy(folder, path, suffix, out_image);
+    for (const char *end : {suffix::NONE, suffix::BEFORE}) {
+        const CopyState state = read_copy(folder, path, end, out_image);
         if (state == CopyState::Whole) return Search::Found;
         if (state == CopyState::Absent) continue;
         if (state == CopyState::Unreadable) {
-            refuse(out_why, "%s %.300s%s: cannot be read: %s", path.what, path.text, suffix, strerror(errno));
+            refuse(out_why, "%s %.300s%s: cannot be read: %s", path.what, path.text, end, strerror(errno));
             return Search::OutOfReach;
         }
-        set_aside(folder, path, suffix, reason_of(state), out_why);
+        set_aside(folder, path, end, reason_of(state), out_why);
     }
     return Search::Nothing;
 }
 
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
     Image last;
-    const CopyState state = read_copy(folder, path, LAST, last);
+    const CopyState state = read_copy(folder, path, suffix::NONE, last);
     if (state == CopyState::Whole && digest_of(last) == digest_of(image))
         return sync_folder(folder, path, out_why);  // it may have been cut off before it came so far
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
     // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
     const bool is_kept = state == CopyState::Whole || state == CopyState::Unreadable;
-    if (is_kept && !move(folder, path, LAST, BEFORE, out_why)) return false;
-    if (!is_kept && state != CopyState::Absent) set_aside(folder, path, LAST, reason_of(state), out_why);
-    if (!move(folder, path, FRESH, LAST, out_why)) return false;
+    if (is_kept && !move(folder, path, suffix::NONE, suffix::BEFORE, out_why)) return false;
+    if (!is_kept && state != CopyState::Absent) set_aside(folder, path, suffix::NONE, reason_of(state), out_why);
+    if (!move(folder, path, suffix::FRESH, suffix::NONE, out_why)) return false;
     return sync_folder(folder, path, out_why);
 }
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "kora.h"
 #include "kora_key.h"
 
 namespace kora {
@@ -19,6 +20,7 @@ namespace {
 // Every operation begins with two names, so they are found without a loop over them: a few of their bytes lead to the
 // one field that they can mean, and two comparisons then tell whether they do. The multiplier that keeps all fields
 // apart is found by the compiler.
+constexpr uint64_t GOLDEN = 0x9e3779b97f4a7c15;  // 2^64 over the golden ratio: odd, and spreads what it multiplies
 constexpr uint32_t INDEX_BITS = 10;
 constexpr uint8_t NO_FIELD = 0xff;
 static_assert(FIELD_COUNT < NO_FIELD);
@@ -47,7 +49,7 @@ struct NameIndex {
 constexpr bool fill_index(NameIndex &index) {
     for (uint8_t &field : index.fields) field = NO_FIELD;
     for (int32_t i = 0; i < FIELD_COUNT; ++i) {
-        const char *table = TABLES[static_cast<uint8_t>(FIELDS[i].table)].name;
+        const char *table = table_of(static_cast<sarn::Field>(i)).name;
         const char *name = FIELDS[i].name;
         uint8_t &entry =
             index.fields[index_of(features(table, length_of(table), name, length_of(name)), index.multiplier)];
@@ -58,11 +60,10 @@ constexpr bool fill_index(NameIndex &index) {
 }
 
 constexpr NameIndex make_index() {
-    constexpr uint64_t GOLDEN = 0x9e3779b97f4a7c15;
     constexpr int TRIES = 100;
     NameIndex index;
     for (int i = 0; i < TRIES; ++i) {
-        index.multiplier += GOLDEN | 1;
+        index.multiplier += GOLDEN;
         if (fill_index(index)) return index;
     }
     return NameIndex{};
@@ -92,35 +93,25 @@ constexpr uint32_t make_fingerprint() {
     uint32_t hash = 2166136261;
     for (int32_t i = 0; i < FIELD_COUNT; ++i) {
         const FieldSpec &spec = FIELDS[i];
-        const sarn::TableSpec &table = TABLES[static_cast<uint8_t>(spec.table)];
+        const sarn::TableSpec &table = table_of(static_cast<sarn::Field>(i));
         hash = mix(mix(mix(hash, table.name), static_cast<uint32_t>(table.rows)), spec.name);
         hash = mix(hash, static_cast<uint8_t>(spec.type));
         hash = mix(mix(hash, spec.reset.text), static_cast<uint32_t>(spec.reset.number));
         hash = mix(mix(hash, uint32_t{COLUMNS.of[i].first}), COLUMNS.of[i].step_bits);
         hash = mix(hash, static_cast<uint8_t>(EFFECTS_BY_FIELD.of[i].rebuild));
     }
-    for (const auto &state : OFFLINE_STATES) hash = mix(hash, state);
+    for (const auto &state : sarn::OFFLINE_STATES) hash = mix(hash, state);
     return hash;
 }
 
-}  // namespace
-
-uint32_t schema_fingerprint() {
-    constexpr uint32_t FINGERPRINT = make_fingerprint();
-    return FINGERPRINT;
-}
-
-namespace {
-
 // Callers pass literals, so where names lie in memory tells which field was meant the last time. It is never more than
 // a guess: what lies there is compared.
-constexpr size_t GUESS_COUNT = 256;
-std::atomic<uint8_t> guesses[GUESS_COUNT];
+constexpr uint32_t GUESS_BITS = 8;
+std::atomic<uint8_t> guesses[1 << GUESS_BITS];
 
 std::atomic<uint8_t> &guess_for(const char *table, const char *name) {
-    constexpr uint64_t GOLDEN = 0x9e3779b97f4a7c15;
     const uint64_t mixed = (reinterpret_cast<uintptr_t>(table) * 3 + reinterpret_cast<uintptr_t>(name)) * GOLDEN;
-    return guesses[mixed >> (64 - 8)];
+    return guesses[mixed >> (64 - GUESS_BITS)];
 }
 
 bool is_named(const FieldSpec &spec, const char *table, const char *name) {
@@ -140,6 +131,11 @@ bool search_field(const char *table, const char *name, uint8_t &out_index) {
 
 }  // namespace
 
+uint32_t schema_fingerprint() {
+    constexpr uint32_t FINGERPRINT = make_fingerprint();
+    return FINGERPRINT;
+}
+
 bool find_field(const char *table, const char *name, sarn::Field &out_field) {
     std::atomic<uint8_t> &guess = guess_for(table, name);
     uint8_t index = guess.load(std::memory_order_relaxed);
@@ -150,6 +146,14 @@ bool find_field(const char *table, const char *name, sarn::Field &out_field) {
     out_field = static_cast<sarn::Field>(index);
     return true;
 }
+
+constexpr bool does_every_text_fit() {
+    for (const FieldSpec &spec : FIELDS) {
+        if (spec.width > KORA_TEXT_MAX + 1) return false;
+    }
+    return true;
+}
+static_assert(does_every_text_fit(), "a field is read into a buffer that its longest text does not fill");
 
 Bytes reset_value(sarn::Field field) {
     static constexpr uint8_t ZEROS[MAC_SIZE] = {};

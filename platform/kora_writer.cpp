@@ -51,7 +51,7 @@ void abort_transaction() {
 bool is_offline(uint8_t row, int &out_error) {
     Bytes state = {};
     out_error = find_value(writer.walk, {sarn::Field::Sarnsignature_Devicestate, row}, state);
-    for (const char *offline : {OFFLINE_STATES[0], OFFLINE_STATES[1]}) {
+    for (const char *offline : sarn::OFFLINE_STATES) {
         const size_t length = strlen(offline);
         if (out_error == 0 && state.size >= length && memcmp(state.data, offline, length) == 0) return true;
     }

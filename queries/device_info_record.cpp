@@ -34,6 +34,16 @@ constexpr size_t size_of_all_fields() {
 }
 static_assert(size_of_all_fields() == sizeof(device_info), "a member is missing, or the record has a gap");
 
+constexpr bool do_members_fit() {
+    for (const RecordMember &member : RECORD_MEMBERS) {
+        const FieldSpec &spec = spec_of(member.field);
+        const bool is_spelled_out = spec.type == Type::Ipv4;  // a text in the record, bytes in the store
+        if (!is_spelled_out && member.size > spec.width) return false;
+    }
+    return true;
+}
+static_assert(do_members_fit(), "a member is wider than the widest buffer that its field is read into");
+
 // What a reader finds where a read failed, and after the NUL of a text.
 constexpr int FILLER = '0';
 

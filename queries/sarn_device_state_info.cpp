@@ -13,17 +13,11 @@ namespace sarn {
 
 namespace {
 
-bool has_state(int32_t row, const char *wanted) SARN_REQUIRES_SHARED(state_lock) {
-    char state[8];
-    read_text_or_empty(Field::Sarnsignature_Devicestate, row, state);
-    return strcmp(state, wanted) == 0;
-}
-
 bool is_selected(int32_t row, uint32_t selector) SARN_REQUIRES_SHARED(state_lock) {
     switch (selector) {
         case SARN_ROWS_IN_USE: return holds_device(row);
-        case SARN_ROWS_UP: return holds_device(row) && has_state(row, "UP");
-        case SARN_ROWS_DOWN: return holds_device(row) && has_state(row, "DOWN");
+        case SARN_ROWS_UP: return holds_device(row) && holds_word(Field::Sarnsignature_Devicestate, row, "UP");
+        case SARN_ROWS_DOWN: return holds_device(row) && holds_word(Field::Sarnsignature_Devicestate, row, "DOWN");
         default: return !holds_device(row);
     }
 }

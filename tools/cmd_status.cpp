@@ -83,7 +83,7 @@ Status read_status() {
         ++status.used;
         const std::string_view state = read_text(device->record, field_named("Devicestate"));
         if (state == "UP") ++status.up;
-        if (state == "DOWN" || state == "unknown") ++status.offline;
+        if (is_offline(state)) ++status.offline;
     }
     return status;
 }

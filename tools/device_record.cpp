@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "device_text.h"
+#include "mac_text.h"
 
 namespace tool {
 
@@ -25,7 +26,7 @@ std::string first_known(const device_info &record, std::initializer_list<const F
 
 // How the library writes an address that nobody has reported.
 bool is_no_address(std::string_view text, const FieldSpec &field) {
-    return (field.offset == offsetof(device_info, ConnAPMac) && text == "00:00:00:00:00:00") ||
+    return (field.offset == offsetof(device_info, ConnAPMac) && text == NO_MAC) ||
            (field.offset == offsetof(device_info, DeviceIP) && text == "0.0.0.0");
 }
 
@@ -67,6 +68,8 @@ std::string shown_value(const device_info &record, const FieldSpec &field) {
     if (field.offset == offsetof(device_info, Timestamp)) return time_words(text);
     return escape_for_terminal(text);
 }
+
+bool is_offline(std::string_view state) { return state == "DOWN" || state == "unknown"; }
 
 std::string shown_name(const device_info &record) {
     return first_known(record, {&field_named("DisplayNameCustom"), &field_named("DisplayNameDPI"),

@@ -32,6 +32,8 @@ bool is_not_readable(std::string_view text, const FieldSpec &field);
 // A member as a person reads it: escaped, and words in place of an empty or unreadable text.
 std::string shown_value(const device_info &record, const FieldSpec &field);
 
+bool is_offline(std::string_view state);
+
 // The owner's own word first, then what was recognised, then what was composed. Escaped.
 std::string shown_name(const device_info &record);
 std::string shown_type(const device_info &record);

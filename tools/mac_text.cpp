@@ -9,7 +9,6 @@ namespace tool {
 namespace {
 
 constexpr size_t DIGITS = 12;
-constexpr char NO_DEVICE[] = "00:00:00:00:00:00";
 
 struct Spelling {
     char separator;
@@ -60,7 +59,7 @@ std::optional<std::string> read_mac(std::string_view typed) {
 std::string require_mac(std::string_view typed) {
     const std::optional<std::string> mac = read_mac(typed);
     if (!mac) throw Refusal(EXIT_USAGE, in_quotes(typed) + " is not a MAC address, such as 02:AB:CD:EF:00:01");
-    if (*mac == NO_DEVICE) throw Refusal(EXIT_USAGE, *mac + " stands for no device");
+    if (*mac == NO_MAC) throw Refusal(EXIT_USAGE, *mac + " stands for no device");
     return *mac;
 }
 

@@ -11,6 +11,9 @@ namespace tool {
 // any other text.
 std::optional<std::string> read_mac(std::string_view typed);
 
+// How the library writes that there is no address.
+inline constexpr std::string_view NO_MAC = "00:00:00:00:00:00";
+
 // The same for an argument. Throws Refusal, also for the address that stands for no device.
 std::string require_mac(std::string_view typed);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "kora.h"
 #include "log_levels.h"
 #include "refusal.h"
 
@@ -35,6 +36,12 @@ constexpr Command COMMANDS[] = {
     {"save", "Save the list where it outlasts a restart of the router", setup_save},
     {"log-level", "Show what --log-level may be", setup_log_level},
 };
+
+constexpr char HELP_FOOTER[] =
+    "`sarn COMMAND --help` tells what a command takes. KORA_STORE names the store (default " KORA_DEFAULT_STORE
+    ").\n"
+    "Exit codes: 0 done, 1 not found, 2 usage, 3 store not available, 4 refused by the state of the device or router,\n"
+    "5 output not written, or memory short.";
 
 // Help and version are output like any other: asking for them with nowhere to write is an error too.
 ExitCode answer_parser(const CLI::App &app, const CLI::Error &error, Output &output) {

@@ -36,8 +36,6 @@ std::string find_difference(const device_info &record, const Wanted &wanted, std
 
 }  // namespace
 
-bool is_offline(const std::string &state) { return state == "DOWN" || state == "unknown"; }
-
 void require_written(const Session &session, const std::string &mac, const Wanted &wanted,
                      const std::function<void()> &write) {
     std::string difference;

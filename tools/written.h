@@ -27,8 +27,6 @@ struct Wanted {
 // Others may write the same device between a write and a look at it.
 inline constexpr int WRITE_TRIES = 3;
 
-bool is_offline(const std::string &state);
-
 // Calls `write`, and looks whether the device shows it, so many times at most. Throws Refusal when it does not, and
 // says so on standard error when a text was stored whole and readers see less of it.
 void require_written(const Session &session, const std::string &mac, const Wanted &wanted,

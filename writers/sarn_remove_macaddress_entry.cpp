@@ -53,11 +53,7 @@ MacText read_asked_mac(const removal_request &request) {
     return mac;
 }
 
-bool is_up(int32_t row) {
-    char state[8];
-    read_text_or_empty(Field::Sarnsignature_Devicestate, row, state);
-    return strcmp(state, "UP") == 0;
-}
+bool is_up(int32_t row) { return holds_word(Field::Sarnsignature_Devicestate, row, "UP"); }
 
 int32_t refusal_of(int32_t row) { return holds_known_device(row) && is_up(row) ? SARN_ERR_DEVICE_UP : SARN_ERR_NO_ROW; }
 

@@ -40,18 +40,16 @@ int32_t store_change(table_field_request &request);
 int32_t write_value(int32_t row, const table_field_request &request) SARN_REQUIRES_SHARED(state_lock);
 bool is_ap_mac_accepted(const char *value, bool has_end);
 void write_hostname(const Change &change) SARN_REQUIRES_SHARED(state_lock);
-void write_ip(const Change &change) SARN_REQUIRES_SHARED(state_lock);
 void write_state(const Change &change) SARN_REQUIRES(state_lock);
 void announce_tagged_state(int32_t row, const char *state, const char *tag) SARN_REQUIRES_SHARED(state_lock);
 void write_access(const Change &change) SARN_REQUIRES_SHARED(state_lock);
-void write_ap_mac(const Change &change) SARN_REQUIRES_SHARED(state_lock);
 
 constexpr FieldCode FIELD_CODES[] = {
     /*  1 */ {Field::Sarnsignature_DeviceHua, true, nullptr},
     /*  2 */ {Field::Sarnsignature_DeviceDHCPOptions, true, nullptr},
     /*  3 */ {Field::Sarnsignature_DeviceDHCPHostname, true, write_hostname},
     /*  4 */ {Field::Sarnsignature_DeviceDHCPVendor, true, nullptr},
-    /*  5 */ {Field::Sarnsignature_DeviceIP, false, write_ip},
+    /*  5 */ {Field::Sarnsignature_DeviceIP, false, nullptr},
     /*  6 */ {Field::Sarnsignature_Devicestate, false, write_state},
     /*  7 */ {Field::Sarnsignature_DeviceConnectionInterface, false, nullptr},
     /*  8 */ {Field::DeviceIdList_DeviceTypeCustom, false, nullptr},
@@ -64,7 +62,7 @@ constexpr FieldCode FIELD_CODES[] = {
     /* 15 */ {Field::ConnectDeviceinfo_DownloadBW, false, nullptr},
     /* 16 */ {Field::ConnectDeviceinfo_UploadBW, false, nullptr},
     /* 17 */ {Field::ConnectDeviceinfo_DeviceSignalStrength, false, nullptr},
-    /* 18 */ {Field::ConnectDeviceinfo_ConnAPMac, false, write_ap_mac},
+    /* 18 */ {Field::ConnectDeviceinfo_ConnAPMac, false, nullptr},
     /* 19 */ {Field::DeviceIdList_DisplayBrandCustom, false, nullptr},
     /* 20 */ {Field::Sarnsignature_DeviceCategory, false, nullptr},
     /* 21 */ {Field::DeviceIdList_DeviceUUID, false, nullptr},
@@ -164,11 +162,6 @@ void write_hostname(const Change &change) {
     (void)write_text(Field::DeviceIdList_DisplayNameDPI, change.row, change.value);
 }
 
-void write_ip(const Change &change) {
-    uint8_t ip[4] = {};
-    if (ipv4_from_text(change.value, ip)) (void)write_ipv4(Field::Sarnsignature_DeviceIP, change.row, ip);
-}
-
 void write_state(const Change &change) {
     (void)write_text(Field::Sarnsignature_Devicestate, change.row, change.value);
     char tag[8];
@@ -192,13 +185,6 @@ void announce_tagged_state(int32_t row, const char *state, const char *tag) {
 void write_access(const Change &change) {
     (void)write_text(Field::Sarnsignature_AllowOrBlock, change.row, change.value);
     if (is_change_announced(change.producer_id)) announce_device_change(change.row);
-}
-
-void write_ap_mac(const Change &change) {
-    uint8_t access_point[6] = {};
-    if (mac_from_text(change.value, access_point)) {
-        (void)write_mac(Field::ConnectDeviceinfo_ConnAPMac, change.row, access_point);
-    }
 }
 
 }  // namespace

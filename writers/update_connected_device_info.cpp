@@ -83,10 +83,7 @@ void write_texts(int32_t row, const connected_device_record &record) {
     (void)write_text(Field::ConnectDeviceinfo_DownloadBW, row, record.download_bw);
     (void)write_text(Field::ConnectDeviceinfo_UploadBW, row, record.upload_bw);
     (void)write_text(Field::ConnectDeviceinfo_DeviceSignalStrength, row, record.signal_strength);
-    uint8_t access_point[6] = {};
-    if (mac_from_text(MacText(record.ap_mac).text, access_point)) {
-        (void)write_mac(Field::ConnectDeviceinfo_ConnAPMac, row, access_point);
-    }
+    (void)write_text(Field::ConnectDeviceinfo_ConnAPMac, row, MacText(record.ap_mac).text);
 }
 
 }  // namespace

@@ -27,7 +27,6 @@ void write_state(int32_t row, const char *state) SARN_REQUIRES_SHARED(state_lock
 void write_state_and_note(int32_t row, const char *state) SARN_REQUIRES(state_lock);
 GroupEnd write_row(int32_t row, const signature_request &request, StateStep write) SARN_REQUIRES_SHARED(state_lock);
 void write_texts(int32_t row, const signature_record &record) SARN_REQUIRES_SHARED(state_lock);
-void write_ip(int32_t row, const char *ip) SARN_REQUIRES_SHARED(state_lock);
 
 int32_t accept_report(signature_request &request) {
     const int32_t accepted = check_reporter(request.producer_id);
@@ -91,7 +90,7 @@ GroupEnd write_row(int32_t row, const signature_request &request, StateStep writ
         write_texts(row, request.record);
         write(row, request.record.state);
         (void)write_number(Field::Sarnsignature_Producerid, row, request.producer_id);
-        write_ip(row, request.record.ip);
+        (void)write_text(Field::Sarnsignature_DeviceIP, row, request.record.ip);
         (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
         (void)write_number(Field::Sarnsignature_SARNSignatureUpdateStatus, row, 1);
         return true;
@@ -120,11 +119,6 @@ void write_state(int32_t row, const char *state) { (void)write_text(Field::Sarns
 void write_state_and_note(int32_t row, const char *state) {
     write_state(row, state);
     if (note_state(row, state)) add_gc_candidate(current_time_text().text, row);
-}
-
-void write_ip(int32_t row, const char *ip_text) {
-    uint8_t ip[4] = {};
-    if (ipv4_from_text(ip_text, ip)) (void)write_ipv4(Field::Sarnsignature_DeviceIP, row, ip);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ struct StoreFile : OwnStore {
         bytes = static_cast<char *>(pages);
         whole.assign(bytes, CHANGED);
         used = whole.find_last_not_of('\0') + 1;
-        require(kora::look_at_file(fd).is_tree_whole, "a whole store is refused");
+        require(kora::look_at_file(fd).is_whole, "a whole store is refused");
     }
     int fd;
     char *bytes;
@@ -67,7 +67,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     const kora::FileLook look = kora::look_at_file(file.fd);
     const bool is_ours = look.is_ours && kora::origin_of(look.format) == kora::Origin::Own;
-    if (is_ours && look.is_tree_whole && look.are_values_whole) use_store();
+    if (is_ours && look.is_whole) use_store();
     std::memcpy(file.bytes, file.whole.data(), CHANGED);
     return 0;
 }
