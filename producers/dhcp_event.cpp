@@ -79,23 +79,29 @@ bool copy_held_text(char (&field)[WIDTH], const char (&held)[SHOWN]) {
     return true;
 }
 
+bool is_replay(const char *const *environment) {
+    const char *missing = find_variable(environment, "DNSMASQ_DATA_MISSING");
+    return missing != nullptr && strcmp(missing, "1") == 0;
+}
+
 // The client's own name, where it sent one: dnsmasq's is changed by its rules, and taken away when another client
 // comes with the same. A replay and an end may not know what the client sent, so they only name a device that has no
 // name yet.
 const char *find_name(const Event &event, const char *const *environment, const device_info *held) {
     const char *supplied = find_variable(environment, "DNSMASQ_SUPPLIED_HOSTNAME");
     if (supplied != nullptr) return supplied;
-    const char *missing = find_variable(environment, "DNSMASQ_DATA_MISSING");
-    const bool is_replay = missing != nullptr && strcmp(missing, "1") == 0;
     const bool is_named = held != nullptr && held->DeviceDHCPHostname[0] != '\0';
-    return is_named && (is_replay || event.action == Action::Del) ? nullptr : event.name;
+    return is_named && (is_replay(environment) || event.action == Action::Del) ? nullptr : event.name;
 }
 
-// A replay or a changed name says nothing about presence.
-bool fill_state(Action action, const device_info *held, signature_record &report) {
-    if (action == Action::Old && held != nullptr) return copy_held_text(report.state, held->Devicestate);
-    const char *state = action == Action::Add ? "UP" : action == Action::Del ? "DOWN" : "unknown";
-    copy_text(report.state, state);
+// A replay or a changed name says nothing about presence. An old lease that comes with what the device asks for is the
+// answer to a device that has just come back.
+bool fill_state(const Event &event, const char *const *environment, const device_info *held, signature_record &report) {
+    const bool is_asking =
+        !is_replay(environment) && find_variable(environment, "DNSMASQ_REQUESTED_OPTIONS") != nullptr;
+    const bool is_told = event.action != Action::Old || is_asking;
+    if (!is_told && held != nullptr) return copy_held_text(report.state, held->Devicestate);
+    copy_text(report.state, event.action == Action::Del ? "DOWN" : is_told ? "UP" : "unknown");
     return true;
 }
 
@@ -144,6 +150,15 @@ bool ends_another_lease(const Event &event, const device_info &held) {
     return strncmp(held.DeviceIP, event.ip, sizeof held.DeviceIP) != 0;
 }
 
+bool is_former_holder(const Event &event, const device_info &other) {
+    return strncmp(other.DeviceIP, event.ip, sizeof other.DeviceIP) == 0 &&
+           strncasecmp(other.DeviceMAC, event.mac, MAC_LENGTH) != 0;
+}
+
+bool may_take_over_lease(const Event &event, const char *const *environment) {
+    return event.action == Action::Old && !is_replay(environment);
+}
+
 bool fill_report(const Event &event, const char *const *environment, const device_info *held,
                  signature_record &report) {
     report = {};
@@ -157,7 +172,7 @@ bool fill_report(const Event &event, const char *const *environment, const devic
     copy_client_text(report.dhcp_vendor, vendor, sizeof(device_info::DeviceDHCPVendor));
     copy_client_text(report.dhcp_options, options, sizeof(device_info::DeviceDHCPOptions));
     copy_client_text(report.connection_interface, interface, sizeof(device_info::DeviceConnectionInterface));
-    return fill_state(event.action, held, report) && (held == nullptr || fill_untold(*held, report));
+    return fill_state(event, environment, held, report) && (held == nullptr || fill_untold(*held, report));
 }
 
 bool is_shown(const signature_record &report, const device_info &shown) {

@@ -35,6 +35,11 @@ bool ends_another_lease(const Event &event, const device_info &held);
 // list holds it, or null for a new one. False when `held` lacks a text that the report would have to repeat.
 bool fill_report(const Event &event, const char *const *environment, const device_info *held, signature_record &report);
 
+// Whether the lease may have been another device's until now: dnsmasq tells only who has it. The one who had it is in
+// the list under the same address.
+bool may_take_over_lease(const Event &event, const char *const *environment);
+bool is_former_holder(const Event &event, const device_info &other);
+
 // Whether the list shows what the report said.
 bool is_shown(const signature_record &report, const device_info &shown);
 

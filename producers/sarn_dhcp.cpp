@@ -9,12 +9,7 @@
 
 #include "client_text.h"
 #include "dhcp_event.h"
-
-// The library logs through its host. dnsmasq copies every line of the hook to the system's log, so only the first
-// refusal of a failing step is kept, to be told in the one line that the hook writes.
-extern "C" __attribute__((visibility("default"), format(printf, 4, 5))) void log_printf(int32_t level, const char *file,
-                                                                                        int32_t line,
-                                                                                        const char *format, ...);
+#include "kora.h"
 
 namespace {
 
@@ -31,11 +26,13 @@ constexpr char USAGE[] =
     "Usage: sarn-dhcp add|old|del MAC IP [NAME]\n"
     "Reports a DHCP lease to the router's device list. For dnsmasq: dhcp-script= and its installed path\n"
     "\n"
-    "  add  the device is up       del  the device is down       old  its state stays as it is\n"
+    "  add  the device is up       del  the device is down\n"
+    "  old  it is up when it asked for its lease again; when the lease is replayed its state stays as it is\n"
     "Other events, IPv6 leases and hardware that is not ethernet are ignored.\n"
     "\n"
     "Environment (set by dnsmasq): DNSMASQ_SUPPLIED_HOSTNAME, DNSMASQ_VENDOR_CLASS, DNSMASQ_REQUESTED_OPTIONS,\n"
-    "DNSMASQ_INTERFACE, DNSMASQ_DATA_MISSING. KORA_STORE names the store (default /run/kora/store.mdb).\n"
+    "DNSMASQ_INTERFACE, DNSMASQ_DATA_MISSING. KORA_STORE names the store (default " KORA_DEFAULT_STORE
+    ").\n"
     "\n"
     "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full) or this help not written,\n"
     "2 usage, 3 the store cannot be opened, read or written.\n";
@@ -114,6 +111,19 @@ bool is_stored(const Event &event, const signature_record &report, time_t begun)
     return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device) && atoll(device.Timestamp) >= begun;
 }
 
+// dnsmasq gives a lease that goes on to another MAC address, without an end of the first one, whose device would stay
+// up for good.
+void end_former_holders(const Event &event) {
+    uint32_t up[SARN_BITMAP_WORDS];
+    if (sarn_device_state_info(up, SARN_BITMAP_WORDS, SARN_ROWS_UP) < 0) return;
+    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
+        device_info device;
+        if ((up[row / 32] >> row % 32 & 1U) == 0 || get_device_info_at_index(&device, row) != SARN_OK) continue;
+        if (!sarn_dhcp::is_former_holder(event, device)) continue;
+        sarn_update_table_field(device.DeviceMAC, SARN_FIELD_STATE, "DOWN", sizeof "DOWN", DHCP_PRODUCER);
+    }
+}
+
 // False when the list does not show the report then; else `out_status` is how the event ended.
 bool store_event(const Event &event, int argc, const char *const *argv, bool is_first, int &out_status) {
     device_info device;
@@ -141,7 +151,9 @@ int store_and_look(const Event &event, int argc, const char *const *argv) {
     constexpr int TRIES = 3;
     int status = EXIT_DONE;
     for (int i = 0; i < TRIES; ++i) {
-        if (store_event(event, argc, argv, i == 0, status)) return status;
+        if (!store_event(event, argc, argv, i == 0, status)) continue;
+        if (status == EXIT_DONE && sarn_dhcp::may_take_over_lease(event, environ)) end_former_holders(event);
+        return status;
     }
     return fail(EXIT_STORE, argc, argv, "the list does not show it, the store may be full");
 }
@@ -159,6 +171,8 @@ int report_event(const Event &event, int argc, const char *const *argv) {
 
 }  // namespace
 
+// The library logs through its host. dnsmasq copies every line of the hook to the system's log, so only the first
+// refusal of a failing step is kept, to be told in the one line that the hook writes.
 extern "C" void log_printf(int32_t level, const char * /*file*/, int32_t /*line*/, const char *format, ...) {
     if (level < REFUSAL_LEVEL || cause[0] != '\0') return;
     va_list values;

@@ -71,7 +71,8 @@ TEST_F(Hook, AnswersInOneLineAndByExitStatus) {
     EXPECT_TRUE(has(run(SARN_DHCP, "--help && echo done").out, "done\n"));
 }
 
-// In this order. What the event does not tell stays: the presence, where it is seen, and a name but for a new one.
+// In this order. What the event does not tell stays: the presence, where it is seen, and a name but for a new one. Who
+// asks is there, and a lease that goes on to another device is no longer the first one's.
 TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
     const std::tuple<const char *, const char *, uint32_t, const char *> ROWS[] = {
         {"DNSMASQ_INTERFACE=br0 DNSMASQ_VENDOR_CLASS=v DNSMASQ_REQUESTED_OPTIONS=6,3", "add 02:AB:00:00:00:0B 10.0.0.6",
@@ -84,7 +85,11 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
         {"DNSMASQ_INTERFACE=br1", "del $A lease", 0, "own name|DOWN|br1|phone|v|6,3|10.0.0.5|"},
         {"DNSMASQ_DATA_MISSING=0 DNSMASQ_SUPPLIED_HOSTNAME=", "old $A x", 0, "x|DOWN|br1|phone|v|6,3|10.0.0.5|"},
         {"XDNSMASQ_INTERFACE=x DNSMASQ_INTERFACE2=x", "old 02:AB:00:00:00:0C 10.0.0.8", 2, "|unknown|||||10.0.0.8|"},
-        {"", "del 02:AB:00:00:00:0D 10.0.0.9", 3, "none"},
+        {"DNSMASQ_REQUESTED_OPTIONS=1", "old 02:AB:00:00:00:0C 10.0.0.8", 2, "|UP||||1|10.0.0.8|"},
+        {"DNSMASQ_REQUESTED_OPTIONS=1 DNSMASQ_DATA_MISSING=1", "old $A x", 0, "x|DOWN|br1|phone|v|1|10.0.0.5|"},
+        {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0E 10.0.0.8", 2, "|UP||||1|10.0.0.8|"},
+        {"", "old 02:AB:00:00:00:0E 10.0.0.8", 2, "|DOWN||||1|10.0.0.8|"},
+        {"", "del 02:AB:00:00:00:0D 10.0.0.9", 4, "none"},
     };
     for (const auto &[environment, arguments, row, shown] : ROWS) {
         EXPECT_EQ(run(SARN_DHCP, arguments, environment).out, "") << arguments;
