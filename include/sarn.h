@@ -6,7 +6,7 @@
  *  1. The rows live in the router's shared store, never in the library. The process that loads the library provides
  *     the store operations kora_* and the logger log_printf (platform/kora.h); they resolve at run time.
  *  2. A call returns an int32_t: 0, a row (0 to 255) or a count when done, a code of `sarn_result` when not. A refused
- *     call changes no device.
+ *     call changes no device. Where several codes apply, one of them is the answer.
  *  3. Calls are thread-safe: any thread may make any call at any time, and each call gets its own result. Calls of
  *     one process never see half a rebuild; one that meets another thread's rebuild waits for it and then answers.
  *  4. Calls block until they are done. Those marked "worker" do their work on one thread that they create and join.
@@ -25,8 +25,9 @@
  * Caveats:
  *
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
- *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first; where more
- *    than ten were, a device that is reported offline may be freed by its own report.
+ *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first, at most ten
+ *    at a time. So a device that is reported offline is freed by its own report where fewer than ten others are
+ * offline, and may be where more are.
  *  - No thread may be cancelled (pthread_cancel) in a call or in a worker body: what it holds would be held for ever.
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
@@ -37,6 +38,7 @@
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
  *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must neither call
  *    the library nor fork. A call from the middle of a rebuild is answered as the library is there, not initialised.
+ *  - Call sarn_uninit before the library is unloaded (dlclose): nothing else closes the store.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */
 #ifndef SARN_H
@@ -69,7 +71,7 @@ enum {
 /* Result codes. Where one number has several names, each call names the ones it means. */
 enum sarn_result {
     SARN_OK = 0,
-    SARN_STORE_FAILED = 1,     /* upgrade and access flags: the store refused a read or a write */
+    SARN_STORE_FAILED = 1,     /* upgrade and access flags: the store refused a read, or the write of the flag */
     SARN_REFRESH_RUNNING = 19, /* a refresh is running already */
 
     SARN_ERR_ALREADY_INITIALISED = -1,
@@ -203,7 +205,10 @@ SARN_API int32_t check_update_mapping_table(char *mac, int32_t producer_id);
  * Address texts. These touch no state: thread-safe, and usable without sarn_init.
  */
 
-/* 1 for a text of exactly 17 characters that scans as six hexadecimal numbers joined by colons, else 0; 0 for null. */
+/*
+ * 1 for a text of exactly 17 characters that begins as sscanf scans six hexadecimal numbers of up to two characters
+ * ("%02X") joined by colons, else 0; 0 for null. What follows the sixth is not looked at.
+ */
 SARN_API int checkMacAddr(const char *text);
 
 /* 1 when every character is a decimal digit (the empty text too), else 0; 0 for null. */
@@ -262,7 +267,7 @@ SARN_API int32_t update_device_signature(const signature_record *record, int32_t
 typedef struct {
     char ssid[32];
     char mac[18];    /* the device */
-    char ap_mac[18]; /* its access point; a text that is no address keeps what the row holds; 17 characters count */
+    char ap_mac[18]; /* its access point; a text that is no address, or longer than one, keeps what the row holds */
     char link_rate[9];
     char download_bw[9];
     char upload_bw[9];
@@ -295,7 +300,7 @@ enum sarn_field_code {
     SARN_FIELD_DHCP_HOSTNAME = 3, /* also the host name and the recognised display name */
     SARN_FIELD_DHCP_VENDOR = 4,
     SARN_FIELD_IP = 5,    /* a text that is no address keeps what the row holds */
-    SARN_FIELD_STATE = 6, /* keeps the offline bookkeeping; announces changes of tagged devices */
+    SARN_FIELD_STATE = 6, /* keeps the offline bookkeeping; of a tagged device announced, also when it was so before */
     SARN_FIELD_CONNECTION_INTERFACE = 7,
     SARN_FIELD_TYPE_CUSTOM = 8,
     SARN_FIELD_NAME_CUSTOM = 9,
@@ -455,7 +460,10 @@ SARN_API int32_t get_quorvex_device_id(const char *display, int32_t length);
 /* The display type of an id, or null when it is not 1 to 28. The text is the table's: neither free nor change it. */
 SARN_API const char *get_quorvex_device_type(int32_t id);
 
-/* Gives a row without a recognised type the type "Network (Generic)". Needs sarn_init; else does nothing. */
+/*
+ * Gives a row without a recognised type the type "Network (Generic)", whether a device is there or not. Needs
+ * sarn_init; else does nothing, as for a row that the store does not have.
+ */
 SARN_API void check_and_set_default_devicetype(int32_t row);
 
 /*
@@ -488,7 +496,8 @@ SARN_API int32_t get_sarn_upgrade_status(uint8_t *status);
 
 /*
  * Writes the upgrade flag, 0 or 1; when it goes from 0 to 1 while the firmware switch is "INIT" or "init", the switch
- * becomes "switched". 0; SARN_STORE_FAILED (the flag may be written); SARN_ERR_NOT_INITIALISED.
+ * becomes "switched". 0, also when the switch cannot be written; SARN_STORE_FAILED when the flag cannot be read or
+ * written, or, once it is written, the switch not read; SARN_ERR_NOT_INITIALISED.
  */
 SARN_API int32_t set_sarn_upgrade_status(uint8_t status);
 
