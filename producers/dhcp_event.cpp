@@ -140,10 +140,12 @@ Verdict read_event(int argc, const char *const *argv, Event &event) {
     return Verdict::Report;
 }
 
-bool ends_another_lease(const Event &event, const device_info &held) {
+bool is_of_another_lease(const Event &event, const char *const *environment, const device_info &held) {
     // No address yet, or one that could not be read.
     static constexpr const char *UNKNOWN[] = {"", "0.0.0.0", SARN_IP_NOT_READABLE};
-    if (event.action != Action::Del) return false;
+    const bool is_up = strncmp(held.Devicestate, "UP", sizeof held.Devicestate) == 0;
+    const bool is_replay_beside = event.action == Action::Old && is_replay(environment) && is_up;
+    if (event.action != Action::Del && !is_replay_beside) return false;
     for (const char *unknown : UNKNOWN) {
         if (strncmp(held.DeviceIP, unknown, sizeof held.DeviceIP) == 0) return false;
     }

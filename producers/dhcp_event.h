@@ -27,9 +27,9 @@ struct Event {
 // Reads the arguments `add|old|del MAC IP [NAME]`. `event` is filled for Verdict::Report alone.
 Verdict read_event(int argc, const char *const *argv, Event &event);
 
-// Whether an end says nothing of the device, which is there under another address than the lease's: a client may hold
-// several leases for one MAC.
-bool ends_another_lease(const Event &event, const device_info &held);
+// Whether an end, or the replay for a device that is up, says nothing of it, which is there under another address than
+// the lease's: a client may hold several leases for one MAC, such as one of each of its systems.
+bool is_of_another_lease(const Event &event, const char *const *environment, const device_info &held);
 
 // Fills the report of an event. `environment` is a null-terminated array of "NAME=value"; `held` is the device as the
 // list holds it, or null for a new one. False when `held` lacks a text that the report would have to repeat.

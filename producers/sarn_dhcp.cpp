@@ -129,7 +129,7 @@ bool store_event(const Event &event, int argc, const char *const *argv, bool is_
     device_info device;
     out_status = EXIT_DONE;
     const Lookup lookup = find_device(event.mac, device);
-    if (lookup == Lookup::Found && sarn_dhcp::ends_another_lease(event, device)) return true;
+    if (lookup == Lookup::Found && sarn_dhcp::is_of_another_lease(event, environ, device)) return true;
     // A device that was forgotten is not brought back by the end of its lease.
     if (lookup == Lookup::Absent && event.action == Action::Del && is_list_whole()) return true;
     signature_record report;
