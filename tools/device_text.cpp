@@ -38,8 +38,9 @@ Character decode_first(std::string_view text) {
 }
 
 // Soft hyphens, fillers, direction marks, joiners, line separators, variation selectors, tags: they would let one name
-// pass for another. U+FE0F stays, since emoji are written with it.
-bool is_hidden(char32_t value) {
+// pass for another. U+FE0F stays behind what may be an emoji, which is written with it.
+bool is_hidden(char32_t value, char32_t before) {
+    constexpr char32_t EMOJI_STYLE = 0xFE0F, FIRST_EMOJI = 0x203C;
     static constexpr struct {
         char32_t first, last;
     } HIDDEN[] = {{0xAD, 0xAD},       {0x34F, 0x34F},     {0x61C, 0x61C},    {0x115F, 0x1160}, {0x17B4, 0x17B5},
@@ -49,7 +50,7 @@ bool is_hidden(char32_t value) {
     for (const auto &range : HIDDEN) {
         if (value >= range.first && value <= range.last) return true;
     }
-    return false;
+    return value == EMOJI_STYLE && before < FIRST_EMOJI;
 }
 
 // -1 for what a terminal does not print. The environment's own locale may know ASCII alone, so it is not asked.
@@ -76,15 +77,17 @@ void append_hex(std::string &out, std::string_view bytes) {
 
 std::string escape_for_terminal(std::string_view text) {
     std::string out;
+    char32_t before = 0;
     while (!text.empty()) {
         const Character character = decode_first(text);
         const std::string_view bytes = text.substr(0, character.length);
-        if (!character.is_valid || is_hidden(character.value) || columns_of(character.value) < 0) {
+        if (!character.is_valid || is_hidden(character.value, before) || columns_of(character.value) < 0) {
             append_hex(out, bytes);
         } else {
             if (character.value == '\\') out += '\\';
             out += bytes;
         }
+        before = character.value;
         text.remove_prefix(character.length);
     }
     return out;
