@@ -112,6 +112,8 @@ bool fill_untold(const device_info &held, signature_record &report) {
            copy_held_text(report.connection_interface, held.DeviceConnectionInterface);
 }
 
+bool is_up(const device_info &device) { return strncmp(device.Devicestate, "UP", sizeof device.Devicestate) == 0; }
+
 template <size_t WIDTH, size_t SHOWN>
 bool is_same(const char (&told)[WIDTH], const char (&shown)[SHOWN]) {
     return strncmp(told, shown, SHOWN - 1) == 0;
@@ -132,19 +134,20 @@ Verdict read_event(int argc, const char *const *argv, Event &event) {
     if (argc <= IP) return Verdict::Usage;
     const char *mac = argv[MAC];
     const char *ip = argv[IP];
-    if (strchr(ip, ':') != nullptr || is_other_hardware(mac)) return Verdict::Ignore;
-    if (count_pairs(mac) != MAC_PAIRS || strcmp(mac, NO_DEVICE) == 0) return Verdict::BadMac;
     in_addr address{};
-    if (inet_pton(AF_INET, ip, &address) != 1) return Verdict::BadIp;
-    event = {action, mac, ip, argc > NAME ? argv[NAME] : nullptr};
-    return Verdict::Report;
+    const bool is_ip = inet_pton(AF_INET, ip, &address) == 1;
+    const bool is_no_device = is_other_hardware(mac) || strcmp(mac, NO_DEVICE) == 0;
+    if (is_ip) event = {action, mac, ip, argc > NAME ? argv[NAME] : nullptr};
+    if (is_ip && is_no_device && action == Action::Old) return Verdict::Elsewhere;
+    if (strchr(ip, ':') != nullptr || is_other_hardware(mac)) return Verdict::Ignore;
+    if (count_pairs(mac) != MAC_PAIRS || is_no_device) return Verdict::BadMac;
+    return is_ip ? Verdict::Report : Verdict::BadIp;
 }
 
 bool is_of_another_lease(const Event &event, const char *const *environment, const device_info &held) {
     // No address yet, or one that could not be read.
     static constexpr const char *UNKNOWN[] = {"", "0.0.0.0", SARN_IP_NOT_READABLE};
-    const bool is_up = strncmp(held.Devicestate, "UP", sizeof held.Devicestate) == 0;
-    const bool is_replay_beside = event.action == Action::Old && is_replay(environment) && is_up;
+    const bool is_replay_beside = event.action == Action::Old && is_replay(environment) && is_up(held);
     if (event.action != Action::Del && !is_replay_beside) return false;
     for (const char *unknown : UNKNOWN) {
         if (strncmp(held.DeviceIP, unknown, sizeof held.DeviceIP) == 0) return false;
@@ -152,13 +155,12 @@ bool is_of_another_lease(const Event &event, const char *const *environment, con
     return strncmp(held.DeviceIP, event.ip, sizeof held.DeviceIP) != 0;
 }
 
-bool is_former_holder(const Event &event, const device_info &other) {
-    return strncmp(other.DeviceIP, event.ip, sizeof other.DeviceIP) == 0 &&
-           strncasecmp(other.DeviceMAC, event.mac, MAC_LENGTH) != 0;
+bool shows_lease(const Event &event, const device_info &device) {
+    return is_up(device) && strncmp(device.DeviceIP, event.ip, sizeof device.DeviceIP) == 0;
 }
 
-bool may_take_over_lease(const Event &event, const char *const *environment) {
-    return event.action == Action::Old && !is_replay(environment);
+bool is_former_holder(const Event &event, const device_info &device) {
+    return shows_lease(event, device) && strncasecmp(device.DeviceMAC, event.mac, MAC_LENGTH) != 0;
 }
 
 bool fill_report(const Event &event, const char *const *environment, const device_info *held,

@@ -19,6 +19,7 @@ using sarn_dhcp::Verdict;
 
 constexpr int32_t DHCP_PRODUCER = 20;
 constexpr int32_t REFUSAL_LEVEL = 4;
+constexpr int TRIES = 3;  // others may write the same device in between
 
 enum Exit { EXIT_DONE = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_STORE = 3 };
 
@@ -111,17 +112,34 @@ bool is_stored(const Event &event, const signature_record &report, time_t begun)
     return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device) && atoll(device.Timestamp) >= begun;
 }
 
-// dnsmasq gives a lease that goes on to another MAC address, without an end of the first one, whose device would stay
-// up for good.
-void end_former_holders(const Event &event) {
-    uint32_t up[SARN_BITMAP_WORDS];
-    if (sarn_device_state_info(up, SARN_BITMAP_WORDS, SARN_ROWS_UP) < 0) return;
-    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
-        device_info device;
-        if ((up[row / 32] >> row % 32 & 1U) == 0 || get_device_info_at_index(&device, row) != SARN_OK) continue;
-        if (!sarn_dhcp::is_former_holder(event, device)) continue;
+// False when the row's device may still be shown as up.
+bool end_former_holder(uint32_t row, const Event &event) {
+    device_info device;
+    for (int i = 0; i <= TRIES; ++i) {
+        const int32_t result = get_device_info_at_index(&device, row);
+        if (result == SARN_ERR_UNUSED_ROW) return true;
+        if (result != SARN_OK) return false;
+        if (!sarn_dhcp::is_former_holder(event, device)) return true;
         sarn_update_table_field(device.DeviceMAC, SARN_FIELD_STATE, "DOWN", sizeof "DOWN", DHCP_PRODUCER);
     }
+    return false;
+}
+
+// dnsmasq gives a lease that goes on to another hardware address as an old one, without an end of the first: its device
+// would stay up for good.
+bool end_former_holders(const Event &event) {
+    uint32_t up[SARN_BITMAP_WORDS];
+    if (sarn_device_state_info(up, SARN_BITMAP_WORDS, SARN_ROWS_UP) < 0) return false;
+    bool are_ended = true;
+    for (uint32_t row = 0; row < SARN_ROWS; ++row) {
+        if ((up[row / 32] >> row % 32 & 1U) != 0) are_ended &= end_former_holder(row, event);
+    }
+    return are_ended;
+}
+
+bool is_holder(const Event &event) {
+    device_info device;
+    return find_device(event.mac, device) == Lookup::Found && sarn_dhcp::shows_lease(event, device);
 }
 
 // False when the list does not show the report then; else `out_status` is how the event ended.
@@ -146,25 +164,26 @@ bool store_event(const Event &event, int argc, const char *const *argv, bool is_
     return true;
 }
 
-// More than once, since others may write the same device in between.
 int store_and_look(const Event &event, int argc, const char *const *argv) {
-    constexpr int TRIES = 3;
     int status = EXIT_DONE;
     for (int i = 0; i < TRIES; ++i) {
-        if (!store_event(event, argc, argv, i == 0, status)) continue;
-        if (status == EXIT_DONE && sarn_dhcp::may_take_over_lease(event, environ)) end_former_holders(event);
-        return status;
+        if (store_event(event, argc, argv, i == 0, status)) return status;
     }
     return fail(EXIT_STORE, argc, argv, "the list does not show it, the store may be full");
 }
 
-int report_event(const Event &event, int argc, const char *const *argv) {
+int report_event(const Event &event, bool has_device, int argc, const char *const *argv) {
     const int32_t opened = sarn_init();
     // A failed clean-up leaves the library ready; whether the device can be stored shows below.
     if (opened != SARN_OK && opened != SARN_ERR_CLEANUP) {
         return fail(EXIT_STORE, argc, argv, "not stored, the store cannot be opened");
     }
-    const int status = store_and_look(event, argc, argv);
+    // First, since a full list gives the row to who comes now.
+    const bool may_be_anothers = event.action == Action::Old && !(has_device && is_holder(event));
+    const bool are_others_ended = !may_be_anothers || end_former_holders(event);
+    int status = has_device ? store_and_look(event, argc, argv) : EXIT_DONE;
+    if (status == EXIT_DONE && !are_others_ended)
+        status = fail(EXIT_STORE, argc, argv, "the list may still show as up who had the lease before");
     sarn_uninit();
     return status;
 }
@@ -189,12 +208,14 @@ int main(int argc, char **argv) {
     }
     __log_level = REFUSAL_LEVEL;
     Event event{};
-    switch (sarn_dhcp::read_event(argc, argv, event)) {
+    const Verdict verdict = sarn_dhcp::read_event(argc, argv, event);
+    switch (verdict) {
         case Verdict::Ignore: return EXIT_DONE;
         case Verdict::Usage: return fail(EXIT_USAGE, argc, argv, "give add|old|del MAC IP [NAME], or --help");
         case Verdict::BadMac: return fail(EXIT_REFUSED, argc, argv, "not stored, this is not a device's MAC address");
         case Verdict::BadIp: return fail(EXIT_REFUSED, argc, argv, "not stored, this is not an IPv4 address");
+        case Verdict::Elsewhere:
         case Verdict::Report: break;
     }
-    return report_event(event, argc, argv);
+    return report_event(event, verdict == Verdict::Report, argc, argv);
 }

@@ -88,9 +88,13 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
         {"XDNSMASQ_INTERFACE=x DNSMASQ_INTERFACE2=x", "old 02:AB:00:00:00:0C 10.0.0.8", 2, "|unknown|||||10.0.0.8|"},
         {"DNSMASQ_REQUESTED_OPTIONS=1", "old 02:AB:00:00:00:0C 10.0.0.8", 2, "|UP||||1|10.0.0.8|"},
         {"DNSMASQ_REQUESTED_OPTIONS=1 DNSMASQ_DATA_MISSING=1", "old $A x", 0, "x|DOWN|br1|phone|v|1|10.0.0.5|"},
-        {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0E 10.0.0.8", 2, "|UP||||1|10.0.0.8|"},
-        {"", "old 02:AB:00:00:00:0E 10.0.0.8", 2, "|DOWN||||1|10.0.0.8|"},
+        {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0E 10.0.0.8", 2, "|DOWN||||1|10.0.0.8|"},
         {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0C 10.0.0.9", 2, "|DOWN||||1|10.0.0.9|"},
+        {"", "add 02:AB:00:00:00:0C 10.0.0.9", 2, "|UP||||1|10.0.0.9|"},
+        {"", "old 06-02:00:00:00:00:0a 10.0.0.9", 2, "|DOWN||||1|10.0.0.9|"},
+        {"", "add 02:AB:00:00:00:0C 10.0.0.9", 2, "|UP||||1|10.0.0.9|"},
+        {"", "old 00:00:00:00:00:00 10.0.0.9", 2, "|DOWN||||1|10.0.0.9|"},
+        {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0B 10.0.0.6", 1, "lease|UP|br0||v|6,3|10.0.0.6|"},
         {"", "del 02:AB:00:00:00:0D 10.0.0.9", 4, "none"},
     };
     for (const auto &[environment, arguments, row, shown] : ROWS) {
@@ -107,6 +111,9 @@ TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
     const Result refused = run(SARN_DHCP, "add 02:00:00:00:01:00 10.0.0.5");
     EXPECT_EQ(refused.exit_code, 1);
     EXPECT_TRUE(refused.out.ends_with("no free row: SARN: Signature update failed status -4\n")) << refused.out;
+    ASSERT_EQ(sarn_update_table_field(mac_of(9).c_str(), SARN_FIELD_IP, "10.0.0.9", sizeof "10.0.0.9", 0), SARN_OK);
+    EXPECT_EQ(run(SARN_DHCP, "old 02:00:00:00:01:01 10.0.0.9", "DNSMASQ_REQUESTED_OPTIONS=1").exit_code, 0);
+    EXPECT_EQ(device(10), "|UP||||1|10.0.0.9|");
     EXPECT_EQ(run(SARN_DHCP, "del 02:00:00:00:00:07 192.168.1.7").exit_code, 0);
     EXPECT_EQ(run(SARN_DHCP, "add 02:00:00:00:01:00 10.0.0.5").exit_code, 0);
     EXPECT_EQ(device(8), "|UP|||||10.0.0.5|");
