@@ -27,7 +27,7 @@
  *  - glibc loads libgcc_s.so.1 at the first pthread_exit and aborts without it: an image must carry that file.
  *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first, at most ten
  *    at a time. So a device that is reported offline is freed by its own report where fewer than ten others are
- * offline, and may be where more are.
+ *    offline, and may be where more are.
  *  - No thread may be cancelled (pthread_cancel) in a call or in a worker body: what it holds would be held for ever.
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
@@ -701,7 +701,7 @@ extern SARN_API uint8_t FingPostProcessorType; /* cleared when a type was found 
 enum { SARN_DEVICE_TYPE_ROWS = 151 };
 extern SARN_API device_type_row Newtypestorage[SARN_DEVICE_TYPE_ROWS];
 
-/* Controls for the host's logger. The library never reads them. */
+/* Controls for the host's logger, to be set before other threads call. The library never reads them. */
 extern SARN_API int32_t __log_to_console;    /* 1 */
 extern SARN_API int32_t __log_level;         /* 1 */
 extern SARN_API int32_t __log_to_file;       /* 0 */

@@ -17,17 +17,10 @@ std::atomic<uint64_t> version{0};
 std::atomic<uint64_t> known_transaction{0};  // LMDB counts from 1
 std::atomic<uint64_t> known_number{0};
 
-// LMDB dates a snapshot before it takes it: when others commit twice in between, it is newer than it says.
-bool is_dated_right(size_t transaction) {
-    MDB_envinfo info = {};
-    return mdb_env_info(environment.lmdb, &info) == 0 && info.me_last_txnid == transaction;
-}
-
 // The last transaction that the walk sees whole; 0 when it sees a change of its own as well, or that is not known.
 size_t transaction_of(const Walk &walk) {
-    const size_t transaction = mdb_txn_id(walk.txn);
-    if (&walk != &writer.walk) return is_dated_right(transaction) ? transaction : 0;
-    return writer.is_counted ? 0 : transaction - 1;
+    if (&walk != &writer.walk) return walk.transaction;
+    return writer.is_counted ? 0 : mdb_txn_id(walk.txn) - 1;
 }
 
 // Outside of groups: without a snapshot when it is known as of now.

@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include "kora_check.h"
+#include "kora_fence.h"
 #include "kora_format.h"
 #include "kora_lock_file.h"
 #include "kora_save.h"
+#include "kora_snapshot.h"
 #include "kora_walk.h"
 
 namespace kora {
@@ -24,15 +26,8 @@ constexpr unsigned FLAGS = MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC;
 
 // Without a system call for each page, a write takes a quarter of the time. Only on a file that is reserved whole:
 // where no page is to be had, a mapping ends the process. The price is that a stray pointer of any daemon can reach the
-// store. LMDB orders its threads by what ThreadSanitizer does not see, and writes in place would be races to it.
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
-constexpr unsigned IN_PLACE = 0;
-#else
-constexpr unsigned IN_PLACE = MDB_WRITEMAP;
-#endif
+// store.
+constexpr unsigned IN_PLACE = IS_UNDER_THREAD_SANITIZER ? 0 : MDB_WRITEMAP;
 
 int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     out_lmdb = nullptr;
@@ -139,11 +134,13 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     MDB_txn *txn = nullptr;
     int error = mdb_txn_begin(environment.lmdb, nullptr, MDB_RDONLY, &txn);
     if (error != 0) return refuse(out_why, "store %.300s: cannot be read: %s", path.text, mdb_strerror(error));
+    size_t transaction = 0;
     KeyBytes key_bytes = bytes_of(FORMAT_KEY);
     MDB_val key = {sizeof key_bytes, &key_bytes};
     MDB_val value = {};
     Format found = {};
-    error = mdb_dbi_open(txn, nullptr, 0, &environment.values);
+    error = settle_snapshot(environment.lmdb, txn, transaction);
+    if (error == 0) error = mdb_dbi_open(txn, nullptr, 0, &environment.values);
     if (error == 0) error = mdb_set_compare(txn, environment.values, compare_keys);
     if (error == 0) error = mdb_get(txn, environment.values, &key, &value);
     if (error == 0) found = read_format(value.mv_data, value.mv_size);

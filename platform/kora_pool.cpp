@@ -3,6 +3,8 @@
 #include <errno.h>
 #include <sched.h>
 
+#include "kora_snapshot.h"
+
 namespace kora {
 
 namespace {
@@ -78,12 +80,15 @@ int begin_snapshot(Environment &environment, Reader &reader) {
         drop_transaction(reader);
         txn = nullptr;
     }
-    const int error = txn == nullptr ? begin_reading(environment.lmdb, txn) : 0;
-    if (error == 0) begin_walk(reader.walk, txn, environment.values);
+    int error = txn == nullptr ? begin_reading(environment.lmdb, txn) : 0;
+    if (error != 0) return error;
+    begin_walk(reader.walk, txn, environment.values);
+    error = settle_snapshot(environment.lmdb, txn, reader.walk.transaction);
+    if (error != 0) drop_transaction(reader);
     return error;
 }
 
-void end_snapshot(Reader &reader) { mdb_txn_reset(reader.walk.txn); }
+void end_snapshot(Reader &reader) { end_snapshot(reader.walk.txn); }
 
 void take_all_readers() {
     for (Reader &reader : readers) {

@@ -25,6 +25,7 @@ struct Position {
 struct Walk {
     MDB_txn *txn = nullptr;
     MDB_dbi values = 0;
+    size_t transaction = 0;  // of a snapshot: the last one that it holds, 0 when that is not sure
     Position positions[2];
 };
 

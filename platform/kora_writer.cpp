@@ -6,6 +6,7 @@
 
 #include "kora_changes.h"
 #include "kora_effects.h"
+#include "kora_fence.h"
 #include "kora_open.h"
 #include "kora_room.h"
 #include "kora_save.h"
@@ -106,6 +107,7 @@ int commit(bool &out_is_save_due) {
     const size_t transaction = mdb_txn_id(writer.walk.txn);
     uint64_t number = 0;
     const bool is_known = is_change_number_known(transaction - 1, number);
+    fence(std::memory_order_release);  // pages before the root that leads to them
     error = mdb_txn_commit(writer.walk.txn);
     tell_that_writing_is_over();
     if (error == 0 && is_known) note_change_number(transaction, number + writer.is_counted);

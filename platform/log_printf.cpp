@@ -103,7 +103,7 @@ void write_to_file(const Line &line) {
 
 extern "C" void log_printf(int32_t level, const char *file, int32_t line_number, const char *format, ...) {
     const bool to_console = &__log_to_console == nullptr || __log_to_console != 0;
-    const bool to_file = &__log_to_file != nullptr && __log_to_file != 0;
+    const bool to_file = &__log_to_file != nullptr && __atomic_load_n(&__log_to_file, __ATOMIC_ACQUIRE) != 0;
     const bool is_shown = &__log_level == nullptr || level >= __log_level;
     if (format == nullptr || !is_shown || (!to_console && !to_file)) return;
 
