@@ -37,20 +37,31 @@ Character decode_first(std::string_view text) {
     return {value, length, true};
 }
 
-// Soft hyphens, fillers, direction marks, joiners, line separators, variation selectors, tags: they would let one name
-// pass for another. U+FE0F stays behind what may be an emoji, which is written with it.
-bool is_hidden(char32_t value, char32_t before) {
-    constexpr char32_t EMOJI_STYLE = 0xFE0F, FIRST_EMOJI = 0x203C;
-    static constexpr struct {
-        char32_t first, last;
-    } HIDDEN[] = {{0xAD, 0xAD},       {0x34F, 0x34F},     {0x61C, 0x61C},    {0x115F, 0x1160}, {0x17B4, 0x17B5},
-                  {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},  {0x2060, 0x206F}, {0x2800, 0x2800},
-                  {0x3164, 0x3164},   {0xFE00, 0xFE0E},   {0xFEFF, 0xFEFF},  {0xFFA0, 0xFFA0}, {0xFFF9, 0xFFFB},
-                  {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
-    for (const auto &range : HIDDEN) {
+struct Range {
+    char32_t first, last;
+};
+
+template <size_t N>
+bool is_in(const Range (&ranges)[N], char32_t value) {
+    for (const Range &range : ranges) {
         if (value >= range.first && value <= range.last) return true;
     }
-    return value == EMOJI_STYLE && before < FIRST_EMOJI;
+    return false;
+}
+
+// Soft hyphens, fillers, direction marks, joiners, line separators, variation selectors, tags: they would let one name
+// pass for another. U+FE0F stays behind a sign that becomes an emoji by it.
+bool is_hidden(char32_t value, char32_t before) {
+    static constexpr Range HIDDEN[] = {{0xAD, 0xAD},       {0x34F, 0x34F},    {0x61C, 0x61C},   {0x115F, 0x1160},
+                                       {0x17B4, 0x17B5},   {0x180B, 0x180F},  {0x200B, 0x200F}, {0x2028, 0x202E},
+                                       {0x2060, 0x206F},   {0x2800, 0x2800},  {0x3164, 0x3164}, {0xFE00, 0xFE0E},
+                                       {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},  {0xFFF9, 0xFFFB}, {0x1BCA0, 0x1BCA3},
+                                       {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
+    static constexpr Range SIGNS[] = {{0xA9, 0xA9},     {0xAE, 0xAE},     {0x203C, 0x2049},  {0x2122, 0x2139},
+                                      {0x2194, 0x21AA}, {0x231A, 0x23FF}, {0x25AA, 0x27BF},  {0x2934, 0x2935},
+                                      {0x2B05, 0x2B55}, {0x3030, 0x303D}, {0x1F000, 0x1FAFF}};
+    constexpr char32_t EMOJI_STYLE = 0xFE0F;
+    return value == EMOJI_STYLE ? !is_in(SIGNS, before) : is_in(HIDDEN, value);
 }
 
 // -1 for what a terminal does not print. The environment's own locale may know ASCII alone, so it is not asked.
