@@ -89,8 +89,18 @@ bool move(const Folder &folder, const StorePath &path, const char *from, const c
            refuse_for(path, out_why, "cannot be put in its place", errno);
 }
 
+// The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. Where it
+// cannot be opened or synced, it was not made here.
+void sync_name_of(const Folder &folder) {
+    const int parent = openat(folder.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (parent < 0) return;
+    (void)fsync(parent);
+    close(parent);
+}
+
 // Some file systems have no such thing.
 bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) {
+    sync_name_of(folder);
     return fsync(folder.fd) == 0 || errno == EINVAL || refuse_for(path, out_why, "its folder cannot be synced", errno);
 }
 
@@ -115,15 +125,22 @@ Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_i
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
     Image last;
     const CopyState state = read_copy(folder, path, suffix::NONE, last);
-    if (state == CopyState::Whole && digest_of(last) == digest_of(image))
-        return sync_folder(folder, path, out_why);  // it may have been cut off before it came so far
+    const bool says_the_same = state == CopyState::Whole && digest_of(last) == digest_of(image);
+    // It may have been cut off before it came so far.
+    if (says_the_same && sync_folder(folder, path, out_why)) return true;
+    out_why.text[0] = '\0';
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
     // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
     const bool is_kept = state == CopyState::Whole || state == CopyState::Unreadable;
     if (is_kept && !move(folder, path, suffix::NONE, suffix::BEFORE, out_why)) return false;
     if (!is_kept && state != CopyState::Absent) set_aside(folder, path, suffix::NONE, reason_of(state), out_why);
     if (!move(folder, path, suffix::FRESH, suffix::NONE, out_why)) return false;
-    return sync_folder(folder, path, out_why);
+    if (sync_folder(folder, path, out_why)) return true;
+    // The file system tells once that something did not come to the disk. So the next save must not find the same here,
+    // and writes anew.
+    Refusal ignored;
+    (void)move(folder, path, suffix::NONE, suffix::FRESH, ignored);
+    return false;
 }
 
 }  // namespace kora

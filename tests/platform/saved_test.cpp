@@ -64,7 +64,7 @@ TEST_F(Saved, AllRowsAndFlagsComeBack) {
     faults::trace = &calls;
     const std::vector<Value> written = pass(true);
     faults::trace = nullptr;
-    EXPECT_EQ(calls, "docwsms") << "written, synced, moved, and the folder synced";
+    EXPECT_EQ(calls, "docwsmss") << "written, synced, moved, and the folders synced";
     reopen();
     EXPECT_TRUE(pass(false) == written);
 }
@@ -190,6 +190,25 @@ TEST_F(Saved, ACutOrAFailureAtAnyCallLeavesTheLastOrTheOneBefore) {
             EXPECT_EQ(name(), "next") << call;
             lose_live_store();
         }
+    }
+}
+
+// A medium tells once that something did not come to it.
+TEST_F(Saved, WhatFailedIsWrittenAnewThoughTheFolderShowsIt) {
+    open();
+    EXPECT_EQ(rename("saved by itself"), 0);
+    bool is_failing = true;
+    for (int call = 1; is_failing; ++call) {
+        EXPECT_EQ(rename("name " + std::to_string(call)), 0);
+        faults::calls_until = call;
+        const bool has_failed = kora_save(handle) != 0;
+        is_failing = faults::calls_until < 0;
+        faults::calls_until = 0;
+        std::string calls;
+        faults::trace = &calls;
+        EXPECT_EQ(kora_save(handle), 0) << call;
+        faults::trace = nullptr;
+        EXPECT_EQ(calls.find('w') != std::string::npos, has_failed) << call << " " << calls;
     }
 }
 
