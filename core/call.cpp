@@ -1,5 +1,6 @@
 #include "core/call.h"
 
+#include <dlfcn.h>
 #include <pthread.h>
 
 #include "core/locks.h"
@@ -32,6 +33,12 @@ void unlink_call(const Call &call) {
 }
 
 }  // namespace
+
+void load_unwinder() {
+#ifdef __GLIBC__
+    (void)dlopen("libgcc_s.so.1", RTLD_NOW);
+#endif
+}
 
 // Another thread of the parent may have held the lock at the fork.
 void forget_calls() SARN_UNCHECKED {

@@ -29,6 +29,10 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request);
 // Leaves the worker's status for its call and in the cell.
 void leave_status(const void *request, int32_t &cell, int32_t status);
 
+// glibc loads the unwinder when the first worker ends, and ends the process where it cannot: after a chroot, or with no
+// descriptor or memory left. So it is loaded before anything else is done; takes the loader's lock, so with none held.
+void load_unwinder();
+
 // After a fork, in the child: the calls that were running are the parent's.
 void forget_calls();
 

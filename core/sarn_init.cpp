@@ -1,4 +1,5 @@
 // Starting the library in a process; the first one since the store came up also removes duplicate rows.
+#include "core/call.h"
 #include "core/duplicate_rows.h"
 #include "core/fork_guard.h"
 #include "core/group.h"
@@ -43,6 +44,7 @@ void finish_first_start() SARN_REQUIRES(state_lock) {
 
 int32_t sarn_init(void) {
     using namespace sarn;
+    load_unwinder();
     const Exclusive hold(state_lock);
     if (initialised == 1) {
         SARN_LOG(AlreadyInitialised);
