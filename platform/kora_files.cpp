@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -90,6 +91,7 @@ void make_folder(const StorePath &path) {
 // The room without the size, since LMDB begins a new store in empty files alone. A file system that knows no such thing
 // is met when the file is reserved whole.
 bool reserve_ahead(int fd) {
+    if (!is_size_allowed(STORE_SIZE)) return false;
     int result = -1;
     errno = EINTR;
     for (int i = 0; i < RESERVE_TRIES && result != 0 && errno == EINTR; ++i)
@@ -106,9 +108,24 @@ Folder::~Folder() {
     close(fd);
 }
 
-// A member of the group may not change the rights of a file that another user made, and need not.
-bool reserve(int fd, off_t size) {
-    (void)fchmod(fd, FILE_MODE);
+bool share_with_group(const Folder &folder, int fd) {
+    struct stat file, around;
+    const bool is_known = fstat(fd, &file) == 0 && fstat(folder.fd, &around) == 0;
+    const bool has_group = is_known && (file.st_gid == around.st_gid || fchown(fd, file.st_uid, around.st_gid) == 0);
+    const bool has_rights = fchmod(fd, FILE_MODE) == 0;
+    return has_group && has_rights;
+}
+
+bool is_size_allowed(off_t size) {
+    rlimit limit;
+    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || static_cast<rlim_t>(size) <= limit.rlim_cur) return true;
+    errno = EFBIG;
+    return false;
+}
+
+bool reserve(const Folder &folder, int fd, off_t size) {
+    (void)share_with_group(folder, fd);  // those of another user's file a member may not change, and need not
+    if (!is_size_allowed(size)) return false;
     errno = EINTR;
     for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
     return errno == 0;
@@ -244,7 +261,7 @@ bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, R
 }
 
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
-    if (!reserve(fd, STORE_SIZE)) return refuse_for(path, out_why, NO_ROOM, errno);
+    if (!reserve(folder, fd, STORE_SIZE)) return refuse_for(path, out_why, NO_ROOM, errno);
     const FileName name = name_with(path, suffix::FRESH);
     return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
            refuse_for(path, out_why, "cannot be put in its place", errno);

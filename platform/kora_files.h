@@ -81,8 +81,15 @@ bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int e
 
 inline constexpr mode_t FILE_MODE = 0660;
 
-// Gives the file its size, and the rights that the group needs, whatever the umask of who happens to come first.
-bool reserve(int fd, off_t size);
+// Gives a file that was just made the folder's group and that group's rights, whatever the group and umask of who
+// happens to come first. False when it lacks either, as another user's file may.
+bool share_with_group(const Folder &folder, int fd);
+
+// Gives the file its size, and the rights that the group needs.
+bool reserve(const Folder &folder, int fd, off_t size);
+
+// What the process may write no further than ends it with a signal. False, and errno says so, beyond that.
+bool is_size_allowed(off_t size);
 
 // For as long as it lives no file opened by this process gets one of the descriptors 0 to 2, which a host that closed
 // them may take for its own output.

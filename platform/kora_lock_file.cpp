@@ -32,9 +32,9 @@ bool is_lock_file_held(const Folder &folder, const FileName &name) {
 }
 
 bool reserve_lock_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
-    if (reserve(fd, LOCK_SIZE)) return true;
+    if (reserve(folder, fd, LOCK_SIZE)) return true;
     const int error = errno;
-    if (error == ENOSPC && drop_set_aside(folder, path, out_why)) return reserve(fd, LOCK_SIZE);
+    if (error == ENOSPC && drop_set_aside(folder, path, out_why)) return reserve(folder, fd, LOCK_SIZE);
     errno = error;
     return false;
 }

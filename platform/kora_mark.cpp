@@ -20,7 +20,7 @@ std::atomic<int32_t> *map_mark(const Folder &folder, const StorePath &path) {
     struct stat status;
     void *page = MAP_FAILED;
     const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= MARK_SIZE;
-    if (is_file && is_owner_trusted(folder, status) && reserve(fd, MARK_SIZE)) {
+    if (is_file && is_owner_trusted(folder, status) && reserve(folder, fd, MARK_SIZE)) {
         page = mmap(nullptr, MARK_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     }
     close(fd);

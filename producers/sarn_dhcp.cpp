@@ -1,5 +1,6 @@
 // sarn-dhcp: dnsmasq's dhcp-script hook. Reports each lease that is given, replayed or ended to the device list.
 #include <sarn.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -206,6 +207,7 @@ int main(int argc, char **argv) {
         const bool is_written = fputs(USAGE, stdout) >= 0 && fflush(stdout) == 0;
         return is_written ? EXIT_DONE : fail(EXIT_REFUSED, argc, argv, "the help cannot be written");
     }
+    signal(SIGXFSZ, SIG_IGN);  // a file that reaches the process's limit is then a failed write, and gets its line
     __log_level = REFUSAL_LEVEL;
     Event event{};
     const Verdict verdict = sarn_dhcp::read_event(argc, argv, event);

@@ -107,7 +107,9 @@ ExitCode run(int argc, char **argv, Output &output) {
 
 int main(int argc, char **argv) try {
     occupy_standard_descriptors();
-    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is then a failed write, and gets its message
+    // A closed pipe, or a file that reaches the process's limit, is then a failed write, and gets its message.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     Output output = describe_standard_output();
     const ExitCode exit_code = run(argc, argv, output);
     return write_output(output) ? exit_code : EXIT_OUTPUT;

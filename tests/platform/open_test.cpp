@@ -1,6 +1,7 @@
 #include <grp.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 
 #include <random>
 
@@ -73,6 +74,30 @@ TEST_F(Open, RightsAreTheGroupsWhateverTheUmask) {
         for (const auto &[name, mode] : {std::pair{folder + "/own", 0750U}, {path + "-lock", 0660U}, {path, 0660U}})
             EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(name).permissions()), mode) << name << mask;
     }
+}
+
+TEST_F(Open, FilesAreOfTheFoldersGroupWhoeverComesFirst) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root is in every group";
+    ASSERT_EQ(chown(folder.c_str(), 0, 4321), 0);
+    open();
+    EXPECT_EQ(kora_save(handle), 0);
+    for (const auto &file : std::filesystem::directory_iterator(folder)) {
+        struct stat status = {};
+        EXPECT_TRUE(stat(file.path().c_str(), &status) == 0 && status.st_gid == 4321) << file;
+    }
+}
+
+TEST_F(Open, WhatTheProcessMayNotWriteIsRefusedAndDoesNotEndIt) {
+    const auto may_write = [](rlim_t size) {
+        const rlimit limit = {size, size};
+        return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    };
+    const auto make = [&] { return !may_write(STORE_SIZE - 1) || refusal().find("too large") == std::string::npos; };
+    EXPECT_EQ(run_process(make), 0);
+    EXPECT_FALSE(std::filesystem::exists(path + ".new"));
+    open();
+    EXPECT_EQ(run_process([&] { return !may_write(10) || kora_save(handle) == 0 || set("a value") != 0; }), 0);
+    EXPECT_EQ(text(), "a value");
 }
 
 TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
