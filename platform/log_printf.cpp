@@ -3,6 +3,8 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kora.h"
@@ -88,14 +90,24 @@ void write_line(int fd, const Line &line) {
     }
 }
 
+// The folder may be one that everyone may write: what another user laid there is left alone, and so is a pipe, or a
+// file that has a second name somewhere. Nor may a line that would pass the process's limit end it.
+bool may_be_written(int fd, const Line &line) {
+    struct stat file;
+    rlimit limit;
+    if (fstat(fd, &file) != 0 || getrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+    return S_ISREG(file.st_mode) && file.st_nlink == 1 && (file.st_uid == geteuid() || file.st_uid == 0) &&
+           static_cast<rlim_t>(file.st_size) + line.length <= limit.rlim_cur;
+}
+
 void write_to_file(const Line &line) {
     const char *name = &__log_file_name != nullptr ? __log_file_name : nullptr;
     if (name == nullptr) return;
-    // Never through a link, since the folder may be one that everyone may write; never waiting on a pipe's reader.
+    // Never through a link, never waiting on a pipe's reader.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     const int fd = open(name, flags, LOG_FILE_MODE);
     if (fd < 0) return;
-    write_line(fd, line);
+    if (may_be_written(fd, line)) write_line(fd, line);
     close(fd);
 }
 

@@ -1,8 +1,13 @@
 #include <errno.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 
@@ -57,12 +62,27 @@ TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {
     all << std::ifstream(file).rdbuf();
     EXPECT_EQ(all.str(), "4 sarnapi:12 x\n2 sarnapi:12 x\n");
     EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()) & 7, 0U) << "everyone may read it";
-    std::filesystem::remove(file);
-    std::filesystem::create_symlink(folder + "/target", file);
-    errno = ENOTTY;
-    log_printf(4, nullptr, 1, "through a link");
-    EXPECT_EQ(errno, ENOTTY);
-    EXPECT_FALSE(std::filesystem::exists(folder + "/target"));
+    const std::string target = folder + "/target";
+    std::filesystem::rename(file, target);
+    const std::pair<const char *, std::function<int()>> others[] = {
+        {"a link", [&] { return symlink(target.c_str(), file.c_str()); }},
+        {"a second name", [&] { return link(target.c_str(), file.c_str()); }},
+        {"a pipe", [&] { return mkfifo(file.c_str(), 0600) == 0 ? open(file.c_str(), O_RDWR | O_NONBLOCK) : -1; }},
+        {"another's file", [&] { return rename(target.c_str(), file.c_str()) + chown(file.c_str(), 4321, 0); }},
+    };
+    for (const auto &[what, lay_there] : others) {
+        if (geteuid() != 0 && &what == &std::rbegin(others)->first) continue;  // only root gives files away
+        EXPECT_GE(lay_there(), 0) << what;
+        errno = ENOTTY;
+        log_printf(4, nullptr, 1, "to what is not its own");
+        EXPECT_EQ(errno, ENOTTY) << what;
+        struct stat status = {};
+        int unread = 0;
+        const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK);
+        EXPECT_TRUE(fstat(fd, &status) == 0 && static_cast<size_t>(status.st_size) <= all.str().size()) << what;
+        EXPECT_TRUE(!S_ISFIFO(status.st_mode) || (ioctl(fd, FIONREAD, &unread) == 0 && unread == 0)) << what;
+        std::filesystem::remove(file);
+    }
     std::filesystem::remove_all(folder);
 }
 
