@@ -1,7 +1,5 @@
 #include "kora_changes.h"
 
-#include <string.h>
-
 #include <atomic>
 
 #include "kora.h"
@@ -38,13 +36,9 @@ bool is_known_now(const void *handle, uint64_t &out_number) {
 int find_change_number(Walk &walk, uint64_t &out_number) {
     const size_t transaction = transaction_of(walk);
     if (is_change_number_known(transaction, out_number)) return 0;
-    Bytes stored = {};
-    const int error = find_key(walk, CHANGES_KEY, stored);
-    if (error != 0) return error;
-    if (stored.size != sizeof out_number) return MDB_CORRUPTED;
-    memcpy(&out_number, stored.data, sizeof out_number);
-    if (transaction != 0) note_change_number(transaction, out_number);
-    return 0;
+    const int error = find_number(walk, CHANGES_KEY, out_number);
+    if (error == 0 && transaction != 0) note_change_number(transaction, out_number);
+    return error;
 }
 
 bool is_change_number_known(size_t transaction, uint64_t &out_number) {

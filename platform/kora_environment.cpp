@@ -41,11 +41,13 @@ int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     return error;
 }
 
-// Two stores never begin with the same number: it tells a process too that its store was replaced.
-uint64_t first_change_number() {
+// Two stores never begin with the same number: it tells a process too that its store was replaced, and a save which
+// list a copy is of.
+uint64_t first_number() {
     uint64_t number = 0;
-    if (getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number) return number;
-    return save_clock() << 16 ^ static_cast<uint64_t>(getpid());
+    if (getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number)
+        number = save_clock() << 16 ^ static_cast<uint64_t>(getpid());
+    return number | 1;  // nor is it FROM_A_COPY
 }
 
 int put_restored(void *walk, Place place, Bytes value) {
@@ -54,11 +56,12 @@ int put_restored(void *walk, Place place, Bytes value) {
 
 int fill_store(Walk &walk, const Image *restored) {
     const Format format = own_format();
-    const uint64_t number = first_change_number();
+    const uint64_t number = first_number();
     int error = put_key(walk, FORMAT_KEY, {&format, sizeof format});
     if (error == 0) error = put_key(walk, CHANGES_KEY, {&number, sizeof number});
-    if (error == 0 && restored != nullptr) error = for_each_value(*restored, put_restored, &walk);
-    return error;
+    if (error != 0) return error;
+    if (restored != nullptr) return for_each_value(*restored, put_restored, &walk);
+    return put_key(walk, BEGUN_KEY, {&number, sizeof number});
 }
 
 int write_store(MDB_env *lmdb, const Image *restored) {

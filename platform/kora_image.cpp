@@ -25,6 +25,9 @@ constexpr size_t HEADER_SIZE = DIGEST_AT + 8;
 constexpr size_t CHECKSUM_SIZE = 4;
 constexpr size_t COUNT_SIZE = 2;
 constexpr uint64_t DIGEST_START = 0xcbf29ce484222325;
+constexpr char BEGINNING[] = "\4kora\11beginningn\1\0\0\10";  // "kora", "beginning", n, 1 value: row 0, 8 bytes
+constexpr size_t BEGINNING_SIZE = sizeof BEGINNING;           // the NUL is the size's high byte
+constexpr size_t BEGINNING_END = HEADER_SIZE + BEGINNING_SIZE + 8;
 
 // What a value can be read as: two types of one kind hold the same bytes.
 char kind_of(Type type) {
@@ -141,6 +144,15 @@ int write_field(Walk &walk, sarn::Field field, Writing &out, Image &image, uint6
     return 0;
 }
 
+int write_beginning(Walk &walk, Writing &out) {
+    uint64_t beginning = 0;
+    const int error = find_number(walk, BEGUN_KEY, beginning);
+    if (error != 0) return error == MDB_NOTFOUND ? 0 : error;
+    out.bytes(BEGINNING, BEGINNING_SIZE);
+    out.number(beginning, 8);
+    return 0;
+}
+
 uint32_t checksum_of(const Image &image) { return checksum(0, image.bytes, image.size - CHECKSUM_SIZE); }
 
 // Takes from the front; once it would have to go past the end, all it takes is empty.
@@ -236,8 +248,10 @@ int write_image(Walk &walk, Image &out_image) {
     out.number(VERSION, 4);
     out.number(0, DIGEST_AT - LENGTH_AT);
     out.number(0, HEADER_SIZE - DIGEST_AT);
+    int error = write_beginning(walk, out);
+    if (error != 0) return error;
     for (int32_t i = 0; i < sarn::FIELD_COUNT; ++i) {
-        const int error = write_field(walk, static_cast<sarn::Field>(i), out, out_image, digested);
+        error = write_field(walk, static_cast<sarn::Field>(i), out, out_image, digested);
         if (error != 0) return error;
     }
     write_number(out_image.bytes + LENGTH_AT, out_image.size + CHECKSUM_SIZE, 4);
@@ -259,5 +273,11 @@ ImageState state_of(const Image &image) {
 }
 
 uint64_t digest_of(const Image &image) { return read_number(image.bytes + DIGEST_AT, 8); }
+
+uint64_t beginning_of(const Image &image) {
+    const bool is_told = image.size >= BEGINNING_END + CHECKSUM_SIZE &&
+                         memcmp(image.bytes + HEADER_SIZE, BEGINNING, BEGINNING_SIZE) == 0;
+    return is_told ? read_number(image.bytes + BEGINNING_END - 8, 8) : FROM_A_COPY;
+}
 
 }  // namespace kora

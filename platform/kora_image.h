@@ -1,6 +1,7 @@
 // The saved copy as bytes: a header, the values of each field behind its names, and a checksum over all of it.
 //
 //   "KORAsave", version, length of the whole, digest of what was decided
+//   where the list began without a copy, its number, as a field that no version knows
 //   for each field with values: its table's name, its own, its kind, how many values, and each value with its row
 //   checksum (CRC-32C) of all before it
 //
@@ -12,6 +13,9 @@
 #include "kora_walk.h"
 
 namespace kora {
+
+// As a list's beginning: it was restored, or an earlier version made it.
+inline constexpr uint64_t FROM_A_COPY = 0;
 
 // Larger than all fields of all rows at their longest.
 inline constexpr size_t IMAGE_MAX = size_t{4} << 20;
@@ -28,7 +32,7 @@ struct Image {
 };
 bool make_room(Image &image);
 
-// All values of the snapshot that differ from their reset values.
+// All values of the snapshot that differ from their reset values, and which list it is.
 int write_image(Walk &walk, Image &out_image);
 
 enum class ImageState : uint8_t { Whole, Foreign, Newer, Damaged };
@@ -36,6 +40,7 @@ ImageState state_of(const Image &image);
 
 // Of whole images only.
 uint64_t digest_of(const Image &image);
+uint64_t beginning_of(const Image &image);
 using PutValue = int (*)(void *context, Place place, Bytes value);
 int for_each_value(const Image &image, PutValue put, void *context);
 

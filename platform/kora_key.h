@@ -32,6 +32,7 @@ static_assert(sarn::FIELD_COUNT < 1 << FIELD_BITS && sarn::ROW_COUNT <= 1 << ROW
 inline constexpr Key FORMAT_KEY = OWN;
 inline constexpr Key CHANGES_KEY = OWN + 1;  // the change number, 8 bytes
 inline constexpr Key SAVED_KEY = OWN + 2;    // when a save was last begun, in ns of the monotonic clock
+inline constexpr Key BEGUN_KEY = OWN + 3;    // of a list that began without a saved copy: its number, 8 bytes
 
 constexpr bool lies_by_field(sarn::Field field) { return effect_of(field).rebuild != Rebuild::No; }
 

@@ -10,10 +10,11 @@ namespace kora {
 
 namespace {
 
-enum class CopyState : uint8_t { Whole, Absent, Unreadable, Foreign, Newer, Damaged };
+enum class CopyState : uint8_t { Whole, Absent, Unreadable, OfAnotherList, Foreign, Newer, Damaged };
 
 const char *reason_of(CopyState state) {
     switch (state) {
+        case CopyState::OfAnotherList: return "of another list";
         case CopyState::Foreign: return "not a saved copy of this system";
         case CopyState::Newer: return "of a newer version";
         default: return "damaged";
@@ -76,7 +77,8 @@ bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &
     unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
     const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
-    const bool is_written = fchmod(fd, FILE_MODE) == 0 && write_all(fd, image) && fsync(fd) == 0;
+    (void)share_with_group(folder, fd);
+    const bool is_written = is_size_allowed(static_cast<off_t>(image.size)) && write_all(fd, image) && fsync(fd) == 0;
     const int error = errno;
     close(fd);
     if (is_written) return true;
@@ -87,6 +89,23 @@ bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &
 bool move(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why) {
     return renameat(folder.fd, name_with(path, from).text, folder.fd, name_with(path, to).text) == 0 ||
            refuse_for(path, out_why, "cannot be put in its place", errno);
+}
+
+// Before the image takes its place. A list that began when the copy could not be seen knows nothing of it, and must not
+// push it out.
+CopyState look_at_last_copy(const Folder &folder, const StorePath &path, const Image &image, Image &out_last) {
+    const CopyState state = read_copy(folder, path, suffix::NONE, out_last);
+    const uint64_t beginning = beginning_of(image);
+    const bool is_known = state != CopyState::Whole || beginning == FROM_A_COPY || beginning == beginning_of(out_last);
+    return is_known ? state : CopyState::OfAnotherList;
+}
+
+// A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
+bool put_in_place(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
+    const bool is_kept = last == CopyState::Whole || last == CopyState::Unreadable;
+    if (is_kept && !move(folder, path, suffix::NONE, suffix::BEFORE, out_why)) return false;
+    if (!is_kept && last != CopyState::Absent) set_aside(folder, path, suffix::NONE, reason_of(last), out_why);
+    return move(folder, path, suffix::FRESH, suffix::NONE, out_why);
 }
 
 // The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. Where it
@@ -124,17 +143,16 @@ Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_i
 
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
     Image last;
-    const CopyState state = read_copy(folder, path, suffix::NONE, last);
+    const CopyState state = look_at_last_copy(folder, path, image, last);
     const bool says_the_same = state == CopyState::Whole && digest_of(last) == digest_of(image);
     // It may have been cut off before it came so far.
     if (says_the_same && sync_folder(folder, path, out_why)) return true;
     out_why.text[0] = '\0';
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
-    // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
-    const bool is_kept = state == CopyState::Whole || state == CopyState::Unreadable;
-    if (is_kept && !move(folder, path, suffix::NONE, suffix::BEFORE, out_why)) return false;
-    if (!is_kept && state != CopyState::Absent) set_aside(folder, path, suffix::NONE, reason_of(state), out_why);
-    if (!move(folder, path, suffix::FRESH, suffix::NONE, out_why)) return false;
+    if (!put_in_place(folder, path, state, out_why)) {
+        unlinkat(folder.fd, name_with(path, suffix::FRESH).text, 0);  // where only its maker may, others could not save
+        return false;
+    }
     if (sync_folder(folder, path, out_why)) return true;
     // The file system tells once that something did not come to the disk. So the next save must not find the same here,
     // and writes anew.

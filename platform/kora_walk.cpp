@@ -73,6 +73,15 @@ int seek(Walk &walk, Position &position, Key wanted) {
     return error;
 }
 
+int find_number(Walk &walk, Key key, uint64_t &out_number) {
+    Bytes stored = {};
+    const int error = find_key(walk, key, stored);
+    if (error != 0) return error;
+    if (stored.size != sizeof out_number) return MDB_CORRUPTED;
+    memcpy(&out_number, stored.data, sizeof out_number);
+    return 0;
+}
+
 int put_key(Walk &walk, Key key, Bytes value) {
     uint8_t stored[VALUE_MAX + CHECK_SIZE];
     if (value.size > VALUE_MAX) return EINVAL;

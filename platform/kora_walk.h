@@ -64,6 +64,9 @@ inline int find_value(Walk &walk, Place place, Bytes &out_value) {
     return 0;
 }
 
+// One of the layer's own numbers; MDB_NOTFOUND as above.
+int find_number(Walk &walk, Key key, uint64_t &out_number);
+
 // In a write transaction. The bytes must not lie in the store.
 int put_key(Walk &walk, Key key, Bytes value);
 

@@ -83,10 +83,8 @@ int note_effects(Place place) {
 int claim_save(bool &out_is_due, uint64_t &out_later) {
     uint64_t last = 0;
     const uint64_t now = save_clock();
-    Bytes stored = {};
-    const int error = find_key(writer.walk, SAVED_KEY, stored);
+    const int error = find_number(writer.walk, SAVED_KEY, last);
     if (error != 0 && error != MDB_NOTFOUND) return error;
-    if (error == 0 && stored.size == sizeof last) memcpy(&last, stored.data, sizeof last);
     out_is_due = error == MDB_NOTFOUND || now >= next_save(last, now);
     if (out_is_due) return put_key(writer.walk, SAVED_KEY, {&now, sizeof now});
     out_later = next_save(last, now);

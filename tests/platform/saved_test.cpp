@@ -193,6 +193,22 @@ TEST_F(Saved, ACutOrAFailureAtAnyCallLeavesTheLastOrTheOneBefore) {
     }
 }
 
+TEST_F(Saved, AListThatBeganWithoutTheCopySetsItAsideAndDoesNotPushItOut) {
+    make_two_copies();
+    std::filesystem::rename(saved, folder + "/unseen");
+    std::filesystem::remove(saved + ".1");
+    open();
+    std::filesystem::rename(folder + "/unseen", saved);
+    EXPECT_NE(log_of([&] { rename("other"); }).find("of another list; set aside as"), std::string::npos);
+    for (const char *name : {"newer", "newest"}) EXPECT_EQ(log_of([&] { rename(name), kora_save(handle); }), "");
+    reopen();
+    EXPECT_EQ(name(), "newest");
+    const std::string newest = content_of(saved);
+    EXPECT_EQ(rename("of the restored list") + kora_save(handle), 0);
+    EXPECT_TRUE(content_of(saved + ".1") == newest) << "its own";
+    EXPECT_TRUE(content_of(saved + "~") == last);
+}
+
 // A medium tells once that something did not come to it.
 TEST_F(Saved, WhatFailedIsWrittenAnewThoughTheFolderShowsIt) {
     open();
@@ -201,11 +217,14 @@ TEST_F(Saved, WhatFailedIsWrittenAnewThoughTheFolderShowsIt) {
     for (int call = 1; is_failing; ++call) {
         EXPECT_EQ(rename("name " + std::to_string(call)), 0);
         faults::calls_until = call;
+        std::string calls;
+        faults::trace = &calls;
         const bool has_failed = kora_save(handle) != 0;
         is_failing = faults::calls_until < 0;
         faults::calls_until = 0;
-        std::string calls;
-        faults::trace = &calls;
+        const bool is_taken_back = std::ranges::count(calls, 'm') > 2;
+        EXPECT_EQ(std::filesystem::exists(saved + ".new"), is_taken_back) << call << " " << calls;
+        calls.clear();
         EXPECT_EQ(kora_save(handle), 0) << call;
         faults::trace = nullptr;
         EXPECT_EQ(calls.find('w') != std::string::npos, has_failed) << call << " " << calls;
