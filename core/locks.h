@@ -25,7 +25,7 @@ class SARN_THREAD_ANNOTATION(capability("state_lock")) StateLock {
 public:
     bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) {
         if (is_held_by_this_thread()) return false;
-        (void)pthread_rwlock_wrlock(&rwlock);
+        (void)take(pthread_rwlock_wrlock);
         hold();
         return true;
     }
@@ -34,7 +34,7 @@ public:
         (void)pthread_rwlock_unlock(&rwlock);
     }
     bool lock_shared() SARN_THREAD_ANNOTATION(acquire_shared_capability()) {
-        return !is_held_by_this_thread() && pthread_rwlock_rdlock(&rwlock) == 0;
+        return !is_held_by_this_thread() && take(pthread_rwlock_rdlock) == 0;
     }
     void unlock_shared() SARN_THREAD_ANNOTATION(release_shared_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
     bool is_held_by_this_thread() const { return __atomic_load_n(&holder, __ATOMIC_RELAXED) == pthread_self(); }
@@ -52,10 +52,25 @@ public:
         hold();
     }
 
-    // Readers come in a steady stream; a waiting writer goes before new ones.
-    pthread_rwlock_t rwlock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
-
 private:
+    // Readers come in a steady stream; a waiting writer goes before new ones.
+#ifdef PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP
+    int take(int (*acquire)(pthread_rwlock_t *)) { return acquire(&rwlock); }
+
+    pthread_rwlock_t rwlock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+#else
+    // Elsewhere they would overtake it for ever: it waits with `turn` held, which they need first.
+    int take(int (*acquire)(pthread_rwlock_t *)) {
+        (void)pthread_mutex_lock(&turn);
+        const int error = acquire(&rwlock);
+        (void)pthread_mutex_unlock(&turn);
+        return error;
+    }
+
+    pthread_rwlock_t rwlock = PTHREAD_RWLOCK_INITIALIZER;
+    pthread_mutex_t turn = PTHREAD_MUTEX_INITIALIZER;
+#endif
+
     void hold() { __atomic_store_n(&holder, pthread_self(), __ATOMIC_RELAXED); }
     void leave() { __atomic_store_n(&holder, pthread_t{}, __ATOMIC_RELAXED); }
 

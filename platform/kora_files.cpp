@@ -99,6 +99,21 @@ bool reserve_ahead(int fd) {
     return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
 }
 
+// What glibc does by itself where a file system cannot reserve. From the end on: others use the first bytes of a mark.
+bool fill_up(int fd, off_t size) {
+    static constexpr char NOTHING[512] = {};
+    struct stat status;
+    if (fstat(fd, &status) != 0) return false;
+    for (off_t at = status.st_size; at < size;) {
+        const off_t rest = size - at;
+        const size_t step = rest < off_t{sizeof NOTHING} ? static_cast<size_t>(rest) : sizeof NOTHING;
+        const ssize_t written = pwrite(fd, NOTHING, step, at);
+        if (written < 0 && errno != EINTR) return false;
+        if (written > 0) at += written;
+    }
+    return true;
+}
+
 }  // namespace
 
 // Unlocked by itself: a process that was forked off meanwhile may have a copy of the descriptor.
@@ -128,7 +143,7 @@ bool reserve(const Folder &folder, int fd, off_t size) {
     if (!is_size_allowed(size)) return false;
     errno = EINTR;
     for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
-    return errno == 0;
+    return errno == 0 || (errno == EOPNOTSUPP && fill_up(fd, size));
 }
 
 StandardDescriptors::StandardDescriptors() {

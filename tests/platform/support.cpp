@@ -76,6 +76,11 @@ int mkdir(const char *name, mode_t mode) noexcept {
 int fsync(int fd) { return static_cast<int>(forward('s', SYS_fsync, fd)); }
 int fchmod(int fd, mode_t mode) { return static_cast<int>(forward('c', SYS_fchmod, fd, mode)); }
 
+int posix_fallocate(int fd, off_t at, off_t size) {
+    if (faults::is_without_room) return EOPNOTSUPP;
+    return syscall(SYS_fallocate, fd, 0, at, size) == 0 ? 0 : errno;
+}
+
 int renameat(int from, const char *name, int to, const char *other) {
     return static_cast<int>(forward('m', SYS_renameat, from, name, to, other));
 }
