@@ -19,8 +19,8 @@ void copy_text(char (&field)[N], const std::string &text) {
     std::snprintf(field, N, "%s", text.c_str());
 }
 
-// A state that is neither up, which a removal refuses, nor offline, which a crowded table is cleaned of.
 constexpr const char *PRESENT = "UP";
+// Neither up, which a removal refuses, nor offline, which a crowded table is cleaned of.
 constexpr const char *REMOVABLE = "idle";
 
 signature_record signature_of(int device, int64_t turn, const char *state) {

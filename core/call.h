@@ -1,14 +1,13 @@
 // The calling convention of the operations that work on a thread of their own.
 //
-// The public call makes a request on its stack, passes the gate, and hands the request to run_worker with its handler.
-// The handler is nothing but finish_worker around the operation's work, an ordinary function that returns its status.
-// The exported result cell is shared by all calls, so each call's own status travels through a node on its caller's
-// stack, which the handler finds by the address of its request. A handler that a host starts by itself finds none and
-// writes the cell alone.
+// The public call makes a request on its stack, passes the gate (but a removal, whose worker does), and hands the
+// request to run_worker with its handler. The handler is nothing but finish_worker around the operation's work, an
+// ordinary function that returns its status. The exported result cell is shared by all calls, so each call's own status
+// travels through a node on its caller's stack, which the handler finds by the address of its request. A handler that a
+// host starts by itself finds none and writes the cell alone.
 #ifndef SARN_CORE_CALL_H
 #define SARN_CORE_CALL_H
 
-#include <pthread.h>
 #include <stdint.h>
 
 #include <type_traits>

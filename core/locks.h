@@ -19,8 +19,9 @@
 
 namespace sarn {
 
-// A thread that holds it exclusively does not take it again: a store function that calls the library in the middle of a
-// rebuild goes on under the lock of the call that it serves. What takes it says whether it did, and gives back no more.
+// A thread that holds it exclusively does not take it again (one that holds it shared would wait for itself): a store
+// function that calls the library in the middle of a rebuild goes on under the lock of the call that it serves. What
+// takes it says whether it did, and gives back no more.
 class SARN_THREAD_ANNOTATION(capability("state_lock")) StateLock {
 public:
     bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) {

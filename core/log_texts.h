@@ -9,7 +9,7 @@
 
 namespace sarn {
 
-// L(name, level, text). Level 1 and 2: progress and notices; 4: refusals and failures.
+// L(name, level, text). Level 1 and 2: progress and notices; 4: refusals and failures, but for DetailMacRefused.
 #define SARN_LOG_TEXTS(L)                                                                                       \
     /* entry gate, start and stop */                                                                            \
     L(SyncFailed, 4, "SARN:Entry Function:%s Line:%d sync_global_data failed:%d \n")                            \

@@ -1,4 +1,4 @@
-// Every process-wide variable of the library that is not exported, and the lock that guards it.
+// What this process knows of the rows, and the lock that guards it.
 #ifndef SARN_CORE_STATE_H
 #define SARN_CORE_STATE_H
 
@@ -31,7 +31,7 @@ extern int32_t inuse_count SARN_GUARDED_BY(state_lock);
 
 bool is_initialised() SARN_EXCLUDES(state_lock);
 
-// Empties bitmaps, count and offline candidates, as every build from the store begins.
+// Empties bitmaps, count and offline candidates, as a start and each rebuild begin.
 void clear_row_state() SARN_REQUIRES(state_lock);
 
 constexpr bool is_row(int32_t row) { return static_cast<uint32_t>(row) < static_cast<uint32_t>(ROW_COUNT); }

@@ -24,7 +24,7 @@
  *
  * Caveats:
  *
- *  - glibc needs libgcc_s.so.1 for pthread_exit and aborts without it: an image must carry that file. sarn_init loads it.
+ *  - glibc needs libgcc_s.so.1 for pthread_exit, loads it in sarn_init and aborts without it: an image must carry it.
  *  - Workers begin with the signal mask of their caller, so the host's handlers may run on them.
  *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first, at most ten
  *    at a time. So a device that is reported offline is freed by its own report where fewer than ten others are

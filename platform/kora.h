@@ -7,12 +7,13 @@
  * (thread-safe). A handle is valid from kora_init_ex to its kora_destroy; a null or closed handle is an error.
  *
  * Refused: a null argument, an unknown table or field, a row out of range, an operation of another type than the
- * field's, a text over KORA_TEXT_MAX bytes. One exception: kora_get_ascii reads enum fields too.
- * A field that no one has written reads as its reset value.
+ * field's, a text over KORA_TEXT_MAX bytes. Two exceptions: kora_get_ascii reads enum fields too, kora_get_uint int
+ * ones. A field that no one has written reads as its reset value.
  *
  * Reads never wait for writers. Writes of all processes wait for each other, and one that finds the store full waits
  * up to two seconds for readers that keep old pages before it fails; while that lasts, later writes fail at once.
- * Not for signal handlers. What goes wrong with the store is logged through log_printf, level 4, source "kora".
+ * Not for signal handlers. Opening, saving and logging take up to 48 KiB of the caller's stack. What goes wrong with
+ * the store is logged through log_printf, level 4, source "kora".
  */
 #ifndef KORA_H
 #define KORA_H
@@ -130,9 +131,10 @@ int32_t kora_string2ipv4(const char *text, uint8_t four[4]);
 
 /*
  * Writes one line: level and source, then the formatted message without its trailing line feed, which ends in "..."
- * when it has more than 2,047 bytes, or 4,000 with what is escaped. Control bytes are shown escaped. Obeys the four
- * controls that libsarn.so exports where the program, or what it loads, is linked with both libraries: __log_to_console
- * (to stderr), __log_to_file with __log_file_name, and __log_level, the lowest level shown. Thread-safe.
+ * when it has more than 2,047 bytes, or the line more than 4,091 with what is escaped. Control bytes are shown escaped.
+ * Obeys the four controls that libsarn.so exports where the program, or what it loads, is linked with both libraries:
+ * __log_to_console (to stderr), __log_to_file with __log_file_name (a plain file of root or this user), and
+ * __log_level, the lowest level shown. Thread-safe.
  */
 void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...)
 #if defined(__GNUC__)

@@ -35,7 +35,7 @@ struct StorePath {
     const char *file_name() const { return text + folder_length + 1; }
 };
 
-// The folder, open and locked against other processes that open or close the store in it.
+// The folder, open, and after lock_folder locked against other processes that open or close the store in it.
 struct Folder {
     int fd = -1;
 
@@ -48,7 +48,7 @@ struct Folder {
 // From KORA_STORE or the default; always absolute, so that a later opening means the same file.
 bool read_store_path(StorePath &out_path, Refusal &out_why);
 
-// From KORA_SAVE, or the default beside the default store. Empty when none is wanted, and refused without a reason
+// From KORA_SAVE, or the default of the default store. Empty when none is wanted, and refused without a reason
 // then.
 bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &out_why);
 

@@ -1,4 +1,4 @@
-// First entry of every live store, so that a foreign file, one of another version, or one from before the last restart
+// An entry of every live store, so that a foreign file, one of another version, or one from before the last restart
 // is never taken for a store of now.
 #ifndef KORA_FORMAT_H
 #define KORA_FORMAT_H
@@ -10,7 +10,7 @@ namespace kora {
 
 inline constexpr char FORMAT_MAGIC[] = "KORAlive";
 
-// Each version's has these, here, and a check of its own entry as this one makes it: one that fails is damage.
+// Every version's begins with these and carries this version's check, so one that fails is damage.
 struct Format {
     char magic[8];
     uint32_t version;

@@ -11,7 +11,8 @@ namespace kora {
 // this library: two would undo each other's locks.
 bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why);
 
-// The lock file, with room for every reader; made anew by the first user, whatever lies there.
+// The lock file, with room for every reader; made anew by the first user, or checked where it cannot be
+// removed.
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
 
 // The descriptor of the lock file, which LMDB does not tell: it opens it before the store's, `near`. -1 when there is

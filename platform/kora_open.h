@@ -37,10 +37,11 @@ private:
     const bool is_held_;
 };
 
-// Lock order: `opening`, then `writing`, then any reader of the pool; nobody who holds a reader waits for `writing`.
-// Who holds a reader or `writing` and then finds its handle open may use the environment until it gives that back:
-// opening and closing take all of them, `writing` first, since a writer may wait for one of another process that was
-// stopped, and readers may not.
+// Lock order: `opening`, then `writing`, then any reader of the pool; nobody who holds a reader waits for `writing`. A
+// save's `saving` comes before a reader and with none of the others. A folder's lock comes last: waited for by who
+// opens or closes, and only tried by a save, which holds a reader. Who holds a reader or `writing` and then finds its
+// handle open may use the environment until it gives that back: opening and closing take all of them, `writing` first,
+// since a writer may wait for one of another process that was stopped, and readers may not.
 extern pthread_mutex_t writing;
 extern Environment environment;
 

@@ -4,8 +4,6 @@
 #ifndef KORA_POOL_H
 #define KORA_POOL_H
 
-#include <lmdb.h>
-
 #include <atomic>
 
 #include "kora_environment.h"

@@ -3,8 +3,8 @@
 #ifndef KORA_REPORT_H
 #define KORA_REPORT_H
 
-#include <stddef.h>
 #include <stdint.h>
+
 #include <atomic>
 
 namespace kora {

@@ -51,8 +51,9 @@ struct Save {
     StorePath path = {};
     Folder folder;
     Image image;
-    bool is_kept_out = false;
 };
+
+enum class Attempt : uint8_t { Read, KeptOut, Failed };
 
 struct SaveEnd {
     Result result = FAILED;
@@ -79,16 +80,13 @@ bool prepare(Save &save, Refusal &out_why) {
 
 // With a reader held, since the path is fixed only while a handle is open, and since closing too takes its readers
 // before the folder. The snapshot comes last: of two processes that save at once, the later one has the later snapshot.
-bool lock_and_read(Save &save, Reader &reader, SaveEnd &out_end) {
-    save.is_kept_out = false;
-    if (save.folder.fd < 0 && !prepare(save, out_end.why)) return false;
-    if (!lock_folder(save.path, save.folder, false, out_end.why)) {
-        save.is_kept_out = is_folder_kept(errno);
-        return false;
-    }
+Attempt lock_and_read(Save &save, Reader &reader, SaveEnd &out_end) {
+    if (save.folder.fd < 0 && !prepare(save, out_end.why)) return Attempt::Failed;
+    if (!lock_folder(save.path, save.folder, false, out_end.why))
+        return is_folder_kept(errno) ? Attempt::KeptOut : Attempt::Failed;
     out_end.why.text[0] = '\0';
     out_end.read_error = read_image(reader, save.image);
-    return out_end.read_error == 0;
+    return out_end.read_error == 0 ? Attempt::Read : Attempt::Failed;
 }
 
 // A folder that another process keeps is waited for without a reader, which would hold up who closes or reopens here.
@@ -97,10 +95,10 @@ bool wait_and_read(const void *handle, Save &save, bool is_waiting, SaveEnd &out
         if (i > 0) nanosleep(&FOLDER_PAUSE, nullptr);
         Reader &reader = take_reader();
         const bool has_handle = is_open(handle);
-        const bool is_read = has_handle && lock_and_read(save, reader, out_end);
+        const Attempt attempt = has_handle ? lock_and_read(save, reader, out_end) : Attempt::Failed;
         give_reader(reader);
         if (!has_handle) out_end.result = REFUSED;
-        if (is_read || !has_handle || !save.is_kept_out) return is_read;
+        if (attempt != Attempt::KeptOut) return attempt == Attempt::Read;
     }
     if (!is_waiting) out_end.why.text[0] = '\0';  // somebody else is at it, and that is no trouble
     return false;

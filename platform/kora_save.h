@@ -8,7 +8,7 @@
 
 namespace kora {
 
-// At the first opening, from the surroundings of the process.
+// At an opening while no handle is open, from the surroundings of the process.
 void choose_saved_copy(const StorePath &store_path, Refusal &out_why);
 bool has_saved_copy();
 

@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -108,8 +107,8 @@ bool put_in_place(const Folder &folder, const StorePath &path, CopyState last, R
     return move(folder, path, suffix::FRESH, suffix::NONE, out_why);
 }
 
-// The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. Where it
-// cannot be opened or synced, it was not made here.
+// The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. What
+// cannot be opened or synced may be another user's.
 void sync_name_of(const Folder &folder) {
     const int parent = openat(folder.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (parent < 0) return;

@@ -17,7 +17,7 @@ enum class Search : uint8_t { Found, Nothing, OutOfReach };
 Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_image, Refusal &out_why);
 
 // Puts the image in the last copy's place, and that in the place of the one before. Writes nothing when the last copy
-// says the same about all that was decided. With the folder held locked.
+// says the same about all that was decided and its folder can be synced. With the folder held locked.
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why);
 
 }  // namespace kora

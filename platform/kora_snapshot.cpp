@@ -4,8 +4,8 @@
 
 namespace kora {
 
-// The next writer but one begins only once the last transaction is seen to have moved. So who still sees the one of the
-// date has read nothing of a later one, and writers see the reader.
+// Pages of snapshot N are used again by transaction N+2 at the earliest, which begins only after N+1 is the last one.
+// So who still finds N to be the last, behind the fence, has read nothing newer, and N+2 will see the reader.
 int settle_snapshot(MDB_env *lmdb, MDB_txn *txn, size_t &out_transaction) {
     constexpr int TRIES = 8;
     int error = 0;

@@ -124,13 +124,12 @@ int begin_writing() {
     constexpr timespec PAUSE = {0, 1'000'000};
     int error = begin_transaction();
     for (int i = 0; error == 0 && writer.is_limited && i < TRIES; ++i) {
-        abort_transaction();
         int dead_readers = 0;
         mdb_reader_check(environment.lmdb, &dead_readers);
-        const bool is_waiting = dead_readers == 0 && !environment.is_known_full;
-        if (is_waiting) nanosleep(&PAUSE, nullptr);
+        if (dead_readers == 0 && environment.is_known_full) break;
+        abort_transaction();
+        if (dead_readers == 0) nanosleep(&PAUSE, nullptr);
         error = begin_transaction();
-        if (!is_waiting && dead_readers == 0) break;
     }
     if (error == 0) environment.is_known_full = writer.is_limited;
     return error;

@@ -118,7 +118,7 @@ Run setup_set(CLI::App &command) {
     command.add_option("FIELD", options->field, "One of the fields below")->required()->type_name("");
     command
         .add_option("VALUE", options->value,
-                    "At most " + std::to_string(SARN_VALUE_MAX - 1) + " bytes; an empty text clears the field")
+                    "At most " + std::to_string(SARN_VALUE_MAX - 1) + " bytes; an empty text clears most of them")
         ->required()
         ->type_name("");
     add_producer(command, options->producer);

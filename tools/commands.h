@@ -14,7 +14,8 @@ class App;
 
 namespace tool {
 
-// Does the work after the arguments were accepted. May throw Refusal; then nothing is printed but its message.
+// Does the work after the arguments were accepted. May throw Refusal, whose message is then the last line, without any
+// output.
 using Run = std::function<ExitCode(Output &)>;
 
 // Declares the subcommand's own arguments, and returns what to run with them.

@@ -1,7 +1,5 @@
 // A producer's report of how a device is connected: network, rates, signal, access point. It writes to devices that
 // have a row and leaves their state alone.
-#include <string.h>
-
 #include "core/address_text.h"
 #include "core/bounded_text.h"
 #include "core/call.h"

@@ -1,5 +1,6 @@
-// A producer's report of what a device showed in its DHCP exchange and traffic: the one call that gives a new device a
-// row. It stores every text that says something, the state and the address, and stamps the row.
+// A producer's report of what a device showed in its DHCP exchange and traffic: the one report that gives a new device
+// a row. It stores the texts (an empty one clears interface and category and leaves the others), the state and the
+// address, and stamps the row.
 #include "core/address_text.h"
 #include "core/bounded_text.h"
 #include "core/call.h"

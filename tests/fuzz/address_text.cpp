@@ -1,4 +1,4 @@
-// Five places read addresses, each with a rule of its own: what the strict ones take the others take too.
+// Several places read addresses, each with a rule of its own: what the strict ones take the others take too.
 #include "core/address_text.h"
 
 #include <arpa/inet.h>

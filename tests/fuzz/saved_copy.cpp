@@ -1,7 +1,5 @@
 // A saved copy of any bytes: what is wrong is set aside and the store opens without it; what is whole is restored, and
 // saved and restored once more it is the same.
-#include <lmdb.h>
-
 #include <fstream>
 #include <map>
 

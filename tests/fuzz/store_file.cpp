@@ -1,7 +1,6 @@
 // A live store with damaged bytes: the check lets nothing through on which the store then fails.
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "fuzz.h"
 #include "platform/kora.h"

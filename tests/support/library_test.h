@@ -1,4 +1,4 @@
-// A started library on a fake store, and short ways to put devices into it.
+// A library on a fake store, and short ways to put devices into it.
 #ifndef SARN_TESTS_LIBRARY_TEST_H
 #define SARN_TESTS_LIBRARY_TEST_H
 
