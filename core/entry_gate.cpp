@@ -64,19 +64,19 @@ int32_t pass_entry_gate(const char *operation) { return log_sync_failure(operati
 
 bool is_entry_gate_open() { return !is_store_open() || is_build_current(); }
 
-bool is_entry_gate_passed(const char *operation) {
+bool go_through_gate(const char *operation) {
     if (is_entry_gate_open_now()) return true;
     const Exclusive hold(state_lock);
     return pass_entry_gate(operation) == SARN_OK;
 }
 
-bool is_rebuilt(const char *operation) {
+bool rebuild_first(const char *operation) {
     const Exclusive hold(state_lock);
     const bool is_nothing_new = !is_store_open() || (!is_build_running() && is_build_current());
     return log_sync_failure(operation, is_nothing_new ? SARN_OK : sync_global_data()) == SARN_OK;
 }
 
-bool is_entry_gate_passed_silently() {
+bool go_through_gate_silently() {
     if (is_entry_gate_open_now()) return true;
     const Exclusive hold(state_lock);
     return pass_entry_gate() == SARN_OK;

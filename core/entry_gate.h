@@ -25,11 +25,11 @@ bool is_entry_gate_open() SARN_REQUIRES_SHARED(state_lock);
 int32_t pass_entry_gate(const char *operation) SARN_REQUIRES(state_lock);
 
 // The gate of an operation whose work follows on a thread of its own.
-[[nodiscard]] bool is_entry_gate_passed(const char *operation) SARN_EXCLUDES(state_lock);
-[[nodiscard]] bool is_entry_gate_passed_silently() SARN_EXCLUDES(state_lock);
+[[nodiscard]] bool go_through_gate(const char *operation) SARN_EXCLUDES(state_lock);
+[[nodiscard]] bool go_through_gate_silently() SARN_EXCLUDES(state_lock);
 
 // A rebuild whatever the gate would say, for an operation that wants the newest rows.
-[[nodiscard]] bool is_rebuilt(const char *operation) SARN_EXCLUDES(state_lock);
+[[nodiscard]] bool rebuild_first(const char *operation) SARN_EXCLUDES(state_lock);
 
 // A MAC moved into or out of a row: tells the other processes to rebuild.
 void announce_row_change() SARN_REQUIRES(state_lock);

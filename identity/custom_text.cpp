@@ -38,7 +38,7 @@ int32_t store_custom_text(const CustomText &kind, display_request &request) {
 
 int32_t update_custom_text(const char *operation, const CustomText &kind, void *(*handler)(void *), const char *mac,
                            const char *text, int32_t length, int32_t producer_id) {
-    if (!is_entry_gate_passed(operation)) return SARN_ERR_REBUILD;
+    if (!go_through_gate(operation)) return SARN_ERR_REBUILD;
     display_request request = {};
     const int32_t filled = fill_display_request(request, kind.text, mac, text, length, producer_id);
     if (filled != SARN_OK) return filled;

@@ -27,7 +27,7 @@ int32_t accept_detail(device_detail_request &request);
 int32_t check_texts(const device_detail_record &record);
 int32_t store_detail(const device_detail_request &request);
 int32_t write_row_of(const device_detail_request &request) SARN_REQUIRES(state_lock);
-bool is_post_processed(const device_detail_request &request);
+bool derive_display(const device_detail_request &request);
 void notify_once(int32_t row) SARN_REQUIRES(state_lock);
 bool is_notified_meanwhile(int32_t row) SARN_REQUIRES(state_lock);
 void read_flag(Field field, int32_t row, uint8_t &flag) SARN_REQUIRES(state_lock);
@@ -63,7 +63,7 @@ int32_t store_detail(const device_detail_request &request) {
         return SARN_ERR_NO_ROW;
     }
     // The display operations run workers of their own, which need the lock.
-    const bool is_derived = is_post_processed(request);
+    const bool is_derived = derive_display(request);
 
     const Exclusive hold(state_lock);
     if (is_derived) {
@@ -97,7 +97,7 @@ int32_t write_row_of(const device_detail_request &request) {
     return end == GroupEnd::Dropped ? SARN_ERR_NO_ROW : row;
 }
 
-bool is_post_processed(const device_detail_request &request) {
+bool derive_display(const device_detail_request &request) {
     set_flag(FingPostProcessorName, 1);
     set_flag(FingPostProcessorType, 1);
     return post_process(update_recognised_type, MacText(request.record.mac).text, request.record.type, "",
@@ -143,7 +143,7 @@ int32_t update_device_detail(const device_detail_record *record, int32_t produce
     using namespace sarn;
     if (record == nullptr) return SARN_ERR_NULL_RECORD;
     const device_detail_request request = {*record, producer_id};
-    if (!is_rebuilt(__func__)) return SARN_ERR_REBUILD;
+    if (!rebuild_first(__func__)) return SARN_ERR_REBUILD;
     const WorkerResult worker = run_worker(update_device_detail_handler, &request);
     if (worker.error != 0) SARN_LOG(DetailThreadFailed, worker.error);
     return worker.status;

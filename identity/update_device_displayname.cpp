@@ -26,8 +26,8 @@ struct ComposedName {
 int32_t store_name(display_request &request);
 int32_t refuse();
 ComposedName compose_name(int32_t row, const char *mac) SARN_REQUIRES(state_lock);
-bool is_custom_name_written(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
-bool is_composed_name_written(int32_t row, const char *mac, ComposedName &composed) SARN_REQUIRES(state_lock);
+bool write_custom_name(int32_t row, const display_request &request) SARN_REQUIRES(state_lock);
+bool write_composed_name(int32_t row, const char *mac, ComposedName &composed) SARN_REQUIRES(state_lock);
 
 int32_t store_name(display_request &request) {
     const int32_t checked = check_identity_caller(request.producer_id);
@@ -40,10 +40,10 @@ int32_t store_name(display_request &request) {
     ComposedName composed = {};
     const BoundedText<MAC_TEXT_LENGTH> mac(request.mac);
     if (!has_groups()) composed = compose_name(row, mac.text);
-    if (is_set(FingPostProcessorName)) return is_composed_name_written(row, mac.text, composed) ? SARN_OK : refuse();
-    if (!is_custom_name_written(row, request)) return refuse();
+    if (is_set(FingPostProcessorName)) return write_composed_name(row, mac.text, composed) ? SARN_OK : refuse();
+    if (!write_custom_name(row, request)) return refuse();
     // The custom name is written and announced: a device that is removed just now does not take that back.
-    (void)is_composed_name_written(row, mac.text, composed);
+    (void)write_composed_name(row, mac.text, composed);
     return SARN_OK;
 }
 
@@ -74,7 +74,7 @@ ComposedName compose_name(int32_t row, const char *mac) {
 }
 
 // False when the row no longer holds the device.
-bool is_custom_name_written(int32_t row, const display_request &request) {
+bool write_custom_name(int32_t row, const display_request &request) {
     const BoundedText<sizeof request.display_name - 1> name(request.display_name);
     const bool is_announced = is_change_announced(request.producer_id);
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
@@ -90,7 +90,7 @@ bool is_custom_name_written(int32_t row, const display_request &request) {
 
 // A group of its own: the notice of the custom name is logged between the two. In a group the name is composed of what
 // nobody changes meanwhile.
-bool is_composed_name_written(int32_t row, const char *mac, ComposedName &composed) {
+bool write_composed_name(int32_t row, const char *mac, ComposedName &composed) {
     return write_group([&]() SARN_REQUIRES(state_lock) {
                if (!holds_known_device(row)) return false;
                if (has_groups()) composed = compose_name(row, mac);
@@ -105,7 +105,7 @@ bool is_composed_name_written(int32_t row, const char *mac, ComposedName &compos
 
 int32_t update_device_displayname(const char *mac, const char *name, int32_t length, int32_t producer_id) {
     using namespace sarn;
-    if (!is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    if (!go_through_gate(__func__)) return SARN_ERR_REBUILD;
     display_request request = {};
     const int32_t filled =
         fill_display_request(request, &display_request::display_name, mac, name, length, producer_id);

@@ -100,7 +100,7 @@ bool is_notice_due(const TypeChange &change) {
 }
 
 int32_t change_type(void *(*handler)(void *), const char *mac, const char *type, int32_t length, int32_t producer_id) {
-    if (!is_entry_gate_passed("update_device_displaytype")) return SARN_ERR_REBUILD;
+    if (!go_through_gate("update_device_displaytype")) return SARN_ERR_REBUILD;
     display_request request = {};
     const int32_t filled = fill_display_request(request, &display_request::type, mac, type, length, producer_id);
     if (filled != SARN_OK) return filled;

@@ -40,7 +40,7 @@ Reader *look_before_changes() {
 }
 
 Result begin_writing_group(void *handle) {
-    if (!is_usable()) return FAILED;
+    if (!make_usable()) return FAILED;
     pthread_mutex_lock(&writing);
     const bool has_handle = is_open(handle);
     const int error = has_handle ? begin_writing() : 0;

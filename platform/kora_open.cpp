@@ -89,7 +89,7 @@ void close_store() {
 }
 
 // True at most once in a tick of the coarse clock, some milliseconds: looking takes longer than an operation does.
-bool is_look_due() {
+bool claim_look() {
     static std::atomic<int64_t> last{0};
     timespec now;
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -147,7 +147,7 @@ uintptr_t open_handle(Refusal &out_why) {
 
 }  // namespace
 
-bool is_usable() {
+bool make_usable() {
     if (!is_to_be_opened.load(std::memory_order_acquire)) return true;
     Refusal why;
     bool is_opened = true;
@@ -163,7 +163,7 @@ bool is_usable() {
 }
 
 void look_after_file(const void *handle) {
-    if (!is_look_due() || !is_replaced(handle)) return;
+    if (!claim_look() || !is_replaced(handle)) return;
     Refusal found, why;
     {
         const TriedLock lock(opening);

@@ -56,7 +56,7 @@ inline bool is_open(const void *handle) {
 }
 
 // After fork the child's first operation opens the store again; false, and logged once, when that fails.
-bool is_usable();
+bool make_usable();
 
 // Opens the store again when its file was removed or replaced meanwhile; looks at most every few milliseconds. Waits
 // for no writer: while one is at it, the next look opens.

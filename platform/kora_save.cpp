@@ -28,7 +28,7 @@ pthread_mutex_t saving = PTHREAD_MUTEX_INITIALIZER;
 std::atomic<int> locked_folder{-1};
 
 // A failure lasts: flash that is full or worn out. It is told once, until a save succeeds or fails in another way.
-bool is_news(const Refusal &why) {
+bool note_if_new(const Refusal &why) {
     static std::atomic<uint32_t> last{0};
     const uint32_t text = checksum(0, why.text, strlen(why.text));
     return last.exchange(text, std::memory_order_relaxed) != text && why.text[0] != '\0';
@@ -120,7 +120,7 @@ SaveEnd save_now(const void *handle, bool is_waiting) {
     clear_save_pending();  // before the snapshot: what is decided from now on may not be in it
     SaveEnd end = save_store(handle, is_waiting);
     if (end.result != DONE) set_save_pending(save_clock() + PAUSE);
-    if (!is_news(end.why)) end.why.text[0] = '\0';
+    if (!note_if_new(end.why)) end.why.text[0] = '\0';
     return end;
 }
 
@@ -155,7 +155,7 @@ Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusa
     if (!open_folder(saved_path, folder, why)) {
         const bool is_absent = is_absence(errno);
         if (!is_absent) refuse(out_why, "%.500s", why.text);
-        if (is_absent && is_news(why)) note(out_why, "%.500s", why.text);
+        if (is_absent && note_if_new(why)) note(out_why, "%.500s", why.text);
         return is_absent ? Search::Nothing : Search::OutOfReach;
     }
     if (!is_same_folder(folder, store_folder) && !lock_folder(saved_path, folder, true, why)) {
@@ -163,7 +163,7 @@ Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusa
             refuse(out_why, "%.500s", why.text);
             return Search::OutOfReach;
         }
-        if (is_news(why)) note(out_why, "%.500s", why.text);
+        if (note_if_new(why)) note(out_why, "%.500s", why.text);
     }
     return read_saved_copy(folder, saved_path, out_image, out_why);
 }
@@ -187,7 +187,7 @@ uint64_t save_clock() {
 uint64_t next_save(uint64_t last, uint64_t now) { return last > now ? now : last + PAUSE; }
 
 void save_by_itself(const void *handle) {
-    if (!is_usable() || pthread_mutex_trylock(&saving) != 0) {
+    if (!make_usable() || pthread_mutex_trylock(&saving) != 0) {
         set_save_pending(save_clock() + PAUSE);
         return;
     }
@@ -209,7 +209,7 @@ void forget_save() {
 extern "C" int32_t kora_save(void *handle) {
     using namespace kora;
     if (is_in_group() || !is_open(handle)) return REFUSED;
-    if (!is_usable()) return FAILED;
+    if (!make_usable()) return FAILED;
     pthread_mutex_lock(&saving);
     const SaveEnd end = save_now(handle, true);
     pthread_mutex_unlock(&saving);

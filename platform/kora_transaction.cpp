@@ -45,7 +45,7 @@ Result write_alone(const void *handle, Place place, Bytes value) {
 }  // namespace
 
 Result enter_snapshot(const void *handle, Reader *&out_reader) {
-    if (!is_usable()) return FAILED;
+    if (!make_usable()) return FAILED;
     Reader &reader = take_reader();
     if (!is_open(handle)) {
         give_reader(reader);

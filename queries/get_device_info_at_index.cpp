@@ -29,7 +29,7 @@ int32_t fill_record(device_info_request &request) {
 }  // namespace sarn
 
 int32_t get_device_info_at_index(device_info *record, uint32_t index) {
-    if (!sarn::is_entry_gate_passed_silently()) return SARN_ERR_REBUILD;
+    if (!sarn::go_through_gate_silently()) return SARN_ERR_REBUILD;
     const device_info_request request = {record, index};
     const sarn::WorkerResult worker = sarn::run_worker(get_device_info_handler, &request);
     if (worker.error != 0) SARN_LOG(QueryThreadFailed, worker.error);

@@ -39,7 +39,7 @@ int32_t fill_record(device_info_mac_request &request) {
 
 int32_t get_device_info_by_mac(device_info *record, const char *mac) {
     using namespace sarn;
-    if (!is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    if (!go_through_gate(__func__)) return SARN_ERR_REBUILD;
     if (mac == nullptr || !mac_sanity_check(mac)) return SARN_ERR_MAC;
     device_info_mac_request request = {record, {}};
     memcpy(request.mac, mac, strnlen(mac, sizeof request.mac));

@@ -204,7 +204,7 @@ int32_t sarn_update_table_field(const char *mac, int32_t field_code, const void 
     memcpy(request.value, value, strnlen(static_cast<const char *>(value), static_cast<size_t>(length)));
     request.length = length;
     request.producer_id = producer_id;
-    if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    if (!sarn::go_through_gate(__func__)) return SARN_ERR_REBUILD;
     const sarn::WorkerResult worker = sarn::run_worker(sarn_update_table_field_handler, &request);
     if (worker.error != 0) SARN_LOG(FieldThreadFailed, worker.error);
     return worker.status;

@@ -19,7 +19,7 @@ namespace {
 int32_t accept_connection(connected_device_request &request);
 int32_t check_texts(const connected_device_record &record);
 int32_t store_connection(const connected_device_record &record);
-bool is_stored_beside_readers(const char *mac, const connected_device_record &record);
+bool store_beside_readers(const char *mac, const connected_device_record &record);
 GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
 void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
 
@@ -47,7 +47,7 @@ int32_t store_connection(const connected_device_record &record) {
     MacText mac(record.mac);
     upper_case(mac.text, sizeof record.mac);
 
-    if (is_stored_beside_readers(mac.text, record)) return SARN_OK;
+    if (store_beside_readers(mac.text, record)) return SARN_OK;
     const Exclusive hold(state_lock);
     int32_t row = 0;
     if (!check_mac_pre_existing(mac.text, &row) || write_row(row, record) == GroupEnd::Dropped) {
@@ -59,7 +59,7 @@ int32_t store_connection(const connected_device_record &record) {
 }
 
 // Nothing changes but the device's row in the store.
-bool is_stored_beside_readers(const char *mac, const connected_device_record &record) {
+bool store_beside_readers(const char *mac, const connected_device_record &record) {
     const Shared hold(state_lock);
     const int32_t row = find_known_row(mac);
     if (!is_row(row)) return false;
@@ -91,7 +91,7 @@ void write_texts(int32_t row, const connected_device_record &record) {
 int32_t update_connected_device_info(const connected_device_record *record, int32_t producer_id) {
     if (record == nullptr) return SARN_ERR_NULL_RECORD;
     const connected_device_request request = {*record, producer_id};
-    if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    if (!sarn::go_through_gate(__func__)) return SARN_ERR_REBUILD;
     const sarn::WorkerResult worker = sarn::run_worker(update_connected_device_info_handler, &request);
     if (worker.error != 0) SARN_LOG(ConnectionThreadFailed, worker.error);
     return worker.status;

@@ -22,7 +22,7 @@ namespace {
 int32_t accept_report(signature_request &request);
 int32_t check_texts(const signature_record &record);
 int32_t store_report(signature_request &request);
-bool is_stored_beside_readers(signature_request &request);
+bool store_beside_readers(signature_request &request);
 using StateStep = void (*)(int32_t row, const char *state);
 void write_state(int32_t row, const char *state) SARN_REQUIRES_SHARED(state_lock);
 void write_state_and_note(int32_t row, const char *state) SARN_REQUIRES(state_lock);
@@ -60,7 +60,7 @@ int32_t check_texts(const signature_record &record) {
 }
 
 int32_t store_report(signature_request &request) {
-    if (is_stored_beside_readers(request)) return SARN_OK;
+    if (store_beside_readers(request)) return SARN_OK;
     const Exclusive hold(state_lock);
     int32_t row = SARN_ERR_NO_ROW;
     // Another process may remove the device between the look-up and the write: then it is a new one.
@@ -77,7 +77,7 @@ int32_t store_report(signature_request &request) {
 }
 
 // The report of a device that is known and neither was nor is offline: nothing changes but its row in the store.
-bool is_stored_beside_readers(signature_request &request) {
+bool store_beside_readers(signature_request &request) {
     const Shared hold(state_lock);
     const int32_t row = find_known_row(request.record.mac);
     if (!is_row(row) || has_row(offline_bitmap, row) || is_offline_state(request.record.state)) return false;
@@ -129,7 +129,7 @@ void write_state_and_note(int32_t row, const char *state) {
 int32_t update_device_signature(const signature_record *record, int32_t producer_id) {
     if (record == nullptr) return SARN_ERR_NULL_RECORD;
     signature_request request = {*record, producer_id};
-    if (!sarn::is_entry_gate_passed(__func__)) return SARN_ERR_REBUILD;
+    if (!sarn::go_through_gate(__func__)) return SARN_ERR_REBUILD;
     const sarn::WorkerResult worker = sarn::run_worker(update_device_signature_handler, &request);
     if (worker.error != 0) SARN_LOG(SignatureThreadFailed, worker.error);
     return worker.status;
