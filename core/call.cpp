@@ -1,14 +1,21 @@
 #include "core/call.h"
 
-#include <dlfcn.h>
 #include <pthread.h>
 
 #include "core/locks.h"
 #include "include/sarn.h"
 
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
+#include <execinfo.h>
+#endif
+
 namespace sarn {
 
 namespace {
+
+#if !defined(__GLIBC__) || defined(__UCLIBC__)
+int backtrace(void **, int) { return 0; }  // nothing is loaded there
+#endif
 
 struct Call {
     const void *request;
@@ -34,10 +41,10 @@ void unlink_call(const Call &call) {
 
 }  // namespace
 
+// The one public function that loads it where pthread_exit looks, so that not even the loader's lock is taken later.
 void load_unwinder() {
-#ifdef __GLIBC__
-    (void)dlopen("libgcc_s.so.1", RTLD_NOW);
-#endif
+    void *frame = nullptr;
+    (void)backtrace(&frame, 1);
 }
 
 // Another thread of the parent may have held the lock at the fork.
