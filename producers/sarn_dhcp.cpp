@@ -41,6 +41,7 @@ constexpr char USAGE[] =
 
 constexpr size_t CAUSE_SIZE = 256;
 char cause[CAUSE_SIZE];
+bool is_cause_the_stores = false;
 
 // One line, client bytes escaped, in one write so that the lines of several processes do not mix.
 int fail(Exit status, int argc, const char *const *argv, const char *reason) {
@@ -192,9 +193,12 @@ int report_event(const Event &event, bool has_device, int argc, const char *cons
 }  // namespace
 
 // The library logs through its host. dnsmasq copies every line of the hook to the system's log, so only the first
-// refusal of a failing step is kept, to be told in the one line that the hook writes.
-extern "C" void log_printf(int32_t level, const char * /*file*/, int32_t /*line*/, const char *format, ...) {
-    if (level < REFUSAL_LEVEL || cause[0] != '\0') return;
+// refusal of a failing step is kept, to be told in the one line that the hook writes. But the store tells what it met
+// on the way before it tells why it refuses.
+extern "C" void log_printf(int32_t level, const char *file, int32_t /*line*/, const char *format, ...) {
+    const bool is_the_stores = strcmp(file, "kora") == 0;
+    if (level < REFUSAL_LEVEL || (cause[0] != '\0' && !(is_the_stores && is_cause_the_stores))) return;
+    is_cause_the_stores = is_the_stores;
     va_list values;
     va_start(values, format);
     vsnprintf(cause, sizeof cause, format, values);
