@@ -706,7 +706,7 @@ extern SARN_API device_type_row Newtypestorage[SARN_DEVICE_TYPE_ROWS];
 extern SARN_API int32_t __log_to_console;    /* 1 */
 extern SARN_API int32_t __log_level;         /* 1 */
 extern SARN_API int32_t __log_to_file;       /* 0 */
-extern SARN_API const char *__log_file_name; /* "/tmp/sarnlog" */
+extern SARN_API const char *__log_file_name; /* "/tmp/sarnlog"; which files it may be, the logger's header says */
 
 #ifdef __cplusplus
 }

@@ -163,8 +163,9 @@ bool check_mapping(const Folder &folder, const StorePath &path, Environment &env
     if (info.me_mapsize != STORE_SIZE) {
         return refuse(out_why, "store %.300s: says that it is longer than its file: damaged", path.text);
     }
-    if (fstat(environment.claim_fd, &ours) != 0 || fstat(fd, &mapped) != 0 || ours.st_dev != mapped.st_dev ||
-        ours.st_ino != mapped.st_ino) {
+    if (fstat(environment.claim_fd, &ours) != 0 || fstat(fd, &mapped) != 0)
+        return refuse_for(path, out_why, "cannot be looked at", errno);
+    if (ours.st_dev != mapped.st_dev || ours.st_ino != mapped.st_ino) {
         return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
     }
     fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves this one open in programs that the process starts
@@ -227,6 +228,7 @@ void forget_environment(Environment &environment) {
 
 void drop_environment(Environment &environment) {
     if (environment.lmdb != nullptr) mdb_env_close(environment.lmdb);
+    give_up_claim(environment.claim_fd);
     forget_environment(environment);
 }
 
@@ -268,6 +270,7 @@ void close_environment(const StorePath &path, Environment &environment) {
     if (enter_folder(path, folder, ignored)) {
         drop_environment(environment);
     } else {
+        give_up_claim(environment.claim_fd);
         forget_environment(environment);
     }
 }

@@ -67,14 +67,15 @@ bool is_beside(const StorePath &one, const StorePath &other) {
 bool is_default_store(const StorePath &path) {
     StorePath usual;
     Refusal ignored;
+    if (strcmp(path.text, KORA_DEFAULT_STORE) == 0) return true;
     return read_path(KORA_DEFAULT_STORE, path.what, usual, ignored) && is_suffixed(usual, suffix::NONE, path) &&
            is_beside(usual, path);
 }
 
 bool would_overwrite(const StorePath &saved, const StorePath &store) {
     if (!is_beside(saved, store)) return false;
-    for (const char *end : {suffix::NONE, suffix::FRESH, suffix::BEFORE, suffix::ASIDE, suffix::BEFORE_ASIDE,
-                            suffix::LOCK, suffix::WRITER}) {
+    for (const char *end : {suffix::NONE, suffix::FRESH, suffix::BEFORE, suffix::OTHER, suffix::ASIDE,
+                            suffix::BEFORE_ASIDE, suffix::LOCK, suffix::WRITER}) {
         if (is_suffixed(store, end, saved) || is_suffixed(saved, end, store)) return true;
     }
     return false;
@@ -88,6 +89,8 @@ void make_folder(const StorePath &path) {
     open_folder(path, folder, ignored);
 }
 
+bool is_unknown_call(int error) { return error == EOPNOTSUPP || error == ENOSYS; }
+
 // The room without the size, since LMDB begins a new store in empty files alone. A file system that knows no such thing
 // is met when the file is reserved whole.
 bool reserve_ahead(int fd) {
@@ -96,7 +99,7 @@ bool reserve_ahead(int fd) {
     errno = EINTR;
     for (int i = 0; i < RESERVE_TRIES && result != 0 && errno == EINTR; ++i)
         result = fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, STORE_SIZE);
-    return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
+    return result == 0 || is_unknown_call(errno);
 }
 
 // What glibc does by itself where a file system cannot reserve. From the end on: others use the first bytes of a mark.
@@ -123,12 +126,11 @@ Folder::~Folder() {
     close(fd);
 }
 
-bool share_with_group(const Folder &folder, int fd) {
+void share_with_group(const Folder &folder, int fd) {
     struct stat file, around;
-    const bool is_known = fstat(fd, &file) == 0 && fstat(folder.fd, &around) == 0;
-    const bool has_group = is_known && (file.st_gid == around.st_gid || fchown(fd, file.st_uid, around.st_gid) == 0);
-    const bool has_rights = fchmod(fd, FILE_MODE) == 0;
-    return has_group && has_rights;
+    (void)fchmod(fd, FILE_MODE);
+    if (fstat(fd, &file) != 0 || fstat(folder.fd, &around) != 0 || file.st_gid == around.st_gid) return;
+    [[maybe_unused]] const int is_refused = fchown(fd, file.st_uid, around.st_gid);
 }
 
 bool is_size_allowed(off_t size) {
@@ -139,11 +141,13 @@ bool is_size_allowed(off_t size) {
 }
 
 bool reserve(const Folder &folder, int fd, off_t size) {
-    (void)share_with_group(folder, fd);  // those of another user's file a member may not change, and need not
-    if (!is_size_allowed(size)) return false;
+    struct stat file;
+    share_with_group(folder, fd);
+    const bool has_size = fstat(fd, &file) == 0 && file.st_size >= size;
+    if (!has_size && !is_size_allowed(size)) return false;
     errno = EINTR;
     for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
-    return errno == 0 || (errno == EOPNOTSUPP && fill_up(fd, size));
+    return errno == 0 || (is_unknown_call(errno) && fill_up(fd, size));
 }
 
 StandardDescriptors::StandardDescriptors() {
@@ -191,6 +195,7 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
         const int error = errno;
         note(out_why, "%s %.300s%s: %s, and cannot be set aside: %s", path.what, path.text, suffix, reason,
              strerror(error));
+        errno = error;
         return false;
     }
     note(out_why, "%s %.300s%s: %s; set aside as %.100s", path.what, path.text, suffix, reason, aside.text);

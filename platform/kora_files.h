@@ -19,7 +19,8 @@ inline constexpr off_t STORE_SIZE = off_t{8} << 20;
 namespace suffix {
 inline constexpr char NONE[] = "";
 inline constexpr char FRESH[] = ".new";
-inline constexpr char BEFORE[] = ".1";  // of the saved copy
+inline constexpr char BEFORE[] = ".1";     // of the saved copy
+inline constexpr char OTHER[] = ".other";  // the saved copy of another list
 inline constexpr char ASIDE[] = "~";
 inline constexpr char BEFORE_ASIDE[] = ".1~";
 inline constexpr char LOCK[] = "-lock";
@@ -64,7 +65,7 @@ bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
 // Belongs to root, to this user, or lies where only the group may write.
 bool is_owner_trusted(const Folder &folder, const struct stat &file);
 
-// Moves the file to its name with "~" behind and notes why.
+// Moves the file to its name with "~" behind and notes why. Leaves errno when it cannot.
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why);
 
 // Gives the room of the store that was set aside to a new one; false when there was none.
@@ -81,9 +82,9 @@ bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int e
 
 inline constexpr mode_t FILE_MODE = 0660;
 
-// Gives a file that was just made the folder's group and that group's rights, whatever the group and umask of who
-// happens to come first. False when it lacks either, as another user's file may.
-bool share_with_group(const Folder &folder, int fd);
+// Gives a file the folder's group and that group's rights, whatever the group and umask of who happens to come first.
+// Of another user's file a member may change neither, and need not.
+void share_with_group(const Folder &folder, int fd);
 
 // Gives the file its size, and the rights that the group needs.
 bool reserve(const Folder &folder, int fd, off_t size);

@@ -13,7 +13,7 @@ namespace {
 static_assert(sizeof FORMAT_MAGIC == sizeof Format::magic + 1);
 // For what the fingerprint of the schema does not cover: how entries and their checks are made (but those of the format
 // itself), and by which rule the change number moves.
-constexpr uint32_t VERSION = 4;
+constexpr uint32_t VERSION = 5;
 constexpr char BOOT_ID[] = "/proc/sys/kernel/random/boot_id";
 
 }  // namespace

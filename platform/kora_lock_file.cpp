@@ -58,6 +58,13 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
     return refuse(out_why, "store %.300s: another copy of this library has it open in process %d", path.text, getpid());
 }
 
+void give_up_claim(int fd) {
+    struct flock all = {};
+    all.l_type = F_UNLCK;
+    all.l_whence = SEEK_SET;
+    if (fd >= 0) (void)fcntl(fd, F_OFD_SETLK, &all);
+}
+
 int find_lock_file(const Folder &folder, const StorePath &path, int near) {
     constexpr int OPENED_MEANWHILE = 64;  // by other threads
     struct stat wanted, found;

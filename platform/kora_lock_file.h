@@ -11,6 +11,10 @@ namespace kora {
 // this library: two would undo each other's locks.
 bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusal &out_why);
 
+// Gives that up where this process closes its store. To close the descriptor is not enough: a program that another
+// thread is just starting has a copy of it.
+void give_up_claim(int fd);
+
 // The lock file, with room for every reader; made anew by the first user, or checked where it cannot be
 // removed.
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);

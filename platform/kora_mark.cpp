@@ -19,7 +19,9 @@ std::atomic<int32_t> *map_mark(const Folder &folder, const StorePath &path) {
     if (fd < 0) return nullptr;
     struct stat status;
     void *page = MAP_FAILED;
-    const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= MARK_SIZE;
+    // A second name may be that of somebody else's file, which is not to get the group's rights.
+    const bool is_file =
+        fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_size <= MARK_SIZE;
     if (is_file && is_owner_trusted(folder, status) && reserve(folder, fd, MARK_SIZE)) {
         page = mmap(nullptr, MARK_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     }

@@ -13,7 +13,6 @@ enum class CopyState : uint8_t { Whole, Absent, Unreadable, OfAnotherList, Forei
 
 const char *reason_of(CopyState state) {
     switch (state) {
-        case CopyState::OfAnotherList: return "of another list";
         case CopyState::Foreign: return "not a saved copy of this system";
         case CopyState::Newer: return "of a newer version";
         default: return "damaged";
@@ -76,7 +75,7 @@ bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &
     unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
     const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
-    (void)share_with_group(folder, fd);
+    share_with_group(folder, fd);
     const bool is_written = is_size_allowed(static_cast<off_t>(image.size)) && write_all(fd, image) && fsync(fd) == 0;
     const int error = errno;
     close(fd);
@@ -99,27 +98,56 @@ CopyState look_at_last_copy(const Folder &folder, const StorePath &path, const I
     return is_known ? state : CopyState::OfAnotherList;
 }
 
+// Under both names until the image takes its own, so that a cut in between loses nothing; moved where a file system has
+// no second names. The first such copy stays: at each start there may be a list that began without it.
+bool keep_other_list(const Folder &folder, const StorePath &path, Refusal &out_why) {
+    const FileName kept = name_with(path, suffix::OTHER);
+    const bool is_linked = linkat(folder.fd, path.file_name(), folder.fd, kept.text, 0) == 0;
+    if (!is_linked && errno == EEXIST) return move(folder, path, suffix::NONE, suffix::BEFORE, out_why);
+    if (!is_linked && !move(folder, path, suffix::NONE, suffix::OTHER, out_why)) return false;
+    note(out_why, "%s %.300s: of another list; kept as %.100s", path.what, path.text, kept.text);
+    return true;
+}
+
+// What is damaged is not waited for; what is no copy may be somebody's, and a newer version's is whole.
+bool set_last_aside(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
+    if (set_aside(folder, path, suffix::NONE, reason_of(last), out_why) || last == CopyState::Damaged) return true;
+    out_why.note_count = 0;  // a refusal is told once
+    return refuse_for(path, out_why, "what lies in its place cannot be set aside", errno);
+}
+
+bool make_way(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
+    switch (last) {
+        case CopyState::Absent: return true;
+        case CopyState::Whole:
+        case CopyState::Unreadable: return move(folder, path, suffix::NONE, suffix::BEFORE, out_why);
+        case CopyState::OfAnotherList: return keep_other_list(folder, path, out_why);
+        default: return set_last_aside(folder, path, last, out_why);
+    }
+}
+
 // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
 bool put_in_place(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
-    const bool is_kept = last == CopyState::Whole || last == CopyState::Unreadable;
-    if (is_kept && !move(folder, path, suffix::NONE, suffix::BEFORE, out_why)) return false;
-    if (!is_kept && last != CopyState::Absent) set_aside(folder, path, suffix::NONE, reason_of(last), out_why);
-    return move(folder, path, suffix::FRESH, suffix::NONE, out_why);
+    return make_way(folder, path, last, out_why) && move(folder, path, suffix::FRESH, suffix::NONE, out_why);
 }
 
-// The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. What
-// cannot be opened or synced may be another user's.
-void sync_name_of(const Folder &folder) {
+// Some file systems have no such thing, and on others nothing can have changed.
+bool sync(int folder) { return fsync(folder) == 0 || errno == EINVAL || errno == EROFS; }
+
+// The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. One that
+// cannot be opened is another user's.
+bool sync_name_of(const Folder &folder) {
     const int parent = openat(folder.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (parent < 0) return;
-    (void)fsync(parent);
+    if (parent < 0) return true;
+    const bool is_synced = sync(parent);
+    const int error = errno;
     close(parent);
+    errno = error;
+    return is_synced;
 }
 
-// Some file systems have no such thing.
 bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) {
-    sync_name_of(folder);
-    return fsync(folder.fd) == 0 || errno == EINVAL || refuse_for(path, out_why, "its folder cannot be synced", errno);
+    return (sync_name_of(folder) && sync(folder.fd)) || refuse_for(path, out_why, "its folder cannot be synced", errno);
 }
 
 }  // namespace
@@ -144,6 +172,9 @@ bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &
     Image last;
     const CopyState state = look_at_last_copy(folder, path, image, last);
     const bool says_the_same = state == CopyState::Whole && digest_of(last) == digest_of(image);
+    // Perhaps of another list, and then not to be pushed out.
+    if (state == CopyState::Unreadable && beginning_of(image) != FROM_A_COPY)
+        return refuse_for(path, out_why, "the last one cannot be read", errno);
     // It may have been cut off before it came so far.
     if (says_the_same && sync_folder(folder, path, out_why)) return true;
     out_why.text[0] = '\0';

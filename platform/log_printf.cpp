@@ -1,10 +1,14 @@
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <pthread.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "kora.h"
@@ -83,31 +87,74 @@ void cut_line_end(char *message) {
     message[length] = '\0';
 }
 
+// The kernel sends a signal to the thread whose write would pass the process's limit of a file's size, and others may
+// write the same file meanwhile: a log line is no reason to end the process.
+class LimitSignal {
+public:
+    LimitSignal() {
+        rlimit limit;
+        is_held_off_ = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+        if (!is_held_off_) return;
+        sigset_t pending;
+        sigemptyset(&signal_);
+        sigaddset(&signal_, SIGXFSZ);
+        is_hosts_ = sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ) == 1;
+        pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    }
+    ~LimitSignal() {
+        if (is_held_off_) pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    LimitSignal(const LimitSignal &) = delete;
+    LimitSignal &operator=(const LimitSignal &) = delete;
+
+    void take_back() const {
+        constexpr timespec AT_ONCE = {};
+        if (is_held_off_ && !is_hosts_) sigtimedwait(&signal_, nullptr, &AT_ONCE);
+    }
+
+private:
+    bool is_held_off_ = false;
+    bool is_hosts_ = false;
+    sigset_t signal_ = {}, before_ = {};
+};
+
 // One write a line, so that lines of several threads and processes do not mix. A log that cannot be written is no
 // reason to fail the call that logs.
 void write_line(int fd, const Line &line) {
-    while (write(fd, line.bytes, line.length) < 0 && errno == EINTR) {
+    LimitSignal signal;
+    while (write(fd, line.bytes, line.length) < 0) {
+        if (errno == EFBIG) signal.take_back();
+        if (errno != EINTR) return;
     }
 }
 
+// By root or oneself, or where not everyone may lay files.
+bool is_owner_trusted(const char *name, const struct stat &file) {
+    if (file.st_uid == geteuid() || file.st_uid == 0) return true;
+    char folder[PATH_MAX];
+    struct stat status;
+    const char *slash = strrchr(name, '/');
+    const int length = slash != nullptr ? static_cast<int>(slash - name) : 0;
+    snprintf(folder, sizeof folder, "%.*s%s", length, name, slash != nullptr ? "/" : ".");
+    return stat(folder, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+}
+
 // The folder may be one that everyone may write: what another user laid there is left alone, and so is a pipe, or a
-// file that has a second name somewhere. Nor may a line that would pass the process's limit end it.
-bool may_be_written(int fd, const Line &line) {
+// file that has a second name somewhere.
+bool may_be_written(int fd, const char *name) {
     struct stat file;
-    rlimit limit;
-    if (fstat(fd, &file) != 0 || getrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
-    return S_ISREG(file.st_mode) && file.st_nlink == 1 && (file.st_uid == geteuid() || file.st_uid == 0) &&
-           static_cast<rlim_t>(file.st_size) + line.length <= limit.rlim_cur;
+    return fstat(fd, &file) == 0 && is_owner_trusted(name, file) &&
+           (S_ISCHR(file.st_mode) || (S_ISREG(file.st_mode) && file.st_nlink == 1));
 }
 
 void write_to_file(const Line &line) {
     const char *name = &__log_file_name != nullptr ? __log_file_name : nullptr;
     if (name == nullptr) return;
     // Never through a link, never waiting on a pipe's reader.
-    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     const int fd = open(name, flags, LOG_FILE_MODE);
     if (fd < 0) return;
-    if (may_be_written(fd, line)) write_line(fd, line);
+    if (may_be_written(fd, name)) write_line(fd, line);
     close(fd);
 }
 

@@ -68,7 +68,10 @@ TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {
         {"a link", [&] { return symlink(target.c_str(), file.c_str()); }},
         {"a second name", [&] { return link(target.c_str(), file.c_str()); }},
         {"a pipe", [&] { return mkfifo(file.c_str(), 0600) == 0 ? open(file.c_str(), O_RDWR | O_NONBLOCK) : -1; }},
-        {"another's file", [&] { return rename(target.c_str(), file.c_str()) + chown(file.c_str(), 4321, 0); }},
+        {"another's file",
+         [&] {
+             return chmod(folder.c_str(), 01777) + rename(target.c_str(), file.c_str()) + chown(file.c_str(), 4321, 0);
+         }},
     };
     for (const auto &[what, lay_there] : others) {
         if (geteuid() != 0 && &what == &std::rbegin(others)->first) continue;  // only root gives files away

@@ -2,6 +2,8 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 
 #include <random>
 
@@ -87,6 +89,27 @@ TEST_F(Open, FilesAreOfTheFoldersGroupWhoeverComesFirst) {
     }
 }
 
+TEST_F(Open, AFileWithASecondNameIsNeitherSharedNorWritten) {
+    const std::string other = folder + "/somebody's";
+    write_file(other, "secret");
+    ASSERT_EQ(chmod(other.c_str(), 0600) + link(other.c_str(), (path + "-writer").c_str()), 0);
+    open();
+    EXPECT_EQ(set("a value"), 0);
+    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(other).permissions()), 0600U);
+    EXPECT_EQ(content_of(other), "secret");
+}
+
+// As a program that another thread is just starting has.
+TEST_F(Open, CopiesOfItsDescriptorsInAChildDoNotKeepItOut) {
+    open();
+    const auto child = static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr));
+    while (child == 0) syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);
+    close();
+    EXPECT_NE(handle = kora_init_ex(nullptr), nullptr);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
 TEST_F(Open, WhereNoRoomCanBeReservedTheFilesAreFilled) {
     faults::is_without_room = true;
     open();
@@ -109,7 +132,14 @@ TEST_F(Open, WhatTheProcessMayNotWriteIsRefusedAndDoesNotEndIt) {
     EXPECT_EQ(run_process(make), 0);
     EXPECT_FALSE(std::filesystem::exists(path + ".new"));
     open();
-    EXPECT_EQ(run_process([&] { return !may_write(10) || kora_save(handle) == 0 || set("a value") != 0; }), 0);
+    const std::string log = folder + "/log", full = "ten bytes.";
+    write_file(log, full);
+    const auto fail_to_save = [&] {
+        return !freopen(log.c_str(), "a", stderr) || !may_write(full.size()) || kora_save(handle) == 0 ||
+               set("a value") != 0;
+    };
+    EXPECT_EQ(run_process(fail_to_save), 0);
+    EXPECT_EQ(content_of(log), full);
     EXPECT_EQ(text(), "a value");
 }
 
