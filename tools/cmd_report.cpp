@@ -40,6 +40,15 @@ void require_needed(const Report &report, const ReportField &field, const std::v
                                       ", and not with an empty one");
 }
 
+// The library answers that the key is stored, and not whether the type that it leads to is.
+void want_type_of(const std::string &key, Wanted &wanted) {
+    for (const device_type_row &row : Newtypestorage) {
+        if (key != std::string_view(row.key, strnlen(row.key, sizeof row.key))) continue;
+        wanted.texts.push_back({&field_named("DeviceTypeQuorvex"), row.display});
+        return;
+    }
+}
+
 ExitCode send_report(const Report &report, const ReportOptions &options) {
     const std::string mac = require_mac(options.mac);
     std::vector<char> record(report.size);
@@ -52,6 +61,7 @@ ExitCode send_report(const Report &report, const ReportOptions &options) {
         text.copy(record.data() + field.offset, field.width - 1);
         if (!text.empty()) require_needed(report, field, options.texts);
         if (!text.empty() || field.is_cleared_by_empty) wanted.texts.push_back({field.shown, text});
+        if (field.shown == &field_named("DeviceTypeDPI") && !text.empty()) want_type_of(text, wanted);
         if (field.shown == &field_named("Devicestate")) wanted.may_be_gone = is_offline(text);
     }
     const Session session;
