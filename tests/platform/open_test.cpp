@@ -7,6 +7,7 @@
 
 #include <random>
 
+#include "platform/kora_fence.h"
 #include "tests/platform/support.h"
 
 namespace {
@@ -134,13 +135,14 @@ TEST_F(Open, WhatTheProcessMayNotWriteIsRefusedAndDoesNotEndIt) {
     open();
     const std::string log = folder + "/log", full = "ten bytes.";
     write_file(log, full);
+    const bool is_mapped = !kora::IS_UNDER_THREAD_SANITIZER;  // there writes go through the file
     const auto fail_to_save = [&] {
         return !freopen(log.c_str(), "a", stderr) || !may_write(full.size()) || kora_save(handle) == 0 ||
-               set("a value") != 0;
+               (is_mapped && set("a value") != 0);
     };
     EXPECT_EQ(run_process(fail_to_save), 0);
     EXPECT_EQ(content_of(log), full);
-    EXPECT_EQ(text(), "a value");
+    EXPECT_EQ(text(), is_mapped ? "a value" : "");
 }
 
 TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
