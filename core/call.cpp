@@ -7,15 +7,13 @@
 
 #if defined(__GLIBC__) && !defined(__UCLIBC__)
 #include <execinfo.h>
+#else
+static int backtrace(void **, int) { return 0; }  // nothing is loaded there
 #endif
 
 namespace sarn {
 
 namespace {
-
-#if !defined(__GLIBC__) || defined(__UCLIBC__)
-int backtrace(void **, int) { return 0; }  // nothing is loaded there
-#endif
 
 struct Call {
     const void *request;

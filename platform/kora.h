@@ -24,6 +24,9 @@
 extern "C" {
 #endif
 
+/* What the store says of itself is logged under this name. */
+#define KORA_LOG_SOURCE "kora"
+
 /* The longest text that a field holds, in bytes, its NUL not counted. */
 enum { KORA_TEXT_MAX = 256 };
 
@@ -134,8 +137,7 @@ int32_t kora_string2ipv4(const char *text, uint8_t four[4]);
  * when it has more than 2,047 bytes, or the line more than 4,091 with what is escaped. Control bytes are shown escaped.
  * Obeys the four controls that libsarn.so exports where the program, or what it loads, is linked with both libraries:
  * __log_to_console (to stderr), __log_to_file with __log_file_name (a device, or a file of one name; in a folder that
- * everyone may write, of root or this user), and
- * __log_level, the lowest level shown. Thread-safe.
+ * everyone may write, of root or this user), and __log_level, the lowest level shown. Thread-safe.
  */
 void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...)
 #if defined(__GNUC__)

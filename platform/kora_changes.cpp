@@ -15,8 +15,8 @@ std::atomic<uint64_t> version{0};
 std::atomic<uint64_t> known_transaction{0};  // LMDB counts from 1
 std::atomic<uint64_t> known_number{0};
 
-// The last transaction that the walk sees whole; 0 when the number has moved in this
-// transaction too, or that is not known.
+// The last transaction that the walk sees whole; 0 when the number has moved in this transaction too, or that is not
+// known.
 size_t transaction_of(const Walk &walk) {
     if (&walk != &writer.walk) return walk.transaction;
     return writer.is_counted ? 0 : mdb_txn_id(walk.txn) - 1;

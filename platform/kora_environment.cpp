@@ -192,9 +192,7 @@ Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Re
     }
     if (look.is_whole && origin == Origin::Own) return Finding::Usable;
     const char *reason = look.is_whole ? "from before the last restart" : "damaged";
-    if (set_aside(folder, path, "", reason, out_why)) return Finding::SetAside;
-    refuse(out_why, "store %.300s: %s", path.text, reason);
-    return Finding::Refused;
+    return set_aside(folder, path, suffix::NONE, reason, out_why) ? Finding::SetAside : Finding::Refused;
 }
 
 bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Environment &environment,

@@ -182,8 +182,7 @@ bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int e
 
 bool is_owner_trusted(const Folder &folder, const struct stat &file) {
     struct stat status;
-    if (file.st_uid == 0 || file.st_uid == geteuid()) return true;
-    return fstat(folder.fd, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+    return fstat(folder.fd, &status) == 0 && is_owner_trusted(status, file);
 }
 
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why) {
@@ -193,10 +192,8 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
     const FileName aside = name_with(path, aside_suffix);
     if (renameat(folder.fd, name.text, folder.fd, aside.text) != 0) {
         const int error = errno;
-        note(out_why, "%s %.300s%s: %s, and cannot be set aside: %s", path.what, path.text, suffix, reason,
-             strerror(error));
-        errno = error;
-        return false;
+        return refuse(out_why, "%s %.300s%s: %s, and cannot be set aside: %s", path.what, path.text, suffix, reason,
+                      strerror(error));
     }
     note(out_why, "%s %.300s%s: %s; set aside as %.100s", path.what, path.text, suffix, reason, aside.text);
     return true;

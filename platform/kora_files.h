@@ -5,6 +5,7 @@
 #include <limits.h>
 #include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "kora_report.h"
 
@@ -63,9 +64,12 @@ bool lock_folder(const StorePath &path, Folder &folder, bool is_waiting, Refusal
 bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
 
 // Belongs to root, to this user, or lies where only the group may write.
+inline bool is_owner_trusted(const struct stat &folder, const struct stat &file) {
+    return file.st_uid == 0 || file.st_uid == geteuid() || (folder.st_mode & S_IWOTH) == 0;
+}
 bool is_owner_trusted(const Folder &folder, const struct stat &file);
 
-// Moves the file to its name with "~" behind and notes why. Leaves errno when it cannot.
+// Moves the file to its name with "~" behind and notes why, or refuses.
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why);
 
 // Gives the room of the store that was set aside to a new one; false when there was none.

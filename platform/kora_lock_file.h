@@ -15,8 +15,7 @@ bool claim_store_file(int fd, const StorePath &path, bool &out_is_shared, Refusa
 // thread is just starting has a copy of it.
 void give_up_claim(int fd);
 
-// The lock file, with room for every reader; made anew by the first user, or checked where it cannot be
-// removed.
+// The lock file, with room for every reader; made anew by the first user, or checked where it cannot be removed.
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
 
 // The descriptor of the lock file, which LMDB does not tell: it opens it before the store's, `near`. -1 when there is

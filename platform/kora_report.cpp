@@ -11,7 +11,6 @@ namespace kora {
 namespace {
 
 constexpr int32_t LOG_LEVEL = 4;
-constexpr char LOG_SOURCE[] = "kora";
 
 const char *text_of(int error) {
     if (error == MDB_MAP_FULL) return "it is full, or a stopped reader keeps old pages; what it held is intact";
@@ -38,14 +37,14 @@ void note(Refusal &out_why, const char *format, ...) {
 }
 
 void log_refusal(const Refusal &why) {
-    for (int i = 0; i < why.note_count; ++i) log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: %s", why.notes[i]);
-    if (why.text[0] != '\0') log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: %s", why.text);
+    for (int i = 0; i < why.note_count; ++i) log_printf(LOG_LEVEL, KORA_LOG_SOURCE, __LINE__, "KORA: %s", why.notes[i]);
+    if (why.text[0] != '\0') log_printf(LOG_LEVEL, KORA_LOG_SOURCE, __LINE__, "KORA: %s", why.text);
 }
 
 Result report(Trouble &trouble, int error) {
     if (error == trouble.code.load(std::memory_order_relaxed)) return error == 0 ? DONE : FAILED;
     if (trouble.code.exchange(error, std::memory_order_relaxed) != error && error != 0) {
-        log_printf(LOG_LEVEL, LOG_SOURCE, __LINE__, "KORA: cannot %s the store: %s", trouble.what, text_of(error));
+        log_printf(LOG_LEVEL, KORA_LOG_SOURCE, __LINE__, "KORA: cannot %s the store: %s", trouble.what, text_of(error));
     }
     return error == 0 ? DONE : FAILED;
 }

@@ -111,9 +111,7 @@ bool keep_other_list(const Folder &folder, const StorePath &path, Refusal &out_w
 
 // What is damaged is not waited for; what is no copy may be somebody's, and a newer version's is whole.
 bool set_last_aside(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
-    if (set_aside(folder, path, suffix::NONE, reason_of(last), out_why) || last == CopyState::Damaged) return true;
-    out_why.note_count = 0;  // a refusal is told once
-    return refuse_for(path, out_why, "what lies in its place cannot be set aside", errno);
+    return set_aside(folder, path, suffix::NONE, reason_of(last), out_why) || last == CopyState::Damaged;
 }
 
 bool make_way(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "kora.h"
+#include "kora_files.h"
 
 // The controls belong to libsarn; a process without it when this library is loaded logs everything to the console.
 extern "C" {
@@ -128,15 +129,13 @@ void write_line(int fd, const Line &line) {
     }
 }
 
-// By root or oneself, or where not everyone may lay files.
 bool is_owner_trusted(const char *name, const struct stat &file) {
-    if (file.st_uid == geteuid() || file.st_uid == 0) return true;
     char folder[PATH_MAX];
     struct stat status;
     const char *slash = strrchr(name, '/');
     const int length = slash != nullptr ? static_cast<int>(slash - name) : 0;
     snprintf(folder, sizeof folder, "%.*s%s", length, name, slash != nullptr ? "/" : ".");
-    return stat(folder, &status) == 0 && (status.st_mode & S_IWOTH) == 0;
+    return stat(folder, &status) == 0 && kora::is_owner_trusted(status, file);
 }
 
 // The folder may be one that everyone may write: what another user laid there is left alone, and so is a pipe, or a

@@ -196,7 +196,7 @@ int report_event(const Event &event, bool has_device, int argc, const char *cons
 // refusal of a failing step is kept, to be told in the one line that the hook writes. But the store tells what it met
 // on the way before it tells why it refuses.
 extern "C" void log_printf(int32_t level, const char *file, int32_t /*line*/, const char *format, ...) {
-    const bool is_the_stores = strcmp(file, "kora") == 0;
+    const bool is_the_stores = strcmp(file, KORA_LOG_SOURCE) == 0;
     if (level < REFUSAL_LEVEL || (cause[0] != '\0' && !(is_the_stores && is_cause_the_stores))) return;
     is_cause_the_stores = is_the_stores;
     va_list values;
