@@ -21,6 +21,7 @@
 #include "bench/by_hand.h"
 #include "bench/device.h"
 #include "bench/library_calls.h"
+#include "bench/percentile.h"
 #include "include/sarn.h"
 
 namespace {
@@ -205,13 +206,6 @@ void run(const Case &one, int workers) {
             shared->is_over = true;
             return await(writer);
     }
-}
-
-int64_t percentile(std::vector<int64_t> &samples, size_t percent) {
-    if (samples.empty()) return 0;
-    const auto place = samples.begin() + static_cast<std::ptrdiff_t>((samples.size() - 1) * percent / 100);
-    std::nth_element(samples.begin(), place, samples.end());
-    return *place;
 }
 
 enum Figure { CALLS, READ_P50, READ_P99, SIGNATURE_P50, SIGNATURE_P99, FIGURES };

@@ -7,6 +7,7 @@
 
 #include "bench/by_hand.h"
 #include "bench/library_calls.h"
+#include "bench/percentile.h"
 
 namespace bench {
 
@@ -31,13 +32,6 @@ int64_t time_of(const std::function<void()> &call) {
     return now_ns() - begin;
 }
 
-template <typename Number>
-double percentile(std::vector<Number> &samples, size_t percent) {
-    const auto place = samples.begin() + static_cast<std::ptrdiff_t>((samples.size() - 1) * percent / 100);
-    std::nth_element(samples.begin(), place, samples.end());
-    return static_cast<double>(*place);
-}
-
 // Some calls and as many threads, one after the other, so that what else the machine does weighs on both.
 struct Batch {
     std::vector<int64_t> calls, threads;
@@ -55,7 +49,8 @@ struct Samples {
     void take(Batch &batch) {
         calls.insert(calls.end(), batch.calls.begin(), batch.calls.end());
         threads.insert(threads.end(), batch.threads.begin(), batch.threads.end());
-        multiples.push_back(percentile(batch.calls, 50) / percentile(batch.threads, 50));
+        const auto call = static_cast<double>(percentile(batch.calls, 50));
+        multiples.push_back(call / static_cast<double>(percentile(batch.threads, 50)));
         batch = Batch{};
     }
 };
@@ -92,9 +87,9 @@ void measure(benchmark::State &state, const std::function<void(int64_t)> &prepar
         samples.take(batch);
     }
     state.counters["multiple"] = percentile(samples.multiples, 50);
-    state.counters["p50"] = percentile(samples.calls, 50);
-    state.counters["p99"] = percentile(samples.calls, 99);
-    state.counters["thread"] = percentile(samples.threads, 50);
+    state.counters["p50"] = static_cast<double>(percentile(samples.calls, 50));
+    state.counters["p99"] = static_cast<double>(percentile(samples.calls, 99));
+    state.counters["thread"] = static_cast<double>(percentile(samples.threads, 50));
 }
 
 void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }

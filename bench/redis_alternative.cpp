@@ -23,7 +23,7 @@ void serve() {
 class Redis final : public Alternative {
 public:
     explicit Redis(int devices) : server_(serve) {
-        require_soon([this] { return is_connected(); }, "connecting to Redis");
+        require_soon([this] { return connect(); }, "connecting to Redis");
         for (int device = 0; device < devices; ++device) fill(record_of(device));
     }
     ~Redis() override { redisFree(connection_); }
@@ -47,11 +47,11 @@ public:
             words.push_back(FIELD_NAMES[MAC_FIELD + 1 + i]);
             words.push_back(report[i].c_str());
         }
-        return is_number(run(words));
+        return take_number(run(words));
     }
 
 private:
-    bool is_connected() {
+    bool connect() {
         connection_ = redisConnectUnix(in_folder("redis.sock").c_str());
         if (connection_ != nullptr && connection_->err == 0) return true;
         redisFree(connection_);
@@ -64,7 +64,7 @@ private:
         require(reply != nullptr, "a Redis command");
         return static_cast<redisReply *>(reply);
     }
-    static bool is_number(redisReply *reply) {
+    static bool take_number(redisReply *reply) {
         const bool is_number = reply->type == REDIS_REPLY_INTEGER;
         freeReplyObject(reply);
         return is_number;
@@ -75,7 +75,7 @@ private:
             words.push_back(FIELD_NAMES[i]);
             words.push_back(record.fields[i]);
         }
-        require(is_number(run(words)), "filling Redis");
+        require(take_number(run(words)), "filling Redis");
     }
 
     Child server_;

@@ -3,8 +3,9 @@
  * libkora.so provides it on LMDB; a product or a test may bring functions of its own with the same names.
  *
  * A value is addressed by table, row and field. The per-device tables have rows 0 to 255, all others row 0 alone.
- * Every call returns 0 when done and non-zero when not, changes nothing then, and may be made from any thread
- * (thread-safe). A handle is valid from kora_init_ex to its kora_destroy; a null or closed handle is an error.
+ * Every call but kora_init_ex and log_printf returns 0 when done and non-zero when not, and changes nothing then. All
+ * may be made from any thread (thread-safe). A handle is valid from kora_init_ex to its kora_destroy; a null or closed
+ * handle is an error.
  *
  * Refused: a null argument, an unknown table or field, a row out of range, an operation of another type than the
  * field's, a text over KORA_TEXT_MAX bytes. Two exceptions: kora_get_ascii reads enum fields too, kora_get_uint int

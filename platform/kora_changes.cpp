@@ -23,11 +23,11 @@ size_t transaction_of(const Walk &walk) {
 }
 
 // Outside of groups: without a snapshot when it is known as of now.
-bool is_known_now(const void *handle, uint64_t &out_number) {
+bool recall_latest_change_number(const void *handle, uint64_t &out_number) {
     Reader &reader = take_reader();
     MDB_envinfo info = {};
     const bool is_known = is_open(handle) && mdb_env_info(environment.lmdb, &info) == 0 &&
-                          is_change_number_known(info.me_last_txnid, out_number);
+                          recall_change_number(info.me_last_txnid, out_number);
     give_reader(reader);
     return is_known;
 }
@@ -36,13 +36,13 @@ bool is_known_now(const void *handle, uint64_t &out_number) {
 
 int find_change_number(Walk &walk, uint64_t &out_number) {
     const size_t transaction = transaction_of(walk);
-    if (is_change_number_known(transaction, out_number)) return 0;
+    if (recall_change_number(transaction, out_number)) return 0;
     const int error = find_number(walk, CHANGES_KEY, out_number);
     if (error == 0 && transaction != 0) note_change_number(transaction, out_number);
     return error;
 }
 
-bool is_change_number_known(size_t transaction, uint64_t &out_number) {
+bool recall_change_number(size_t transaction, uint64_t &out_number) {
     const uint64_t before = version.load(std::memory_order_acquire);
     const uint64_t noted_transaction = known_transaction.load(std::memory_order_acquire);
     const uint64_t noted_number = known_number.load(std::memory_order_acquire);
@@ -72,7 +72,7 @@ extern "C" int32_t kora_changes(void *handle, uint64_t *number) {
     if (number == nullptr) return REFUSED;
     if (!is_in_group()) {
         look_after_file(handle);
-        if (is_known_now(handle, *number)) return DONE;
+        if (recall_latest_change_number(handle, *number)) return DONE;
     }
     return read_store(handle, [&](Walk &walk) { return find_change_number(walk, *number); });
 }

@@ -11,7 +11,7 @@ namespace kora {
 int find_change_number(Walk &walk, uint64_t &out_number);
 
 // False when the number is not known as of this transaction.
-bool is_change_number_known(size_t transaction, uint64_t &out_number);
+bool recall_change_number(size_t transaction, uint64_t &out_number);
 void note_change_number(size_t transaction, uint64_t number);
 
 // Another store may use the same transactions for other numbers. Expects that no thread is inside an operation.

@@ -148,8 +148,10 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     if (error == 0) error = mdb_get(txn, environment.values, &key, &value);
     if (error == 0) found = read_format(value.mv_data, value.mv_size);
     mdb_txn_commit(txn);  // not abort: it keeps the handle of `values`
+    if (error != 0 && error != MDB_NOTFOUND)
+        return refuse(out_why, "store %.300s: cannot be read: %s", path.text, mdb_strerror(error));
     // Which start of the machine it is from has been looked at, or others have it open now.
-    return (error == 0 && is_own_version(found)) || refuse_origin(path, found, out_why);
+    return is_own_version(found) || refuse_origin(path, found, out_why);
 }
 
 // LMDB opens the file by its name once more, and follows what the file says about its own size.
@@ -165,18 +167,17 @@ bool check_mapping(const Folder &folder, const StorePath &path, Environment &env
     }
     if (fstat(environment.claim_fd, &ours) != 0 || fstat(fd, &mapped) != 0)
         return refuse_for(path, out_why, "cannot be looked at", errno);
-    if (ours.st_dev != mapped.st_dev || ours.st_ino != mapped.st_ino) {
+    if (!is_same_file(ours, mapped)) {
         return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
     }
     fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves this one open in programs that the process starts
     environment.lmdb_fds[0] = fd;
     environment.lmdb_fds[1] = find_lock_file(folder, path, fd);
-    environment.device = ours.st_dev;
-    environment.inode = ours.st_ino;
+    environment.file = ours;
     return true;
 }
 
-enum class Finding : uint8_t { Usable, Refused, SetAside };
+enum class Finding : uint8_t { Usable, Refused, Absent };  // Absent: nothing lies there, or no longer
 
 // Nobody else has the file open. What is ours and no longer to be trusted makes room for the saved copy.
 Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
@@ -192,7 +193,7 @@ Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Re
     }
     if (look.is_whole && origin == Origin::Own) return Finding::Usable;
     const char *reason = look.is_whole ? "from before the last restart" : "damaged";
-    return set_aside(folder, path, suffix::NONE, reason, out_why) ? Finding::SetAside : Finding::Refused;
+    return set_aside(folder, path, suffix::NONE, reason, out_why) ? Finding::Absent : Finding::Refused;
 }
 
 bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Environment &environment,
@@ -211,7 +212,7 @@ bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Envi
 Finding open_present_store(const Folder &folder, const StorePath &path, Environment &opened, Refusal &out_why) {
     bool is_shared = false;
     if (!open_store_file(folder, path, opened.claim_fd, out_why)) return Finding::Refused;
-    if (opened.claim_fd < 0) return Finding::SetAside;
+    if (opened.claim_fd < 0) return Finding::Absent;
     if (!claim_store_file(opened.claim_fd, path, is_shared, out_why)) return Finding::Refused;
     const Finding finding = is_shared ? Finding::Usable : check_store_file(folder, path, opened.claim_fd, out_why);
     if (finding != Finding::Usable) return finding;
@@ -238,11 +239,11 @@ bool open_environment(const StorePath &path, Environment &out_environment, Refus
     Environment opened;
     if (!enter_folder(path, folder, out_why)) return false;
     Finding finding = open_present_store(folder, path, opened, out_why);
-    if (finding == Finding::SetAside) {
+    if (finding == Finding::Absent) {
         drop_environment(opened);
         finding =
             make_store(folder, path, out_why) ? open_present_store(folder, path, opened, out_why) : Finding::Refused;
-        if (finding == Finding::SetAside)
+        if (finding == Finding::Absent)
             refuse(out_why, "store %.300s: was removed while it was being opened", path.text);
     }
     if (finding == Finding::Usable) {

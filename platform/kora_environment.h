@@ -17,10 +17,9 @@ struct Environment {
     int claim_fd = -1;                                // holds the claim of claim_store_file for as long as it is open
     std::atomic<int32_t> *writing_process = nullptr;  // shared; 0 while nobody writes
     int32_t process = 0;                              // this one
-    dev_t device = 0;
-    ino_t inode = 0;
-    size_t room_until = 0;       // no transaction before this one needs to look for room
-    bool is_known_full = false;  // someone has waited for room in vain
+    struct stat file = {};                            // the store's, as it was when it was opened
+    size_t room_until = 0;                            // no transaction before this one needs to look for room
+    bool is_known_full = false;                       // someone has waited for room in vain
 };
 
 bool open_environment(const StorePath &path, Environment &out_environment, Refusal &out_why);

@@ -42,8 +42,7 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
 }
 
 bool is_suffixed(const StorePath &path, const char *suffix, const StorePath &whole) {
-    const size_t length = strlen(path.file_name());
-    return strncmp(whole.file_name(), path.file_name(), length) == 0 && strcmp(whole.file_name() + length, suffix) == 0;
+    return strcmp(name_with(path, suffix).text, whole.file_name()) == 0;
 }
 
 struct FolderName {
@@ -61,7 +60,7 @@ FolderName folder_name(const StorePath &path) {
 bool is_beside(const StorePath &one, const StorePath &other) {
     struct stat first, second;
     return stat(folder_name(one).text, &first) == 0 && stat(folder_name(other).text, &second) == 0 &&
-           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+           is_same_file(first, second);
 }
 
 bool is_default_store(const StorePath &path) {

@@ -29,6 +29,10 @@ inline constexpr char WRITER[] = "-writer";
 }  // namespace suffix
 inline constexpr int SUFFIX_SIZE = sizeof suffix::WRITER;  // the longest, with its NUL
 
+inline bool is_same_file(const struct stat &one, const struct stat &other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 struct StorePath {
     const char *what;  // for messages
     char text[PATH_MAX];

@@ -33,7 +33,7 @@ Origin origin_of(const Format &found) {
     const Format own = own_format();
     if (memcmp(found.magic, own.magic, sizeof own.magic) != 0) return Origin::Foreign;
     const bool is_known = own.boot[0] != '\0' && found.boot[0] != '\0';
-    if (is_known && memcmp(found.boot, own.boot, sizeof own.boot) != 0) return Origin::EarlierStart;
+    if (is_known && memcmp(found.boot, own.boot, sizeof own.boot) != 0) return Origin::EarlierBoot;
     return is_own_version(found) ? Origin::Own : Origin::OtherVersion;
 }
 

@@ -10,20 +10,21 @@ namespace kora {
 
 inline constexpr char FORMAT_MAGIC[] = "KORAlive";
 
-// Every version's begins with these and carries this version's check, so one that fails is damage.
+// Every version's entry begins with these fields and is checked in this way: a check that fails is damage, not another
+// version.
 struct Format {
     char magic[8];
     uint32_t version;
     uint32_t schema;
-    char boot[36];  // the kernel's random id of this start of the machine
+    char boot[36];  // the kernel's random id of this boot
 };
 static_assert(sizeof(Format) == 52, "no padding: it is stored as bytes");
 
 Format own_format();
 
-// The start comes first: of what is from an earlier one nothing is read, whatever its version. A start that either side
-// does not know is taken for the same.
-enum class Origin : uint8_t { Own, EarlierStart, OtherVersion, Foreign };
+// The boot id is compared first: nothing is read of a store from an earlier boot, whatever its version. An id that is
+// not known, on either side, counts as the same.
+enum class Origin : uint8_t { Own, EarlierBoot, OtherVersion, Foreign };
 Origin origin_of(const Format &found);
 
 bool is_own_version(const Format &found);

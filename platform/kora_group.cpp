@@ -63,7 +63,7 @@ Result end_writing_group(const Group &ended, bool is_kept) {
     const WriteEnd end = end_writing(is_kept);
     pthread_mutex_unlock(&writing);
     (void)report_reading(ended.read_error);
-    // Given up without an error, it says nothing about the next.
+    // Given up without an error, it does not show that writing works again.
     const Result result = is_kept || end.error != 0 ? report_writing(end) : DONE;
     if (end.is_save_due) save_by_itself(ended.handle);
     return is_kept ? result : DONE;

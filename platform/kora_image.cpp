@@ -61,11 +61,11 @@ uint64_t digest(uint64_t so_far, const uint8_t *bytes, size_t size) {
 }
 
 // Appends, and notes once for all when there is no room.
-class Writing {
+class ImageWriter {
 public:
-    explicit Writing(Image &image) : image_(image) {}
+    explicit ImageWriter(Image &image) : image_(image) {}
 
-    void bytes(const void *from, size_t size) {
+    void put_bytes(const void *from, size_t size) {
         if (size > IMAGE_MAX - CHECKSUM_SIZE - image_.size) {
             is_full_ = true;
             return;
@@ -73,15 +73,15 @@ public:
         memcpy(image_.bytes + image_.size, from, size);
         image_.size += size;
     }
-    void number(uint64_t value, size_t size) {
+    void put_number(uint64_t value, size_t size) {
         uint8_t all[sizeof value];
         write_number(all, value, size);
-        bytes(all, size);
+        put_bytes(all, size);
     }
-    void text(const char *value) {
+    void put_text(const char *value) {
         const size_t length = strlen(value);
-        number(length, 1);
-        bytes(value, length);
+        put_number(length, 1);
+        put_bytes(value, length);
     }
     size_t size() const { return image_.size; }
     bool is_full() const { return is_full_; }
@@ -91,16 +91,16 @@ private:
     bool is_full_ = false;
 };
 
-void write_row(Writing &out, Place place, Bytes value) {
-    out.number(place.row, 1);
+void write_row(ImageWriter &out, Place place, Bytes value) {
+    out.put_number(place.row, 1);
     if (kind_of(sarn::spec_of(place.field).type) == 'n') {
         uint32_t number;
         memcpy(&number, value.data, sizeof number);
-        out.number(sizeof number, 2);
-        out.number(number, sizeof number);
+        out.put_number(sizeof number, 2);
+        out.put_number(number, sizeof number);
     } else {
-        out.number(value.size, 2);
-        out.bytes(value.data, value.size);
+        out.put_number(value.size, 2);
+        out.put_bytes(value.data, value.size);
     }
 }
 
@@ -111,15 +111,15 @@ bool is_worth_saving(sarn::Field field, Bytes value) {
     return !is_same(value, reset);
 }
 
-int write_field(Walk &walk, sarn::Field field, Writing &out, Image &image, uint64_t &digested) {
+int write_field(Walk &walk, sarn::Field field, ImageWriter &out, Image &image, uint64_t &digested) {
     const FieldSpec &spec = sarn::spec_of(field);
     const size_t start = out.size();
-    out.text(sarn::table_of(field).name);
-    out.text(spec.name);
+    out.put_text(sarn::table_of(field).name);
+    out.put_text(spec.name);
     const char kind = kind_of(spec.type);
-    out.bytes(&kind, 1);
+    out.put_bytes(&kind, 1);
     const size_t count_at = out.size();
-    out.number(0, COUNT_SIZE);
+    out.put_number(0, COUNT_SIZE);
     const size_t values_at = out.size();
     uint32_t count = 0;
     for (int32_t row = 0; row < sarn::table_of(field).rows; ++row) {
@@ -144,24 +144,24 @@ int write_field(Walk &walk, sarn::Field field, Writing &out, Image &image, uint6
     return 0;
 }
 
-int write_beginning(Walk &walk, Writing &out) {
+int write_beginning(Walk &walk, ImageWriter &out) {
     uint64_t beginning = 0;
     const int error = find_number(walk, BEGUN_KEY, beginning);
     if (error != 0) return error == MDB_NOTFOUND ? 0 : error;
-    out.bytes(BEGINNING, BEGINNING_SIZE);
-    out.number(beginning, 8);
+    out.put_bytes(BEGINNING, BEGINNING_SIZE);
+    out.put_number(beginning, 8);
     return 0;
 }
 
 uint32_t checksum_of(const Image &image) { return checksum(0, image.bytes, image.size - CHECKSUM_SIZE); }
 
 // Takes from the front; once it would have to go past the end, all it takes is empty.
-class Reading {
+class ImageReader {
 public:
-    explicit Reading(const Image &image)
+    explicit ImageReader(const Image &image)
         : next_(image.bytes + HEADER_SIZE), end_(image.bytes + image.size - CHECKSUM_SIZE) {}
 
-    const uint8_t *bytes(size_t size) {
+    const uint8_t *take_bytes(size_t size) {
         if (static_cast<size_t>(end_ - next_) < size) {
             is_broken_ = true;
             next_ = end_;
@@ -171,13 +171,13 @@ public:
         next_ += size;
         return from;
     }
-    uint64_t number(size_t size) {
-        const uint8_t *from = bytes(size);
+    uint64_t take_number(size_t size) {
+        const uint8_t *from = take_bytes(size);
         return from != nullptr ? read_number(from, size) : 0;
     }
-    Bytes sized(size_t width) {
-        const size_t size = number(width);
-        const uint8_t *from = bytes(size);
+    Bytes take_sized(size_t width) {
+        const size_t size = take_number(width);
+        const uint8_t *from = take_bytes(size);
         return {from, from != nullptr ? size : 0};
     }
     bool is_over() const { return next_ == end_; }
@@ -210,17 +210,17 @@ int put_value(Place place, char kind, Bytes value, PutValue put, void *context) 
 }  // namespace
 
 int for_each_value(const Image &image, PutValue put, void *context) {
-    Reading in(image);
+    ImageReader in(image);
     while (!in.is_over()) {
-        const Bytes table = in.sized(1);
-        const Bytes name = in.sized(1);
-        const char kind = static_cast<char>(in.number(1));
-        const uint64_t count = in.number(COUNT_SIZE);
+        const Bytes table = in.take_sized(1);
+        const Bytes name = in.take_sized(1);
+        const char kind = static_cast<char>(in.take_number(1));
+        const uint64_t count = in.take_number(COUNT_SIZE);
         sarn::Field field = {};
         const bool is_known = find_named(table, name, field) && kind_of(sarn::spec_of(field).type) == kind;
         for (uint64_t i = 0; i < count && !in.is_broken(); ++i) {
-            const auto row = static_cast<uint8_t>(in.number(1));
-            const Bytes value = in.sized(2);
+            const auto row = static_cast<uint8_t>(in.take_number(1));
+            const Bytes value = in.take_sized(2);
             if (in.is_broken() || !is_known || row >= sarn::table_of(field).rows) continue;
             const int error = put_value({field, row}, kind, value, put, context);
             if (error != 0) return error;
@@ -234,7 +234,7 @@ Image::~Image() {
     if (bytes != nullptr) munmap(bytes, IMAGE_MAX);
 }
 
-bool make_room(Image &image) {
+bool allocate(Image &image) {
     void *pages = mmap(nullptr, IMAGE_MAX, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) return false;
     image.bytes = static_cast<uint8_t *>(pages);
@@ -242,12 +242,12 @@ bool make_room(Image &image) {
 }
 
 int write_image(Walk &walk, Image &out_image) {
-    Writing out(out_image);
+    ImageWriter out(out_image);
     uint64_t digested = DIGEST_START;
-    out.bytes(MAGIC, MAGIC_SIZE);
-    out.number(VERSION, 4);
-    out.number(0, DIGEST_AT - LENGTH_AT);
-    out.number(0, HEADER_SIZE - DIGEST_AT);
+    out.put_bytes(MAGIC, MAGIC_SIZE);
+    out.put_number(VERSION, 4);
+    out.put_number(0, DIGEST_AT - LENGTH_AT);
+    out.put_number(0, HEADER_SIZE - DIGEST_AT);
     int error = write_beginning(walk, out);
     if (error != 0) return error;
     for (int32_t i = 0; i < sarn::FIELD_COUNT; ++i) {

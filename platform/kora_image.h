@@ -30,7 +30,7 @@ struct Image {
     Image &operator=(const Image &) = delete;
     ~Image();
 };
-bool make_room(Image &image);
+bool allocate(Image &image);
 
 // All values of the snapshot that differ from their reset values, and which list it is.
 int write_image(Walk &walk, Image &out_image);

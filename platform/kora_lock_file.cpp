@@ -70,7 +70,7 @@ int find_lock_file(const Folder &folder, const StorePath &path, int near) {
     struct stat wanted, found;
     if (fstatat(folder.fd, name_with(path, suffix::LOCK).text, &wanted, AT_SYMLINK_NOFOLLOW) != 0) return -1;
     for (int fd = near + OPENED_MEANWHILE; fd >= 0; --fd) {
-        if (fstat(fd, &found) == 0 && found.st_ino == wanted.st_ino && found.st_dev == wanted.st_dev) return fd;
+        if (fstat(fd, &found) == 0 && is_same_file(found, wanted)) return fd;
     }
     return -1;
 }

@@ -102,7 +102,7 @@ bool is_in_place() {
     struct stat named;
     if (environment.lmdb == nullptr) return true;
     if (stat(store_path.text, &named) != 0) return errno != ENOENT && errno != ENOTDIR;
-    return named.st_dev == environment.device && named.st_ino == environment.inode;
+    return is_same_file(named, environment.file);
 }
 
 bool is_replaced(const void *handle) {

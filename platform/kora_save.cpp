@@ -27,6 +27,8 @@ std::atomic<uint64_t> pending_from{NEVER};
 pthread_mutex_t saving = PTHREAD_MUTEX_INITIALIZER;
 std::atomic<int> locked_folder{-1};
 
+void clear_save_pending() { set_save_pending(NEVER); }
+
 // A failure lasts: flash that is full or worn out. It is told once, until a save succeeds or fails in another way.
 bool note_if_new(const Refusal &why) {
     static std::atomic<uint32_t> last{0};
@@ -36,8 +38,7 @@ bool note_if_new(const Refusal &why) {
 
 bool is_same_folder(const Folder &one, const Folder &other) {
     struct stat first, second;
-    return fstat(one.fd, &first) == 0 && fstat(other.fd, &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
+    return fstat(one.fd, &first) == 0 && fstat(other.fd, &second) == 0 && is_same_file(first, second);
 }
 
 bool is_absence(int error) {
@@ -72,7 +73,7 @@ int read_image(Reader &reader, Image &image) {
 bool prepare(Save &save, Refusal &out_why) {
     save.path = saved_path;
     if (save.path.text[0] == '\0') return refuse(out_why, "the store cannot be saved: KORA_SAVE names no file");
-    if (!make_room(save.image)) return refuse(out_why, "the store cannot be saved: no memory");
+    if (!allocate(save.image)) return refuse(out_why, "the store cannot be saved: no memory");
     if (!open_folder(save.path, save.folder, out_why)) return false;
     locked_folder = save.folder.fd;
     return true;
@@ -146,7 +147,7 @@ bool has_saved_copy() { return saved_path.text[0] != '\0'; }
 
 Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why) {
     if (!has_saved_copy()) return Search::Nothing;
-    if (!make_room(out_image)) {
+    if (!allocate(out_image)) {
         refuse(out_why, "%s %.300s: no memory", saved_path.what, saved_path.text);
         return Search::OutOfReach;
     }
@@ -175,7 +176,6 @@ bool is_pending_save_due() {
 
 // What was committed before it was set is in every snapshot that is taken after it was cleared.
 void set_save_pending(uint64_t from) { pending_from.exchange(from, std::memory_order_acq_rel); }
-void clear_save_pending() { set_save_pending(NEVER); }
 
 uint64_t save_clock() {
     timespec now;

@@ -18,7 +18,6 @@ Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusa
 // Something decided has changed, but the last save is not long ago: a write after `from` looks again.
 bool is_pending_save_due();
 void set_save_pending(uint64_t from);
-void clear_save_pending();
 
 // Nanoseconds since the machine started, the same for all processes.
 uint64_t save_clock();

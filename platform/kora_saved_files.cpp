@@ -37,7 +37,7 @@ CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     if (fstat(fd, &status) != 0) return state_after(errno);
     if (!S_ISREG(status.st_mode) || !is_owner_trusted(folder, status)) return CopyState::Foreign;
     image.size = 0;
-    if (image.bytes == nullptr && !make_room(image)) return CopyState::Unreadable;
+    if (image.bytes == nullptr && !allocate(image)) return CopyState::Unreadable;
     if (!read_all(fd, image)) return state_after(errno);
     switch (state_of(image)) {
         case ImageState::Whole: return CopyState::Whole;

@@ -1,6 +1,6 @@
-// LMDB's snapshots, with the order between processors that LMDB leaves to them. It notes in the lock file what a reader
-// reads, dates the snapshot and takes it, and looks at nothing again: when two others commit in between, what was taken
-// may be of neither time, and a writer whose processor has not seen the note yet uses the snapshot's pages again.
+// LMDB's snapshots, with the order between processors that LMDB leaves to them. LMDB notes a reader in the lock file,
+// takes the snapshot, and checks nothing after that: when two others commit in between, the snapshot may mix two
+// states, and a writer whose processor has not yet seen the note may use its pages again.
 #ifndef KORA_SNAPSHOT_H
 #define KORA_SNAPSHOT_H
 

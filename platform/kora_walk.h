@@ -29,7 +29,7 @@ struct Walk {
     Position positions[2];
 };
 
-// In a transaction that was begun, or renewed since the walk's last.
+// After each begin or renewal of the transaction: no position outlives one.
 void begin_walk(Walk &walk, MDB_txn *txn, MDB_dbi values);
 // Before a write transaction ends.
 void close_walk(Walk &walk);

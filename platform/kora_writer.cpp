@@ -104,7 +104,7 @@ int commit(bool &out_is_save_due) {
     close_walk(writer.walk);
     const size_t transaction = mdb_txn_id(writer.walk.txn);
     uint64_t number = 0;
-    const bool is_known = is_change_number_known(transaction - 1, number);
+    const bool is_known = recall_change_number(transaction - 1, number);
     fence(std::memory_order_release);  // pages before the root that leads to them
     error = mdb_txn_commit(writer.walk.txn);
     tell_that_writing_is_over();

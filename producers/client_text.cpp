@@ -2,12 +2,12 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 namespace sarn_dhcp {
 namespace {
 
 constexpr size_t LONGEST_CHARACTER = 4;
-
-size_t smaller(size_t a, size_t b) { return a < b ? a : b; }
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
@@ -22,7 +22,8 @@ size_t character_length(char first_byte) {
 }  // namespace
 
 size_t length_at_character(const char *text, size_t limit) {
-    if (strnlen(text, limit + 1) <= limit) return strnlen(text, limit);
+    const size_t length = strnlen(text, limit + 1);
+    if (length <= limit) return length;
     if (!is_continuation(text[limit])) return limit;
     for (size_t back = 1; back < LONGEST_CHARACTER && back <= limit; ++back) {
         const char byte = text[limit - back];
@@ -34,7 +35,7 @@ size_t length_at_character(const char *text, size_t limit) {
 size_t length_to_store(const char *text, size_t stored, size_t shown) {
     const size_t length = length_at_character(text, stored - 1);
     const size_t seen = length_at_character(text, shown - 1);
-    return smaller(length, shown - 1) == seen ? length : seen;
+    return std::min(length, shown - 1) == seen ? length : seen;
 }
 
 void escape_text(const char *text, char *out, size_t size) {

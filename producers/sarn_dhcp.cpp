@@ -111,20 +111,22 @@ bool is_stored(const Event &event, const signature_record &report, time_t begun)
     // A crowded list gives up its offline devices, so also the one that was just reported.
     const bool is_offline = strcmp(report.state, "DOWN") == 0 || strcmp(report.state, "unknown") == 0;
     if (lookup == Lookup::Absent) return is_offline;
-    return lookup == Lookup::Found && sarn_dhcp::is_shown(report, device) && atoll(device.Timestamp) >= begun;
+    // A time that could not be read has no end.
+    return lookup == Lookup::Found && memchr(device.Timestamp, '\0', sizeof device.Timestamp) != nullptr &&
+           atoll(device.Timestamp) >= begun && sarn_dhcp::is_shown(report, device);
 }
 
 // False when the row's device may still be shown as up.
 bool end_former_holder(uint32_t row, const Event &event) {
     device_info device;
-    for (int i = 0; i <= TRIES; ++i) {
+    for (int i = 0;; ++i) {
         const int32_t result = get_device_info_at_index(&device, row);
         if (result == SARN_ERR_UNUSED_ROW) return true;
         if (result != SARN_OK) return false;
         if (!sarn_dhcp::is_former_holder(event, device)) return true;
+        if (i == TRIES) return false;
         sarn_update_table_field(device.DeviceMAC, SARN_FIELD_STATE, "DOWN", sizeof "DOWN", DHCP_PRODUCER);
     }
-    return false;
 }
 
 // dnsmasq gives a lease that goes on to another hardware address as an old one, without an end of the first: its device

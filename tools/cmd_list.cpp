@@ -31,7 +31,7 @@ struct DeviceColumn {
 
 Style state_style(const Device &device) {
     const std::string_view state = read_text(device.record, field_named("Devicestate"));
-    return state == "UP" || state == "up" ? Style::Good : Style::Faint;
+    return state == "UP" ? Style::Good : Style::Faint;
 }
 
 Style access_style(const Device &device) {

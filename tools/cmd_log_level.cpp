@@ -15,7 +15,8 @@ namespace {
 ExitCode print_levels(bool as_json, Output &output) {
     TextTable table = {{{"LEVEL", 5}, {"SHOWS", 5}, {"", 0}}, {}};
     Json levels = Json::array();
-    bool is_marked = log_level == STORE_FAILURES;
+    const bool is_default = log_level == STORE_FAILURES;
+    bool is_marked = is_default;
     for (const LogLevel &level : LOG_LEVELS) {
         const bool holds = !is_marked && level.number >= log_level;
         is_marked |= holds;
@@ -23,7 +24,6 @@ ExitCode print_levels(bool as_json, Output &output) {
         table.rows.push_back({{std::to_string(level.number)}, {level.shows}, {mark, Style::Good}});
         levels.push_back({{"level", level.number}, {"shows", level.shows}});
     }
-    const bool is_default = log_level == STORE_FAILURES;
     output.text += as_json ? dump({{"level", is_default ? Json() : Json(log_level)}, {"levels", levels}})
                            : render(table, output.columns, output.with_colour) +
                                  (is_default ? "Now, without --log-level: what goes wrong with the store\n" : "");

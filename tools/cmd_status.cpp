@@ -113,7 +113,7 @@ std::string json_of(const Status &status) {
                  {"up", status.up},
                  {"offline", status.offline},
                  {"free", SARN_ROWS - status.used},
-                 {"stuck_writer", status.stuck_writer == 0 ? nlohmann::json() : nlohmann::json(status.stuck_writer)},
+                 {"stuck_writer", status.stuck_writer == 0 ? Json() : Json(status.stuck_writer)},
                  {"access", status.access},
                  {"upgrade", status.upgrade}});
 }

@@ -16,44 +16,6 @@ enum class Group : uint8_t { Address, Name, Kind, Dhcp, Connection, Record };
 inline constexpr const char *GROUP_TITLES[] = {"Address and access",     "Name",       "What it is",
                                                "What it said of itself", "Connection", "This record"};
 
-// F(member, group, place within the group, label), in the order of the record.
-#define SARN_TOOL_FIELDS(F)                                    \
-    F(DeviceHua, Dhcp, 3, "HTTP user agent")                   \
-    F(DeviceDHCPOptions, Dhcp, 2, "DHCP options asked for")    \
-    F(DeviceDHCPHostname, Dhcp, 0, "DHCP host name")           \
-    F(DeviceDHCPVendor, Dhcp, 1, "DHCP vendor class")          \
-    F(DeviceHostname, Name, 2, "host name")                    \
-    F(DeviceMacVendor, Kind, 7, "maker of its MAC address")    \
-    F(DisplayNameCustom, Name, 0, "name given by you")         \
-    F(DisplayNameDPI, Name, 1, "recognised name")              \
-    F(DisplayNameQuorvex, Name, 3, "composed name")            \
-    F(DeviceUUID, Kind, 11, "UUID")                            \
-    F(DeviceBrand, Kind, 4, "recognised brand")                \
-    F(DeviceCategory, Kind, 10, "category")                    \
-    F(DeviceModel, Kind, 6, "recognised model")                \
-    F(DeviceOS, Kind, 8, "operating system")                   \
-    F(DeviceOSVersion, Kind, 9, "operating system version")    \
-    F(DeviceTypeCustom, Kind, 0, "type given by you")          \
-    F(DeviceTypeDPI, Kind, 2, "type as the recogniser put it") \
-    F(DeviceTypeQuorvex, Kind, 1, "recognised type")           \
-    F(DisplayModelCustom, Kind, 5, "model given by you")       \
-    F(DisplayBrandCustom, Kind, 3, "brand given by you")       \
-    F(FingResponsestatus, Record, 2, "recogniser's answer")    \
-    F(DeviceConnectionInterface, Connection, 0, "interface")   \
-    F(IsTagged, Address, 4, "tag")                             \
-    F(ConnSSID, Connection, 1, "Wi-Fi network (SSID)")         \
-    F(DeviceMAC, Address, 0, "MAC")                            \
-    F(ConnAPMac, Connection, 2, "access point (MAC)")          \
-    F(Timestamp, Record, 0, "last reported")                   \
-    F(DeviceIP, Address, 1, "IP")                              \
-    F(Devicestate, Address, 2, "state")                        \
-    F(AllowOrBlock, Address, 3, "access")                      \
-    F(DeviceLinkRate, Connection, 4, "link rate")              \
-    F(UploadBW, Connection, 6, "upload bandwidth")             \
-    F(DownloadBW, Connection, 5, "download bandwidth")         \
-    F(DeviceSignalStrength, Connection, 3, "signal strength")  \
-    F(Producerid, Record, 1, "producer")
-
 enum class Kind : uint8_t { Text, Number };
 
 struct FieldSpec {
@@ -67,27 +29,53 @@ struct FieldSpec {
 };
 
 template <class Member>
-constexpr Kind kind_of_member() {
-    if constexpr (std::is_same_v<Member, uint32_t>) {
-        return Kind::Number;
-    } else {
-        static_assert(std::is_same_v<std::remove_extent_t<Member>, char>);
-        return Kind::Text;
-    }
+constexpr FieldSpec field_spec(const char *name, size_t offset, Group group, uint8_t place, const char *label) {
+    constexpr bool IS_NUMBER = std::is_same_v<Member, uint32_t>;
+    static_assert(IS_NUMBER || std::is_same_v<std::remove_extent_t<Member>, char>);
+    return {name, label, offset, sizeof(Member), IS_NUMBER ? Kind::Number : Kind::Text, group, place};
 }
 
+#define SARN_TOOL_FIELD(member, group, place, label) \
+    field_spec<decltype(device_info::member)>(#member, offsetof(device_info, member), Group::group, place, label)
+// In the order of the record. The number is the place within the group.
 inline constexpr auto FIELDS = std::to_array<FieldSpec>({
-#define SARN_TOOL_FIELD_SPEC(member, group, place, label) \
-    {#member,                                             \
-     label,                                               \
-     offsetof(device_info, member),                       \
-     sizeof(device_info::member),                         \
-     kind_of_member<decltype(device_info::member)>(),     \
-     Group::group,                                        \
-     place},
-    SARN_TOOL_FIELDS(SARN_TOOL_FIELD_SPEC)
-#undef SARN_TOOL_FIELD_SPEC
+    SARN_TOOL_FIELD(DeviceHua, Dhcp, 3, "HTTP user agent"),
+    SARN_TOOL_FIELD(DeviceDHCPOptions, Dhcp, 2, "DHCP options asked for"),
+    SARN_TOOL_FIELD(DeviceDHCPHostname, Dhcp, 0, "DHCP host name"),
+    SARN_TOOL_FIELD(DeviceDHCPVendor, Dhcp, 1, "DHCP vendor class"),
+    SARN_TOOL_FIELD(DeviceHostname, Name, 2, "host name"),
+    SARN_TOOL_FIELD(DeviceMacVendor, Kind, 7, "maker of its MAC address"),
+    SARN_TOOL_FIELD(DisplayNameCustom, Name, 0, "name given by you"),
+    SARN_TOOL_FIELD(DisplayNameDPI, Name, 1, "recognised name"),
+    SARN_TOOL_FIELD(DisplayNameQuorvex, Name, 3, "composed name"),
+    SARN_TOOL_FIELD(DeviceUUID, Kind, 11, "UUID"),
+    SARN_TOOL_FIELD(DeviceBrand, Kind, 4, "recognised brand"),
+    SARN_TOOL_FIELD(DeviceCategory, Kind, 10, "category"),
+    SARN_TOOL_FIELD(DeviceModel, Kind, 6, "recognised model"),
+    SARN_TOOL_FIELD(DeviceOS, Kind, 8, "operating system"),
+    SARN_TOOL_FIELD(DeviceOSVersion, Kind, 9, "operating system version"),
+    SARN_TOOL_FIELD(DeviceTypeCustom, Kind, 0, "type given by you"),
+    SARN_TOOL_FIELD(DeviceTypeDPI, Kind, 2, "type as the recogniser put it"),
+    SARN_TOOL_FIELD(DeviceTypeQuorvex, Kind, 1, "recognised type"),
+    SARN_TOOL_FIELD(DisplayModelCustom, Kind, 5, "model given by you"),
+    SARN_TOOL_FIELD(DisplayBrandCustom, Kind, 3, "brand given by you"),
+    SARN_TOOL_FIELD(FingResponsestatus, Record, 2, "recogniser's answer"),
+    SARN_TOOL_FIELD(DeviceConnectionInterface, Connection, 0, "interface"),
+    SARN_TOOL_FIELD(IsTagged, Address, 4, "tag"),
+    SARN_TOOL_FIELD(ConnSSID, Connection, 1, "Wi-Fi network (SSID)"),
+    SARN_TOOL_FIELD(DeviceMAC, Address, 0, "MAC"),
+    SARN_TOOL_FIELD(ConnAPMac, Connection, 2, "access point (MAC)"),
+    SARN_TOOL_FIELD(Timestamp, Record, 0, "last reported"),
+    SARN_TOOL_FIELD(DeviceIP, Address, 1, "IP"),
+    SARN_TOOL_FIELD(Devicestate, Address, 2, "state"),
+    SARN_TOOL_FIELD(AllowOrBlock, Address, 3, "access"),
+    SARN_TOOL_FIELD(DeviceLinkRate, Connection, 4, "link rate"),
+    SARN_TOOL_FIELD(UploadBW, Connection, 6, "upload bandwidth"),
+    SARN_TOOL_FIELD(DownloadBW, Connection, 5, "download bandwidth"),
+    SARN_TOOL_FIELD(DeviceSignalStrength, Connection, 3, "signal strength"),
+    SARN_TOOL_FIELD(Producerid, Record, 1, "producer"),
 });
+#undef SARN_TOOL_FIELD
 
 constexpr bool fields_cover_the_record() {
     size_t end = 0;

@@ -17,8 +17,8 @@ int32_t log_level = STORE_FAILURES;
 
 void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...) {
     // A refusal of the library reaches the person in better words; why the store failed, only the store knows.
-    const bool is_of_library = std::strcmp(file, "sarnapi") == 0;
-    if (tool::log_level == tool::STORE_FAILURES ? is_of_library : level < tool::log_level) return;
+    const bool is_of_store = std::strcmp(file, KORA_LOG_SOURCE) == 0;
+    if (tool::log_level == tool::STORE_FAILURES ? !is_of_store : level < tool::log_level) return;
     char message[1024];
     va_list values;
     va_start(values, format);

@@ -31,8 +31,8 @@ bool colour_is_wanted() {
     return (refused == nullptr || *refused == '\0') && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
 }
 
-// What is written to may have been left so that nobody waits for it: that is done here then.
-bool may_go_on(int descriptor) {
+// After a failed write. Waits where the descriptor does not block; false when the write is not to be tried again.
+bool wait_to_go_on(int descriptor) {
     static constexpr int FOR_EVER = -1;
     if (errno != EAGAIN) return errno == EINTR;
     pollfd awaited = {descriptor, POLLOUT, 0};
@@ -42,7 +42,7 @@ bool may_go_on(int descriptor) {
 bool write_all(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(descriptor, text.data(), text.size());
-        if (written < 0 && !may_go_on(descriptor)) return false;
+        if (written < 0 && !wait_to_go_on(descriptor)) return false;
         if (written > 0) text.remove_prefix(static_cast<size_t>(written));
     }
     return true;

@@ -119,7 +119,7 @@ TEST_F(Crowd, KilledReadersHoldNobodyUp) {
                   int failed = kora_init_ex(nullptr) == nullptr;
                   for (int i = 0; i < 20 * scale(); ++i) {
                       failed += run_process([] {
-                                    if (!is_started()) return 1;
+                                    if (!start_library()) return 1;
                                     arm(Fault::Kill, 30);  // inside its group
                                     return call("read").make(1);
                                 }) != KILLED;

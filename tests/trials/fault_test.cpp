@@ -60,7 +60,7 @@ bool is_left_the_same(const Case &c) {
 // Makes the call under the fault, and again without it.
 int attempt(const Case &c, Fault fault, int position) {
     return run_process([&] {
-        if (!c.call.is("start") && !is_started()) return 10;
+        if (!c.call.is("start") && !start_library()) return 10;
         arm(fault, position);
         const int result = c.call.make(c.device);
         disarm();
@@ -152,7 +152,7 @@ protected:
             return run_process([&] { return sarn_init() == SARN_OK ? make_and_tell(each, n) : 100; });
         };
         const pid_t stopped = start_process([&] {
-            if (!is_started()) return 100;
+            if (!start_library()) return 100;
             arm(Fault::Stop, position);
             return make_and_tell(a, device);
         });

@@ -17,7 +17,7 @@ std::atomic<int> position = 0;
 int armed_at = 0;
 
 // Whether the n-th look at one of these two faults has come, n being where it is armed.
-bool is_met(Fault once, Fault ever) {
+bool count_and_meet(Fault once, Fault ever) {
     if (armed != once && armed != ever) return false;
     const int now = ++position;
     if (now < armed_at || (armed == once && now > armed_at)) return false;
@@ -26,11 +26,11 @@ bool is_met(Fault once, Fault ever) {
     return true;
 }
 
-// Whether this operation is to fail; if the process is not to end or to stop before it.
-bool is_to_fail() {
-    if (is_met(Fault::Kill, Fault::Kill)) raise(SIGKILL);
-    if (is_met(Fault::Stop, Fault::Stop)) raise(SIGSTOP);
-    return is_met(Fault::FailOnce, Fault::FailEver);
+// Kills or stops the process if that is armed for this operation; else whether the operation is to fail.
+bool meet_fault() {
+    if (count_and_meet(Fault::Kill, Fault::Kill)) raise(SIGKILL);
+    if (count_and_meet(Fault::Stop, Fault::Stop)) raise(SIGSTOP);
+    return count_and_meet(Fault::FailOnce, Fault::FailEver);
 }
 
 template <class Function>
@@ -57,7 +57,7 @@ void *__libc_calloc(size_t, size_t);
 void *__libc_realloc(void *, size_t);
 }
 
-static bool is_memory_short() { return is_met(Fault::NoMemoryOnce, Fault::NoMemoryEver); }
+static bool meet_memory_fault() { return count_and_meet(Fault::NoMemoryOnce, Fault::NoMemoryEver); }
 
 // The trial's own containers are not to fail.
 void *operator new(size_t size) { return __libc_malloc(size); }
@@ -65,16 +65,18 @@ void operator delete(void *memory) noexcept { free(memory); }
 void operator delete(void *memory, size_t) noexcept { free(memory); }
 
 extern "C" {
-void *malloc(size_t size) noexcept { return is_memory_short() ? nullptr : __libc_malloc(size); }
-void *calloc(size_t count, size_t size) noexcept { return is_memory_short() ? nullptr : __libc_calloc(count, size); }
-void *realloc(void *memory, size_t size) noexcept { return is_memory_short() ? nullptr : __libc_realloc(memory, size); }
+void *malloc(size_t size) noexcept { return meet_memory_fault() ? nullptr : __libc_malloc(size); }
+void *calloc(size_t count, size_t size) noexcept { return meet_memory_fault() ? nullptr : __libc_calloc(count, size); }
+void *realloc(void *memory, size_t size) noexcept {
+    return meet_memory_fault() ? nullptr : __libc_realloc(memory, size);
+}
 }
 #endif
 
 #define FORWARDED(name, parameters, ...)                       \
     int32_t name parameters {                                  \
         static auto *const real = next<decltype(name)>(#name); \
-        return is_to_fail() ? -1 : real(__VA_ARGS__);          \
+        return meet_fault() ? -1 : real(__VA_ARGS__);          \
     }
 #define VALUE(name, type) \
     FORWARDED(name, (void *h, const char *t, int32_t row, const char *f, type value), h, t, row, f, value)
@@ -103,7 +105,7 @@ FORWARDED(kora_changes, (void *h, uint64_t *number), h, number)
 
 int32_t kora_begin(void *handle, int32_t mode) {
     static auto *const real = next<decltype(kora_begin)>("kora_begin");
-    const int32_t result = is_to_fail() ? -1 : real(handle, mode);
+    const int32_t result = meet_fault() ? -1 : real(handle, mode);
     if (armed != Fault::None && result == 0 && mode == KORA_WRITING) control->is_writing_group = true;
     return result;
 }
@@ -111,7 +113,7 @@ int32_t kora_begin(void *handle, int32_t mode) {
 // A group that cannot be kept is over all the same.
 int32_t kora_end(void *handle, int32_t keep) {
     static auto *const real = next<decltype(kora_end)>("kora_end");
-    const bool fails = is_to_fail();
+    const bool fails = meet_fault();
     const int32_t result = real(handle, fails ? 0 : keep);
     if (armed != Fault::None) control->is_writing_group = false;
     return fails ? -1 : result;

@@ -156,7 +156,7 @@ const Call &call(std::string_view name) {
 
 bool Call::allows(int result) const { return result == SARN_OK || std::ranges::find(others, result) != others.end(); }
 
-bool is_started() { return sarn_init() == SARN_OK && call("read").allows(read_device(0)); }
+bool start_library() { return sarn_init() == SARN_OK && call("read").allows(read_device(0)); }
 
 namespace {
 

@@ -62,7 +62,7 @@ struct Call {
 extern const std::vector<Call> CALLS;
 const Call &call(std::string_view name);
 // Starts the library, and lets it know the rows: most positions after that are those of the writes.
-bool is_started();
+bool start_library();
 
 // Each test has a store of its own, on a tmpfs. The test's own process never opens it: its children do.
 class TrialTest : public testing::Test {
