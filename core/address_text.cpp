@@ -24,6 +24,21 @@ bool is_in_quad_range(const char *digits) {
     return value <= QUAD_MAX;
 }
 
+// A rebuild spells a MAC for every row, so the digits come from a table.
+struct HexPairs {
+    char of[256][2] = {};
+};
+
+constexpr HexPairs make_hex_pairs() {
+    constexpr char DIGITS[] = "0123456789ABCDEF";
+    HexPairs pairs;
+    for (int byte = 0; byte < 256; ++byte) {
+        pairs.of[byte][0] = DIGITS[byte >> 4];
+        pairs.of[byte][1] = DIGITS[byte & 0x0F];
+    }
+    return pairs;
+}
+
 }  // namespace
 
 bool mac_sanity_check(const char *text) {
@@ -41,6 +56,17 @@ void upper_case(char *text, size_t length) {
     for (size_t i = 0; i < length; ++i) {
         if (text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 'a' + 'A');
     }
+}
+
+MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]) {
+    static constexpr HexPairs PAIRS = make_hex_pairs();
+    MacBytesText result = {"  :  :  :  :  :  "};
+    char *pair = result.text;
+    for (const uint8_t byte : mac) {
+        memcpy(pair, PAIRS.of[byte], sizeof PAIRS.of[byte]);
+        pair += sizeof "FF";
+    }
+    return result;
 }
 
 void ipv4_to_text(const uint8_t (&ip)[4], char (&text)[IPV4_TEXT_SIZE]) {

@@ -17,6 +17,12 @@ bool mac_sanity_check(const char *text);
 // Letters a to z among the first `length` bytes become upper case, whatever stands between them.
 void upper_case(char *text, size_t length);
 
+// As wide as MappingRow::MACData, so that it is copied whole.
+struct MacBytesText {
+    char text[20];
+};
+MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]);
+
 // A dotted quad and its NUL; the bytes behind it stay as they are.
 inline constexpr size_t IPV4_TEXT_SIZE = sizeof "255.255.255.255";
 void ipv4_to_text(const uint8_t (&ip)[4], char (&text)[IPV4_TEXT_SIZE]);

@@ -22,6 +22,10 @@ bool is_terminated(const char (&text)[Width]) {
     return memchr(text, '\0', Width) != nullptr;
 }
 
+inline bool is_one_of(const char *text, const char *first, const char *second) {
+    return strcmp(text, first) == 0 || strcmp(text, second) == 0;
+}
+
 }  // namespace sarn
 
 #endif

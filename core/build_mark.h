@@ -1,6 +1,6 @@
-// Whether a rebuild would find what this process knows already. Where the store tells a number that moves with every
-// change of what a rebuild reads, the number of the last rebuild answers that, as long as nothing in this process has
-// changed the state since in a way that a rebuild would set otherwise. Without such a store every rebuild runs.
+// Whether a rebuild would find anything new. The store's change number as of the last rebuild answers that, unless this
+// process has changed its own state since in a way that a rebuild would set otherwise. Where the store tells no such
+// number, every rebuild runs.
 #ifndef SARN_CORE_BUILD_MARK_H
 #define SARN_CORE_BUILD_MARK_H
 
@@ -22,8 +22,8 @@ void mark_build_current() SARN_REQUIRES(state_lock);
 // The state changed otherwise than by a rebuild: the next gate builds again.
 void forget_build() SARN_REQUIRES(state_lock);
 
-// A change of this process' own after which the state is again what a rebuild would find: noted as the last thing in
-// its group, if the build was current as the first, and kept once the group was.
+// A change by this process after which its picture matches the store again. Note it last in the group, if the build was
+// current at the group's start, and call follow_build once the group is kept. One that was not noted forgets the build.
 struct FollowedChange {
     uint64_t number;
     bool is_followed;

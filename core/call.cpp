@@ -54,7 +54,7 @@ void forget_calls() SARN_UNCHECKED {
 WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     Call call = {request, SARN_ERR_THREAD, nullptr};
     link_call(call);
-    // So only where a store function calls the library: the worker is not to wait for what its own caller holds.
+    // True only when a store function calls the library: the worker must not wait for the lock that its caller holds.
     const bool is_lent = state_lock.is_held_by_this_thread();
     if (is_lent) state_lock.lend(request);
     pthread_t thread;

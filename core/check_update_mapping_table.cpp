@@ -38,7 +38,7 @@ bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_tex
     return true;
 }
 
-// The row keeps the reset values of its other fields. Without a MAC that the store takes, nothing is written.
+// The row keeps the reset values of its other fields. Without a MAC that the store takes, nothing is written to it.
 GroupEnd create_row(int32_t row, const char *mac_text) SARN_REQUIRES(state_lock) {
     {
         const ExportedMutex hold(mutex2);
@@ -77,11 +77,12 @@ void log_search(const char *mac, int32_t producer_id) {
 int32_t find_or_create_row(const char *mac, int32_t producer_id) SARN_REQUIRES(state_lock) {
     int32_t lost_row = SARN_ERR_NO_ROW;
     int32_t times_lost = 0;
-    // Each lost race means that one more row was taken, unless what stands against a row lies behind one that cannot be
-    // read: then the same row is offered again and again.
+    // A lost race usually means that the row is taken now. But a rebuild stops at a row that it cannot read: what
+    // stands behind that is not seen, and the same row comes up again.
     for (int32_t attempt = 0; attempt < ROW_COUNT && times_lost < MOST_TIMES_LOST; ++attempt) {
         int32_t row = 0;
         if (check_mac_pre_existing(mac, &row)) return row;
+        // Before the producer is looked at: hosts know the order of gate and log line.
         row = first_free_index();
         if (producer_id == SARN_PRODUCER_LOOKUP_ONLY) return SARN_ERR_LOOKUP_ONLY;
         if (row < 0) {
@@ -117,10 +118,7 @@ void tell_known_row(char *mac, int32_t producer_id) {
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) {
     log_search(MacText(mac).text, producer_id);
     if (pass_entry_gate("check_update_mapping_table") != SARN_OK) return SARN_ERR_REBUILD;
-    if (initialised != 1) {
-        SARN_LOG(UnauthorizedAccess);
-        return SARN_ERR_NOT_INITIALISED;
-    }
+    if (!require_initialised()) return SARN_ERR_NOT_INITIALISED;
     upper_case(mac, sizeof signature_record::mac);
     const MacText wanted(mac);
     return find_or_create_row(wanted.text, producer_id);

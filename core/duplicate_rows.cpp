@@ -18,7 +18,7 @@ int32_t read_timestamp(int32_t row) SARN_REQUIRES(state_lock) {
 }
 
 void remove_row(int32_t row, RowBitmap &rows) SARN_REQUIRES(state_lock) {
-    forget_build();  // no gate follows that would leave the row's entry as a rebuild does
+    forget_build();  // so the entry stays as a reset leaves it, as where the store tells no changes
     (void)reset_device_entry(row, holds_known_device);
     clear_row(rows, row);
 }
@@ -33,7 +33,7 @@ int32_t keep_newer(int32_t current, int32_t other, RowBitmap &rows) SARN_REQUIRE
 
 // Which of two equally old rows stays follows from the order: the last word first, but within a word upwards, and in
 // the visited row's own word only the rows below it.
-void visit(int32_t visited, RowBitmap &rows) SARN_REQUIRES(state_lock) {
+void keep_newest_of_mac(int32_t visited, RowBitmap &rows) SARN_REQUIRES(state_lock) {
     int32_t current = visited;
     for (int32_t word = SARN_BITMAP_WORDS - 1; word >= 0; --word) {
         const int32_t first = word * WORD_BITS;
@@ -50,7 +50,7 @@ void visit(int32_t visited, RowBitmap &rows) SARN_REQUIRES(state_lock) {
 
 void remove_duplicate_rows(RowBitmap &rows) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
-        if (has_row(rows, row)) visit(row, rows);
+        if (has_row(rows, row)) keep_newest_of_mac(row, rows);
     }
 }
 

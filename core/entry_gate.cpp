@@ -45,7 +45,7 @@ bool check_sync_required() {
 
 int32_t sync_global_data() {
     initialised = 0;
-    clear_row_state();
+    clear_all_rows();
     (void)init_mapping_table_locked();
     if (create_mapping_table_locked() >= 0) mark_build_current();
     const int32_t cleaned = clean_up_crowded_table();
@@ -72,8 +72,8 @@ bool go_through_gate(const char *operation) {
 
 bool rebuild_first(const char *operation) {
     const Exclusive hold(state_lock);
-    const bool is_nothing_new = !is_store_open() || (!is_build_running() && is_build_current());
-    return log_sync_failure(operation, is_nothing_new ? SARN_OK : sync_global_data()) == SARN_OK;
+    if (!is_store_open() || (!is_build_running() && is_build_current())) return true;
+    return log_sync_failure(operation, sync_global_data()) == SARN_OK;
 }
 
 bool go_through_gate_silently() {

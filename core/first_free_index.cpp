@@ -17,7 +17,7 @@ int32_t lowest_clear_row(const RowBitmap &bitmap) {
     for (int32_t row = 0; row < ROW_COUNT; ++row) {
         if (!has_row(bitmap, row)) return row;
     }
-    return SEARCH_AGAIN;
+    return SARN_ERR_NO_ROW;
 }
 
 int32_t search_free_row() SARN_REQUIRES(state_lock) {
@@ -28,7 +28,7 @@ int32_t search_free_row() SARN_REQUIRES(state_lock) {
     RowBitmap in_use = {};
     if (sarn_table_enquiry_locked(in_use, SARN_BITMAP_WORDS) == SARN_OK) {
         const int32_t row = lowest_clear_row(in_use);
-        if (row != SEARCH_AGAIN) {
+        if (is_row(row)) {
             SARN_LOG(FreeRowFound, "first_free_index", __LINE__, row);
             return row;
         }

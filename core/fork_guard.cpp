@@ -20,7 +20,7 @@ void give_state_back() SARN_UNCHECKED {
 }
 
 void start_child() SARN_UNCHECKED {
-    // The lock knows its owner by the thread's number, which is another one here.
+    // glibc's rwlock knows its writer by the kernel's thread id, which is another one in the child.
     if (is_taken_for_fork) state_lock = StateLock{};
     forget_calls();
 }

@@ -1,5 +1,6 @@
 #include "core/group.h"
 
+#include "core/address_text.h"
 #include "core/build_mark.h"
 #include "core/mapping_table.h"
 #include "core/store.h"

@@ -13,6 +13,8 @@
 
 namespace sarn {
 
+// The first three are in core/store.cpp, which alone calls the store.
+
 // True when the process' store offers groups. What a body checks once more, since other processes may have come between
 // the look-up and the group, it checks only then: without groups the check would promise nothing.
 bool has_groups();
@@ -48,8 +50,7 @@ auto read_group(Body body) SARN_REQUIRES_SHARED(state_lock) SARN_UNCHECKED {
 }
 
 // The check that comes first in a group that writes to a row: does the row still hold the device that this process
-// knows there? True without groups. What cannot be read does not stand against it: as without groups, the row is then
-// taken for what it was, and its report is kept.
+// knows there? True also without groups, and when the MAC cannot be read: the row then counts as unchanged.
 bool holds_known_device(int32_t row) SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn

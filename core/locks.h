@@ -20,8 +20,8 @@
 namespace sarn {
 
 // A thread that holds it exclusively does not take it again (one that holds it shared would wait for itself): a store
-// function that calls the library in the middle of a rebuild goes on under the lock of the call that it serves. What
-// takes it says whether it did, and gives back no more.
+// function that calls the library in the middle of a rebuild goes on under the lock of the call that it serves. lock()
+// and lock_shared() return whether they took it; only then is it given back.
 class SARN_THREAD_ANNOTATION(capability("state_lock")) StateLock {
 public:
     bool lock() SARN_THREAD_ANNOTATION(acquire_capability()) {
@@ -40,7 +40,7 @@ public:
     void unlock_shared() SARN_THREAD_ANNOTATION(release_shared_capability()) { (void)pthread_rwlock_unlock(&rwlock); }
     bool is_held_by_this_thread() const { return __atomic_load_n(&holder, __ATOMIC_RELAXED) == pthread_self(); }
 
-    // Who holds it lends it to a worker that it waits for; what the two see of each other, creation and join order.
+    // The holder lends it to a worker that it waits for; pthread_create and pthread_join order what the two see.
     void lend(const void *request) { __atomic_store_n(&lent_for, request, __ATOMIC_RELAXED); }
     void borrow(const void *request) {
         if (__atomic_load_n(&lent_for, __ATOMIC_RELAXED) == request) hold();
@@ -75,7 +75,7 @@ private:
     void hold() { __atomic_store_n(&holder, pthread_self(), __ATOMIC_RELAXED); }
     void leave() { __atomic_store_n(&holder, pthread_t{}, __ATOMIC_RELAXED); }
 
-    pthread_t holder = {};  // only a thread's own number tells it anything
+    pthread_t holder = {};  // only "is it me?" can be asked of it: any other value may be stale
     const void *lent_for = nullptr;
 };
 

@@ -7,25 +7,6 @@
 
 namespace sarn {
 
-namespace {
-
-// A rebuild spells as many as there are rows.
-struct HexPairs {
-    char of[256][2] = {};
-};
-
-constexpr HexPairs make_hex_pairs() {
-    constexpr char DIGITS[] = "0123456789ABCDEF";
-    HexPairs pairs;
-    for (int byte = 0; byte < 256; ++byte) {
-        pairs.of[byte][0] = DIGITS[byte >> 4];
-        pairs.of[byte][1] = DIGITS[byte & 0x0F];
-    }
-    return pairs;
-}
-
-}  // namespace
-
 bool is_same_mac(const char *left, const char *right) { return strncmp(left, right, MAC_TEXT_LENGTH) == 0; }
 
 bool holds_device(int32_t row) { return memcmp(mapping_table[row].MACData, NO_DEVICE_MAC, sizeof NO_DEVICE_MAC) != 0; }
@@ -37,12 +18,9 @@ int32_t lowest_row_of(const char *mac) {
     return SARN_ERR_NO_ROW;
 }
 
-void mark_row_free(int32_t row) {
+void free_row(int32_t row) {
     mapping_table[row].index = 0;
     memcpy(mapping_table[row].MACData, NO_DEVICE_MAC, sizeof NO_DEVICE_MAC);
-}
-
-void clear_row_bits(int32_t row) {
     clear_row(offline_bitmap, row);
     clear_row(inuse_bitmap, row);
 }
@@ -68,17 +46,6 @@ bool note_state(int32_t row, const char *state) {
 void count_row_in_use(int32_t row) {
     if (inuse_count < ROW_COUNT) ++inuse_count;
     set_row(inuse_bitmap, row);
-}
-
-MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]) {
-    static constexpr HexPairs PAIRS = make_hex_pairs();
-    MacBytesText result = {"  :  :  :  :  :  "};
-    char *pair = result.text;
-    for (const uint8_t byte : mac) {
-        memcpy(pair, PAIRS.of[byte], sizeof PAIRS.of[byte]);
-        pair += sizeof "FF";
-    }
-    return result;
 }
 
 }  // namespace sarn

@@ -35,7 +35,8 @@ int32_t first_free_index() SARN_REQUIRES(state_lock);
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
 
 // The look-up alone, beside other readers: the row that check_update_mapping_table_locked would find, when the gate is
-// open and the MAC has one; else SARN_ERR_NO_ROW. It does and logs nothing: tell_known_row does both, as that would.
+// open and the MAC has one; else SARN_ERR_NO_ROW. It changes and logs nothing; tell_known_row
+// then does both as that call would.
 int32_t find_known_row(const char *mac) SARN_REQUIRES_SHARED(state_lock);
 void tell_known_row(char *mac, int32_t producer_id);
 
@@ -48,8 +49,7 @@ int32_t lowest_row_of(const char *mac) SARN_REQUIRES_SHARED(state_lock);
 bool is_same_mac(const char *left, const char *right);
 
 // The row holds no device any more: its table entry, and its bits in the two bitmaps.
-void mark_row_free(int32_t row) SARN_REQUIRES(state_lock);
-void clear_row_bits(int32_t row) SARN_REQUIRES(state_lock);
+void free_row(int32_t row) SARN_REQUIRES(state_lock);
 
 // Exactly one of OFFLINE_STATES.
 bool is_offline_state(const char *state);
@@ -59,12 +59,6 @@ bool note_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
 
 // One more row in use.
 void count_row_in_use(int32_t row) SARN_REQUIRES(state_lock);
-
-// Room for a MAC text of six bytes.
-struct MacBytesText {
-    char text[20];
-};
-MacBytesText mac_bytes_to_text(const uint8_t (&mac)[6]);
 
 }  // namespace sarn
 

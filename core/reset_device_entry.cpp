@@ -35,8 +35,7 @@ int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
     });
     if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
     if (end == GroupEnd::Failed) return SARN_ERR_REBUILD;
-    mark_row_free(row);
-    clear_row_bits(row);
+    free_row(row);
     --inuse_count;
     follow_build(change);
     if (change.is_followed) mapping_table[row].index = row;  // as a rebuild leaves it

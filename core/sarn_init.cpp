@@ -55,7 +55,7 @@ int32_t sarn_init(void) {
         return SARN_ERR_STORE_OPEN;
     }
     guard_forks();
-    clear_row_state();
+    clear_all_rows();
     (void)init_mapping_table_locked();
     (void)create_mapping_table_locked();
     initialised = 1;

@@ -1,6 +1,5 @@
 // Asks for a forced refresh of what is known of the devices, when the Internet is there and none is running.
-#include <string.h>
-
+#include "core/bounded_text.h"
 #include "core/store.h"
 
 int32_t sarn_weekly_refresh_request(void) {
@@ -10,11 +9,11 @@ int32_t sarn_weekly_refresh_request(void) {
 
     char internet[8];
     read_text_or_empty(Field::general_Internetstatus, SINGLE_ROW, internet);
-    if (strcmp(internet, "down") == 0 || strcmp(internet, "unknown") == 0) return SARN_ERR_INTERNET_DOWN;
+    if (is_one_of(internet, "down", "unknown")) return SARN_ERR_INTERNET_DOWN;
 
     char progress[8];
     read_text_or_empty(Field::sarngeneral_RefreshComplete, SINGLE_ROW, progress);
-    if (strcmp(progress, "going") == 0 || strcmp(progress, "GOING") == 0) return SARN_REFRESH_RUNNING;
+    if (is_one_of(progress, "going", "GOING")) return SARN_REFRESH_RUNNING;
 
     (void)write_text(Field::sarngeneral_WeeklyRefreshType, SINGLE_ROW, "forced");
     return SARN_OK;

@@ -1,16 +1,11 @@
 // The upgrade flag; a first upgrade also moves the firmware switch on.
-#include <string.h>
-
-#include "core/log.h"
+#include "core/bounded_text.h"
 #include "core/store.h"
 
 int32_t set_sarn_upgrade_status(uint8_t status) {
     using namespace sarn;
     const Exclusive hold(state_lock);
-    if (initialised != 1) {
-        SARN_LOG(UnauthorizedAccess);
-        return SARN_ERR_NOT_INITIALISED;
-    }
+    if (!require_initialised()) return SARN_ERR_NOT_INITIALISED;
     uint8_t old_status = 0;
     char firmware_switch[8] = {};
     if (!read_bool(Field::General_SARNTableupgradestatus, SINGLE_ROW, &old_status) ||
@@ -18,7 +13,7 @@ int32_t set_sarn_upgrade_status(uint8_t status) {
         !read_text(Field::SarnFWupgrade_FWStatusswitch, SINGLE_ROW, firmware_switch, sizeof firmware_switch)) {
         return SARN_STORE_FAILED;
     }
-    const bool is_initial = strcmp(firmware_switch, "INIT") == 0 || strcmp(firmware_switch, "init") == 0;
+    const bool is_initial = is_one_of(firmware_switch, "INIT", "init");
     if (old_status < status && is_initial) {
         (void)write_text(Field::SarnFWupgrade_FWStatusswitch, SINGLE_ROW, "switched");
     }

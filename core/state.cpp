@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "core/log.h"
 #include "core/offline_cleanup.h"
 
 int32_t producer = 0;
@@ -35,7 +36,12 @@ bool is_initialised() {
     return initialised == 1;
 }
 
-void clear_row_state() {
+bool require_initialised() {
+    if (initialised != 1) SARN_LOG(UnauthorizedAccess);
+    return initialised == 1;
+}
+
+void clear_all_rows() {
     memset(inuse_bitmap, 0, sizeof inuse_bitmap);
     memset(offline_bitmap, 0, sizeof offline_bitmap);
     inuse_count = 0;

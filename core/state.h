@@ -31,8 +31,11 @@ extern int32_t inuse_count SARN_GUARDED_BY(state_lock);
 
 bool is_initialised() SARN_EXCLUDES(state_lock);
 
+// False, and logged in the words that most calls share, before sarn_init.
+bool require_initialised() SARN_REQUIRES_SHARED(state_lock);
+
 // Empties bitmaps, count and offline candidates, as a start and each rebuild begin.
-void clear_row_state() SARN_REQUIRES(state_lock);
+void clear_all_rows() SARN_REQUIRES(state_lock);
 
 constexpr bool is_row(int32_t row) { return static_cast<uint32_t>(row) < static_cast<uint32_t>(ROW_COUNT); }
 

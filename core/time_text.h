@@ -23,7 +23,7 @@ inline TimeText current_time_text() {
 }
 
 // Times above 2^31 - 1 come out negative, as atoi gives them; every reader of the store agrees on that.
-inline int32_t seconds_of(const char *text) { return static_cast<int32_t>(strtol(text, nullptr, 10)); }
+inline int32_t seconds_of(const char *text) { return static_cast<int32_t>(strtoll(text, nullptr, 10)); }
 
 }  // namespace sarn
 

@@ -23,7 +23,7 @@ namespace sarn {
 
 namespace {
 
-int32_t accept_detail(device_detail_request &request);
+int32_t accept_detail(const device_detail_request &request);
 int32_t check_texts(const device_detail_record &record);
 int32_t store_detail(const device_detail_request &request);
 int32_t write_row_of(const device_detail_request &request) SARN_REQUIRES(state_lock);
@@ -32,7 +32,7 @@ void notify_once(int32_t row) SARN_REQUIRES(state_lock);
 bool is_notified_meanwhile(int32_t row) SARN_REQUIRES(state_lock);
 void read_flag(Field field, int32_t row, uint8_t &flag) SARN_REQUIRES(state_lock);
 
-int32_t accept_detail(device_detail_request &request) {
+int32_t accept_detail(const device_detail_request &request) {
     const int32_t accepted = check_identity_caller(request.producer_id);
     if (accepted != SARN_OK) return accepted;
     const int32_t checked = check_texts(request.record);

@@ -16,11 +16,11 @@
  *     byte past a width is ever read. A device's MAC text is six two-digit hexadecimal pairs joined by colons, either
  *     case; what follows the 17th character is ignored. IP text is a dotted quad.
  *  7. Memory of the caller stays the caller's. Pointers must be valid and not null where no code is given for null.
- *  8. Writes that the store refuses are not told, but by the calls that say so. Where the store offers groups, a call
- *     keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile counts
- *     as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some calls are several such steps: a
- *     new device's report is its row, then the report; a detail update and a name are the findings, the display type,
- *     the user's name, the composed name, the notification.
+ *  8. A write that the store refuses is not reported, except by the calls that say so. Where the store offers groups, a
+ *     call keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile
+ *     counts as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some calls are several such
+ *     steps: a new device's report is its row, then the report; a detail update is the findings, the display type, the
+ *     composed name, the notification; a name is the user's name, then the composed name.
  *
  * Caveats:
  *
@@ -34,11 +34,12 @@
  *    would wait for that group for ever.
  *  - A process that ends in the middle of a call may leave that call's row half written where the store offers no
  *    groups of operations, and between two of the steps above where it does.
- *  - The exported variables are for reading by the host. The result cells are shared by all calls of the process and
- *    hold whichever status was written last: use what the call returned.
+ *  - The exported variables are for reading, but for the logger's controls and mappingtablestatus. Single numbers may
+ *    be read at any time, gc_epochtime_array only while no call runs. The result cells are shared by all calls of the
+ *    process and hold whichever status was written last: use what the call returned.
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
  *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must neither call
- *    the library nor fork. A call from the middle of a rebuild is answered as the library is there, not initialised.
+ *    the library nor fork. A call from the middle of a rebuild is answered as by a library that is not initialised.
  *  - Call sarn_uninit before the library is unloaded (dlclose): nothing else closes the store.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */
@@ -136,7 +137,8 @@ enum sarn_result {
  * Opens the store and builds the library's picture of it. The first process after the store came up also removes rows
  * that hold a MAC twice: the row with the newest "Timestamp" stays; of equally old ones the higher row within the same
  * word of the bitmap, else the lower one; what it had not removed when it was killed no later start removes. Frees rows
- * of offline devices when more than 179 rows are in use. May be called again after sarn_uninit, and then counts from 0.
+ * of offline devices when more than 179 rows are in use. May be called again after sarn_uninit, and then begins with an
+ * empty picture.
  *   0                             done; so also when a row could not be read: the rows before it are known
  *   SARN_ERR_ALREADY_INITIALISED  nothing done
  *   SARN_ERR_STORE_OPEN           the store cannot be opened
@@ -163,9 +165,9 @@ SARN_API int32_t init_mapping_table(void);
 SARN_API int32_t print_mapping_table(void);
 
 /*
- * Reads the MAC of every row from the store, and state and time of offline devices. Adds to bitmaps and count as they
- * are; the start and every rebuild clear them first.
- *   0 to 256                the count of rows in use
+ * Reads the MAC of every row from the store, and state and time of offline devices. Does not reset bitmaps and count: a
+ * device that was counted before is counted again. The start and every rebuild reset them first.
+ *   0 to 256                the count, which stops at 256
  *   SARN_ERR_UNREADABLE     a row could not be read (so also while the store is not open): the rows before it are known
  *   SARN_ERR_BUILD_RUNNING  another build runs in this process: answered at once, as while the host holds
  *                           mappingtablestatus at 0; or one ran while this call waited for its turn
@@ -192,7 +194,7 @@ SARN_API int32_t get_total_sarn_entries_used(void);
  * Finds the row of a MAC, or gives it the lowest free row, which counts as offline from then on when the state that
  * stands there is "DOWN" or "unknown". Gate.
  * `mac` is a writable buffer of at least 18 bytes; the letters among its first 18 bytes become upper case in place.
- *   0 to 255                  the row; of a text that is no address a free one, which stays free
+ *   0 to 255                  the row; for a text that is no address, a free row, which stays free
  *   SARN_ERR_REBUILD          the gate failed
  *   SARN_ERR_NOT_INITIALISED
  *   SARN_ERR_MAC              `mac` is null
@@ -301,7 +303,7 @@ enum sarn_field_code {
     SARN_FIELD_DHCP_HOSTNAME = 3, /* also the host name and the recognised display name */
     SARN_FIELD_DHCP_VENDOR = 4,
     SARN_FIELD_IP = 5,    /* a text that is no address keeps what the row holds */
-    SARN_FIELD_STATE = 6, /* keeps the offline bookkeeping; of a tagged device announced, also when it was so before */
+    SARN_FIELD_STATE = 6, /* also updates the offline bookkeeping; for a tagged device announced, even when unchanged */
     SARN_FIELD_CONNECTION_INTERFACE = 7,
     SARN_FIELD_TYPE_CUSTOM = 8,
     SARN_FIELD_NAME_CUSTOM = 9,
@@ -362,8 +364,8 @@ typedef struct {
  *   0
  *   SARN_ERR_MAC              `mac` null or refused
  *   SARN_ERR_THREAD, SARN_ERR_NOT_INITIALISED
- *   SARN_ERR_REBUILD          before the removal, or after it: the row is reset then; also when a store that offers
- *                             groups could not keep the removal: nothing done
+ *   SARN_ERR_REBUILD          the gate failed before the removal (nothing done) or after it (the row is reset), or a
+ *                             store that offers groups could not keep the removal (nothing done)
  *   SARN_ERR_NO_ROW           the MAC has no row
  *   SARN_ERR_DEVICE_UP        nothing done
  */
@@ -401,7 +403,10 @@ typedef struct {
  */
 SARN_API int32_t update_device_detail(const device_detail_record *record, int32_t producer_id);
 
-/* Logs and writes the new-device notification of a row: feature 1, the row, process 4. Needs sarn_init to write. */
+/*
+ * Logs the new-device notification of a row and writes it to the store for BRIX, the router's notification agent:
+ * feature 1, the row, process 4. `index` is not checked. Needs sarn_init to write.
+ */
 SARN_API void notifyBrixForNdn(uint32_t index);
 
 /*
@@ -421,9 +426,10 @@ typedef struct {
 
 /*
  * The user's name, type, model or brand for a device. Gate; worker. `length` is the caller's count of the text and is
- * only held against the limit: 64 for a name, 32 for the others; a longer text is cut to the limit. An empty text
- * clears the field. A name also composes the composed name anew. At most 18 bytes of `mac` are looked at. A change is
- * announced, but for producer 10 and negative ids, and for a type that the table of types knows.
+ * only held against the limit: 64 for a name, 32 for the others; a text ends at its NUL or at the limit, whatever
+ * `length` says, so that many bytes must be readable. An empty text clears the field. A name also composes the composed
+ * name anew. At most 18 bytes of `mac` are looked at. A change is announced, but for producer 10 and negative ids, and
+ * for a type that the table of types knows.
  *   0
  *   SARN_ERR_REBUILD, SARN_ERR_THREAD
  *   SARN_ERR_TEXT             text or mac null, or length negative or over the limit
@@ -455,7 +461,7 @@ typedef struct {
     int32_t id; /* 1 to 28, one for each display type */
 } device_type_row;
 
-/* The id of a display type, compared exactly; 0 when there is none, for null, and for a length below 1. */
+/* The id of a display type, compared exactly up to its NUL; 0 for no such type, for null, and for a length below 1. */
 SARN_API int32_t get_quorvex_device_id(const char *display, int32_t length);
 
 /* The display type of an id, or null when it is not 1 to 28. The text is the table's: neither free nor change it. */
@@ -496,7 +502,7 @@ SARN_API int32_t sarn_update_pause_list(const char *const *macs, uint8_t state, 
 SARN_API int32_t get_sarn_upgrade_status(uint8_t *status);
 
 /*
- * Writes the upgrade flag, 0 or 1; when it goes from 0 to 1 while the firmware switch is "INIT" or "init", the switch
+ * Writes the upgrade flag, 0 or 1; when that makes it larger while the firmware switch is "INIT" or "init", the switch
  * becomes "switched". 0, also when the switch cannot be written; SARN_STORE_FAILED when the flag cannot be read or
  * written, or, once it is written, the switch not read; SARN_ERR_NOT_INITIALISED.
  */
@@ -565,8 +571,8 @@ typedef struct {
 } device_info_request;
 
 /*
- * Fills `record` with the device of a row. Gate; worker. The record may be used again; on any code but 0 it must not
- * be read.
+ * Fills `record` with the device of a row. Gate; worker. The record may be used again; on a code but 0 read it only
+ * as far as that code's line says.
  *   0
  *   SARN_ERR_REBUILD, SARN_ERR_THREAD
  *   SARN_ERR_NULL_RECORD      `record` is null
@@ -622,7 +628,7 @@ SARN_API int32_t sarn_device_state_info(uint32_t *words, int32_t word_count, uin
 SARN_API int32_t check_macaddress_entry(char *mac);
 
 /*
- * The MAC of a row: a block of 17 characters without a NUL, which the caller frees. 17 zero bytes for a row out of
+ * The MAC of a row: a block of 17 characters without a NUL, to be released with free(). 17 zero bytes for a row out of
  * range; null when there is no memory. A failed gate and a library that is not initialised are logged and answered all
  * the same, from what this process knows. Gate.
  */
@@ -677,7 +683,7 @@ extern SARN_API int32_t dd_thread_exit_status;  /* result cell: detail and displ
 
 /* Who holds one of these must neither call the library nor fork. */
 extern SARN_API pthread_mutex_t mutex1; /* fill, dump and build of the mapping table */
-extern SARN_API pthread_mutex_t mutex2; /* the row write of a creation */
+extern SARN_API pthread_mutex_t mutex2; /* a new row's entry in the mapping table */
 extern SARN_API pthread_mutex_t mutex3; /* the scan of check_macaddress_entry */
 
 /*
@@ -691,7 +697,9 @@ typedef struct {
 } gc_candidate;
 extern SARN_API gc_candidate gc_epochtime_array[10];
 
-/* What the last detail update read; and what makes a display operation the recogniser's. 0 until update_device_detail.
+/*
+ * The two switches as the last detail update read them; then what makes a display operation the recogniser's. All 0
+ * until update_device_detail.
  */
 extern SARN_API uint8_t ndnEnableFlag;
 extern SARN_API uint8_t ndnEventStatus;

@@ -10,17 +10,14 @@ namespace sarn {
 
 namespace {
 
-int32_t fill_record(device_info_request &request) {
+int32_t fill_record(const device_info_request &request) {
     if (request.record == nullptr) return SARN_ERR_NULL_RECORD;
     SARN_LOG(QueryBegins, "get_device_info_handler", __LINE__, static_cast<int32_t>(request.index));
     const int32_t row = static_cast<int32_t>(request.index);
     if (!is_row(row)) return SARN_ERR_ROW_RANGE;
 
     const Shared hold(state_lock);
-    if (initialised != 1) {
-        SARN_LOG(UnauthorizedAccess);
-        return SARN_ERR_NOT_INITIALISED;
-    }
+    if (!require_initialised()) return SARN_ERR_NOT_INITIALISED;
     return read_device_info(*request.record, row, Asked::ForRow);
 }
 

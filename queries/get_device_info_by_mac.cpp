@@ -24,10 +24,7 @@ int32_t fill_record(device_info_mac_request &request) {
         }
     }
     const Exclusive hold(state_lock);
-    if (initialised != 1) {
-        SARN_LOG(UnauthorizedAccess);
-        return SARN_ERR_NOT_INITIALISED;
-    }
+    if (!require_initialised()) return SARN_ERR_NOT_INITIALISED;
     const int32_t row = check_update_mapping_table_locked(request.mac, SARN_PRODUCER_LOOKUP_ONLY);
     if (!is_row(row)) return SARN_ERR_UNKNOWN_DEVICE;
     return read_device_info(*request.record, row, Asked::ForDevice);

@@ -75,9 +75,6 @@ int32_t sarn_device_state_info(uint32_t *words, int32_t word_count, uint32_t sel
         if (initialised == 1 && is_entry_gate_open()) return tell_rows(words, selector);
     }
     const Exclusive hold(state_lock);
-    if (initialised != 1) {
-        SARN_LOG(UnauthorizedAccess);
-        return SARN_ERR_NOT_READY;
-    }
+    if (!require_initialised()) return SARN_ERR_NOT_READY;
     return pass_entry_gate() == SARN_OK ? tell_rows(words, selector) : SARN_ERR_REBUILD;
 }

@@ -1,4 +1,4 @@
-// Changes one field of a device that has a row, chosen by a code. Most codes write one text; the state also keeps the
+// Changes one field of a device that has a row, chosen by a code. Most codes write one text; the state also updates the
 // offline bookkeeping and announces changes of tagged devices, and the access decision is announced.
 #include <string.h>
 
@@ -20,43 +20,43 @@ namespace sarn {
 
 namespace {
 
-// What a code writes. Codes with a step of their own carry it; the others write their text to their field. Clang cannot
-// follow a lock through the step's pointer: that of the state alone needs it exclusively, and store_change sees to it.
+// Every code writes its text to its field; three have more to do after that. Clang cannot follow a lock through a
+// pointer: the state's alone needs it exclusively, and store_change sees to it.
 struct Change {
     int32_t row;
     int32_t producer_id;
     const char *value;
 };
-using Step = void (*)(const Change &change);
+using FollowUp = void (*)(const Change &change);
 
 struct FieldCode {
     Field field;
     bool is_empty_skipped;
-    Step step;
+    FollowUp follow_up;
 };
 
 int32_t accept_change(table_field_request &request);
 int32_t store_change(table_field_request &request);
 int32_t write_value(int32_t row, const table_field_request &request) SARN_REQUIRES_SHARED(state_lock);
 bool is_ap_mac_accepted(const char *value, bool has_end);
-void write_hostname(const Change &change) SARN_REQUIRES_SHARED(state_lock);
-void write_state(const Change &change) SARN_REQUIRES(state_lock);
+void copy_hostname(const Change &change) SARN_REQUIRES_SHARED(state_lock);
+void note_new_state(const Change &change) SARN_REQUIRES(state_lock);
 void announce_tagged_state(int32_t row, const char *state, const char *tag) SARN_REQUIRES_SHARED(state_lock);
-void write_access(const Change &change) SARN_REQUIRES_SHARED(state_lock);
+void announce_access(const Change &change) SARN_REQUIRES_SHARED(state_lock);
 
 constexpr FieldCode FIELD_CODES[] = {
     /*  1 */ {Field::Sarnsignature_DeviceHua, true, nullptr},
     /*  2 */ {Field::Sarnsignature_DeviceDHCPOptions, true, nullptr},
-    /*  3 */ {Field::Sarnsignature_DeviceDHCPHostname, true, write_hostname},
+    /*  3 */ {Field::Sarnsignature_DeviceDHCPHostname, true, copy_hostname},
     /*  4 */ {Field::Sarnsignature_DeviceDHCPVendor, true, nullptr},
     /*  5 */ {Field::Sarnsignature_DeviceIP, false, nullptr},
-    /*  6 */ {Field::Sarnsignature_Devicestate, false, write_state},
+    /*  6 */ {Field::Sarnsignature_Devicestate, false, note_new_state},
     /*  7 */ {Field::Sarnsignature_DeviceConnectionInterface, false, nullptr},
     /*  8 */ {Field::DeviceIdList_DeviceTypeCustom, false, nullptr},
     /*  9 */ {Field::DeviceIdList_DisplayNameCustom, false, nullptr},
     /* 10 */ {Field::Sarnsignature_IsTagged, false, nullptr},
     /* 11 */ {Field::DeviceIdList_DisplayModelCustom, false, nullptr},
-    /* 12 */ {Field::Sarnsignature_AllowOrBlock, false, write_access},
+    /* 12 */ {Field::Sarnsignature_AllowOrBlock, false, announce_access},
     /* 13 */ {Field::ConnectDeviceinfo_ConnSSID, false, nullptr},
     /* 14 */ {Field::ConnectDeviceinfo_DeviceLinkRate, false, nullptr},
     /* 15 */ {Field::ConnectDeviceinfo_DownloadBW, false, nullptr},
@@ -73,10 +73,6 @@ static_assert(sizeof FIELD_CODES / sizeof FIELD_CODES[0] == LAST_CODE - FIRST_CO
 
 constexpr bool is_field_code(int32_t code) { return code >= FIRST_CODE && code <= LAST_CODE; }
 constexpr bool is_value_length(int32_t length) { return length > 0 && length <= SARN_VALUE_MAX; }
-
-bool is_one_of(const char *text, const char *first, const char *second) {
-    return strcmp(text, first) == 0 || strcmp(text, second) == 0;
-}
 
 int32_t accept_change(table_field_request &request) {
     if (!is_initialised()) {
@@ -130,11 +126,8 @@ int32_t write_value(int32_t row, const table_field_request &request) {
     const Change change = {row, request.producer_id, value};
     const GroupEnd end = write_group([&]() SARN_REQUIRES_SHARED(state_lock) {
         if (!holds_known_device(row)) return false;
-        if (code.step != nullptr) {
-            code.step(change);
-        } else {
-            (void)write_text(code.field, row, value);
-        }
+        (void)write_text(code.field, row, value);
+        if (code.follow_up != nullptr) code.follow_up(change);
         return true;
     });
     if (end == GroupEnd::Dropped) {
@@ -156,14 +149,12 @@ bool is_ap_mac_accepted(const char *value, bool has_end) {
     return true;
 }
 
-void write_hostname(const Change &change) {
-    (void)write_text(Field::Sarnsignature_DeviceDHCPHostname, change.row, change.value);
+void copy_hostname(const Change &change) {
     (void)write_text(Field::DeviceIdList_DeviceHostname, change.row, change.value);
     (void)write_text(Field::DeviceIdList_DisplayNameDPI, change.row, change.value);
 }
 
-void write_state(const Change &change) {
-    (void)write_text(Field::Sarnsignature_Devicestate, change.row, change.value);
+void note_new_state(const Change &change) {
     char tag[8];
     read_text_or_empty(Field::Sarnsignature_IsTagged, change.row, tag);
     if (note_state(change.row, change.value)) {
@@ -182,8 +173,7 @@ void announce_tagged_state(int32_t row, const char *state, const char *tag) {
     if (goes_down || comes_up) (void)write_number(Field::BRIXNotifyDTN_Index, SINGLE_ROW, row);
 }
 
-void write_access(const Change &change) {
-    (void)write_text(Field::Sarnsignature_AllowOrBlock, change.row, change.value);
+void announce_access(const Change &change) {
     if (is_change_announced(change.producer_id)) announce_device_change(change.row);
 }
 

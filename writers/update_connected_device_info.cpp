@@ -16,14 +16,14 @@ namespace sarn {
 
 namespace {
 
-int32_t accept_connection(connected_device_request &request);
+int32_t accept_connection(const connected_device_request &request);
 int32_t check_texts(const connected_device_record &record);
 int32_t store_connection(const connected_device_record &record);
 bool store_beside_readers(const char *mac, const connected_device_record &record);
 GroupEnd write_row(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
 void write_texts(int32_t row, const connected_device_record &record) SARN_REQUIRES_SHARED(state_lock);
 
-int32_t accept_connection(connected_device_request &request) {
+int32_t accept_connection(const connected_device_request &request) {
     const int32_t accepted = check_reporter(request.producer_id);
     if (accepted != SARN_OK) return accepted;
     const int32_t checked = check_texts(request.record);

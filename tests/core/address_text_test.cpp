@@ -23,7 +23,9 @@ TEST(AddressText, MacChecksDifferWhereTheyShould) {
             EXPECT_EQ(checkMacAddr(text), c.scans) << text;
         }
     }
-    EXPECT_EQ(checkMacAddr(nullptr) + is_valid_ip(nullptr) + valid_digit(nullptr) + valid_digit("12a"), 0);
+    EXPECT_EQ(checkMacAddr(nullptr), 0);
+    EXPECT_EQ(is_valid_ip(nullptr), 0);
+    for (const char *text : {"12a", static_cast<const char *>(nullptr)}) EXPECT_EQ(valid_digit(text), 0) << !!text;
 }
 
 TEST(AddressText, IpIsFourNumbersUpTo255) {

@@ -6,23 +6,29 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
     const std::string row = "Illegeal Mac address:02:00:00:00:00:FF ",
                       count = "sarn_update_table_field:illegal count for Table index -8";
     // For a MAC without a row, and without a thread; no text where there is none, or only progress is told.
-    const std::pair<std::string, std::string> words[OPERATION_COUNT] = {
-        {"", "Preprocessor "},
-        {"ILLEGAL MAC address passed(02:00:00:00:00:FF) in connected device info .Operation not permitted",
+    const struct {
+        const char *name;
+        std::string without_row, thread;
+    } words[OPERATION_COUNT] = {
+        {"report", "", "Preprocessor "},
+        {"connection",
+         "ILLEGAL MAC address passed(02:00:00:00:00:FF) in connected device info .Operation not permitted",
          "Deviceinformation "},
-        {"ILLEGAL MAC address passed(02:00:00:00:00:FF) in device detail information", "Preprocessor Device detail "},
-        {count, "signature_single_field "},
-        {count, "signature_single_field "},
-        {"Illegeal Mac address ", "processor Device name "},
-        {row, "Postprocessor Device type "},
-        {row, "Postprocessor Device name "},
-        {row, "Postprocessor Device name "},
-        {"", "get_info_process "},
-        {"", "deletion_device_entry_"},
-        {"", ""}};
+        {"detail", "ILLEGAL MAC address passed(02:00:00:00:00:FF) in device detail information",
+         "Preprocessor Device detail "},
+        {"field", count, "signature_single_field "},
+        {"state", count, "signature_single_field "},
+        {"name", "Illegeal Mac address ", "processor Device name "},
+        {"type", row, "Postprocessor Device type "},
+        {"model", row, "Postprocessor Device name "},
+        {"brand", row, "Postprocessor Device name "},
+        {"query", "", "get_info_process "},
+        {"removal", "", "deletion_device_entry_"},
+        {"pause", "", ""}};
     for (size_t i = 0; i < OPERATION_COUNT; ++i) {
         const Operation &operation = OPERATIONS[i];
         SCOPED_TRACE(operation.name);
+        ASSERT_STREQ(words[i].name, operation.name);
         SetUp();
         put_device(1, DEVICE, "DOWN");
         stop_rebuilds();
@@ -36,11 +42,11 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
         EXPECT_EQ(fake::controls.operations, 0) << "a closed library touches no store";
         start();
         expect("02-00", 0, operation.of_no_mac, "");
-        expect("02:00:00:00:00:FF", 0, operation.without_row, words[i].first);
-        if (i < 9) expect(DEVICE, 15, SARN_ERR_PRODUCER, "");  // the others look at no producer
+        expect("02:00:00:00:00:FF", 0, operation.without_row, words[i].without_row);
+        if (operation.checks_producer) expect(DEVICE, 15, SARN_ERR_PRODUCER, "");
         fake::fail_threads(true);
-        const bool has_worker = !words[i].second.empty();
-        if (has_worker) expect(DEVICE, 0, SARN_ERR_THREAD, words[i].second + "thread creation failed with status 11");
+        const bool has_worker = !words[i].thread.empty();
+        if (has_worker) expect(DEVICE, 0, SARN_ERR_THREAD, words[i].thread + "thread creation failed with status 11");
         TearDown();
     }
 }

@@ -67,7 +67,8 @@ TEST_F(Display, LengthsAndTextsAreChecked) {
                             update_device_displaybrand}) {
         const int limit = call == update_device_displayname ? 64 : 32;
         for (const int length : {limit + 1, -1}) EXPECT_EQ(call(ASKED, "x", length, 0), SARN_ERR_TEXT);
-        EXPECT_EQ(call(ASKED, nullptr, 1, 0) + call(nullptr, "x", 1, 0), 2 * SARN_ERR_TEXT);
+        EXPECT_EQ(call(ASKED, nullptr, 1, 0), SARN_ERR_TEXT);
+        EXPECT_EQ(call(nullptr, "x", 1, 0), SARN_ERR_TEXT);
         EXPECT_EQ(take_row_writes(), "");
         EXPECT_EQ(call(ASKED, "x", limit, 0), SARN_OK);
         (void)take_row_writes();

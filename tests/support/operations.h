@@ -11,6 +11,7 @@ struct Operation {
     int (*call)(Mac mac, int producer_id);
     int without_row;  // the answer for a MAC that has none; SARN_OK where it gets one
     int of_no_mac = SARN_ERR_MAC, closed = SARN_ERR_NOT_INITIALISED;
+    bool checks_producer = true;
 };
 
 template <class Record>
@@ -46,10 +47,11 @@ inline constexpr Operation OPERATIONS[] = {
     {"type", [](Mac mac, int id) { return update_device_displaytype(mac, "x", 1, id); }, UNKNOWN, UNKNOWN},
     {"model", [](Mac mac, int id) { return update_device_displaymodel(mac, "x", 1, id); }, UNKNOWN, UNKNOWN},
     {"brand", [](Mac mac, int id) { return update_device_displaybrand(mac, "x", 1, id); }, UNKNOWN, UNKNOWN},
-    {"query", query, UNKNOWN},
-    {"removal", [](Mac mac, int) { return sarn_remove_macaddress_entry(mac); }, SARN_ERR_NO_ROW},
+    {"query", query, UNKNOWN, SARN_ERR_MAC, SARN_ERR_NOT_INITIALISED, false},
+    {"removal", [](Mac mac, int) { return sarn_remove_macaddress_entry(mac); }, SARN_ERR_NO_ROW, SARN_ERR_MAC,
+     SARN_ERR_NOT_INITIALISED, false},
     {"pause", [](Mac mac, int id) { return sarn_update_pause_list(&mac, 0, 1, id); }, SARN_ERR_NOTHING_CHANGED,
-     SARN_ERR_MAC, SARN_ERR_NOT_READY},
+     SARN_ERR_MAC, SARN_ERR_NOT_READY, false},
 };
 inline constexpr size_t OPERATION_COUNT = std::size(OPERATIONS);
 
