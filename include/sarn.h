@@ -28,7 +28,7 @@
  *  - Workers begin with the signal mask of their caller, so the host's handlers may run on them.
  *  - The table holds 256 devices. Above 179, rows of offline devices are freed, the longest offline first, at most ten
  *    at a time. So a device that is reported offline is freed by its own report where fewer than ten others are
- *    offline, and may be where more are.
+ *    offline, and may be where more are. Times are compared as int32_t: from 2038 on they come before all earlier ones.
  *  - No thread may be cancelled (pthread_cancel) in a call or in a worker body: what it holds would be held for ever.
  *  - No call may be made by a thread that has a group of the store open itself: its writes would be lost, or the call
  *    would wait for that group for ever.
@@ -38,8 +38,8 @@
  *    be read at any time, gc_epochtime_array only while no call runs. The result cells are shared by all calls of the
  *    process and hold whichever status was written last: use what the call returned.
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
- *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must neither call
- *    the library nor fork. A call from the middle of a rebuild is answered as by a library that is not initialised.
+ *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must return,
+ *    and neither call the library nor fork. A call from the middle of a rebuild is answered as by a library that is not initialised.
  *  - Call sarn_uninit before the library is unloaded (dlclose): nothing else closes the store.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */

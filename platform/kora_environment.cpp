@@ -34,6 +34,9 @@ int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     int error = mdb_env_create(&out_lmdb);
     if (error == 0) error = mdb_env_set_mapsize(out_lmdb, STORE_SIZE);
     if (error == 0) error = mdb_env_open(out_lmdb, file, FLAGS | extra_flags, FILE_MODE);
+    int fd = -1;
+    if (error == 0) error = mdb_env_get_fd(out_lmdb, &fd);
+    if (error == 0) fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves it open in programs that the process starts
     if (error != 0) {
         mdb_env_close(out_lmdb);
         out_lmdb = nullptr;
@@ -170,7 +173,6 @@ bool check_mapping(const Folder &folder, const StorePath &path, Environment &env
     if (!is_same_file(ours, mapped)) {
         return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
     }
-    fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves this one open in programs that the process starts
     environment.lmdb_fds[0] = fd;
     environment.lmdb_fds[1] = find_lock_file(folder, path, fd);
     environment.file = ours;

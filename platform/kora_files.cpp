@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "kora.h"
+#include "kora_pause.h"
 
 namespace kora {
 
@@ -228,7 +229,13 @@ bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
     const FolderName name = folder_name(path);
     const bool is_made = mkdir(name.text, FOLDER_MODE) == 0;
+    const int why_not_made = errno;
     out_folder.fd = open(name.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (out_folder.fd < 0 && errno == ENOENT && !is_made) {
+        refuse_for(path, out_why, "its folder cannot be made", why_not_made);
+        errno = ENOENT;
+        return false;
+    }
     if (out_folder.fd < 0) return refuse_for(path, out_why, "its folder cannot be opened", errno);
     if (is_made && fchmod(out_folder.fd, FOLDER_MODE) != 0) return refuse_for(path, out_why, "its folder", errno);
     return true;
@@ -238,7 +245,7 @@ bool lock_folder(const StorePath &path, Folder &folder, bool is_waiting, Refusal
     for (int i = 0; i < (is_waiting ? FOLDER_TRIES : 1); ++i) {
         if (flock(folder.fd, LOCK_EX | LOCK_NB) == 0) return true;
         if (errno != EWOULDBLOCK && errno != EINTR) break;
-        if (is_waiting) nanosleep(&FOLDER_PAUSE, nullptr);
+        if (is_waiting) pause_for(FOLDER_PAUSE);
     }
     return refuse_for(path, out_why, "its folder cannot be locked", errno);
 }

@@ -12,6 +12,7 @@
 #include "kora_checksum.h"
 #include "kora_group.h"
 #include "kora_open.h"
+#include "kora_pause.h"
 #include "kora_transaction.h"
 
 namespace kora {
@@ -93,7 +94,7 @@ Attempt lock_and_read(Save &save, Reader &reader, SaveEnd &out_end) {
 // A folder that another process keeps is waited for without a reader, which would hold up who closes or reopens here.
 bool wait_and_read(const void *handle, Save &save, bool is_waiting, SaveEnd &out_end) {
     for (int i = 0; i < (is_waiting ? FOLDER_TRIES : 1); ++i) {
-        if (i > 0) nanosleep(&FOLDER_PAUSE, nullptr);
+        if (i > 0) pause_for(FOLDER_PAUSE);
         Reader &reader = take_reader();
         const bool has_handle = is_open(handle);
         const Attempt attempt = has_handle ? lock_and_read(save, reader, out_end) : Attempt::Failed;

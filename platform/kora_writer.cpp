@@ -8,6 +8,7 @@
 #include "kora_effects.h"
 #include "kora_fence.h"
 #include "kora_open.h"
+#include "kora_pause.h"
 #include "kora_room.h"
 #include "kora_save.h"
 
@@ -128,7 +129,7 @@ int begin_writing() {
         mdb_reader_check(environment.lmdb, &dead_readers);
         if (dead_readers == 0 && environment.is_known_full) break;
         abort_transaction();
-        if (dead_readers == 0) nanosleep(&PAUSE, nullptr);
+        if (dead_readers == 0) pause_for(PAUSE);
         error = begin_transaction();
     }
     if (error == 0) environment.is_known_full = writer.is_limited;

@@ -6,7 +6,6 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -88,43 +87,42 @@ void cut_line_end(char *message) {
     message[length] = '\0';
 }
 
-// The kernel sends a signal to the thread whose write would pass the process's limit of a file's size, and others may
-// write the same file meanwhile: a log line is no reason to end the process.
-class LimitSignal {
+// The kernel sends a signal to the thread whose write finds no reader, or would pass the process's limit of a file's
+// size. A log line is no reason to end the process.
+class WriteSignals {
 public:
-    LimitSignal() {
-        rlimit limit;
-        is_held_off_ = getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
-        if (!is_held_off_) return;
-        sigset_t pending;
-        sigemptyset(&signal_);
-        sigaddset(&signal_, SIGXFSZ);
-        is_hosts_ = sigpending(&pending) == 0 && sigismember(&pending, SIGXFSZ) == 1;
-        pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+    WriteSignals() {
+        sigset_t held_off;
+        sigemptyset(&held_off);
+        sigaddset(&held_off, SIGPIPE);
+        sigaddset(&held_off, SIGXFSZ);
+        sigpending(&pending_);
+        pthread_sigmask(SIG_BLOCK, &held_off, &before_);
     }
-    ~LimitSignal() {
-        if (is_held_off_) pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    }
-    LimitSignal(const LimitSignal &) = delete;
-    LimitSignal &operator=(const LimitSignal &) = delete;
+    ~WriteSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    WriteSignals(const WriteSignals &) = delete;
+    WriteSignals &operator=(const WriteSignals &) = delete;
 
-    void take_back() const {
+    // One that was there before is the host's.
+    void take_back(int signal) const {
         constexpr timespec AT_ONCE = {};
-        if (is_held_off_ && !is_hosts_) sigtimedwait(&signal_, nullptr, &AT_ONCE);
+        sigset_t own;
+        sigemptyset(&own);
+        sigaddset(&own, signal);
+        if (sigismember(&pending_, signal) == 0) sigtimedwait(&own, nullptr, &AT_ONCE);
     }
 
 private:
-    bool is_held_off_ = false;
-    bool is_hosts_ = false;
-    sigset_t signal_ = {}, before_ = {};
+    sigset_t pending_ = {}, before_ = {};
 };
 
 // One write a line, so that lines of several threads and processes do not mix. A log that cannot be written is no
 // reason to fail the call that logs.
 void write_line(int fd, const Line &line) {
-    LimitSignal signal;
+    const WriteSignals signals;
     while (write(fd, line.bytes, line.length) < 0) {
-        if (errno == EFBIG) signal.take_back();
+        if (errno == EPIPE) signals.take_back(SIGPIPE);
+        if (errno == EFBIG) signals.take_back(SIGXFSZ);
         if (errno != EINTR) return;
     }
 }

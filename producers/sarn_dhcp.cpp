@@ -39,7 +39,7 @@ constexpr char USAGE[] =
     "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full) or this help not written,\n"
     "2 usage, 3 the store cannot be opened, read or written.\n";
 
-constexpr size_t CAUSE_SIZE = 256;
+constexpr size_t CAUSE_SIZE = 1024;  // with the longest path of a store
 char cause[CAUSE_SIZE];
 bool is_cause_the_stores = false;
 
@@ -104,6 +104,13 @@ bool is_list_whole() {
     return sarn_device_state_info(rows, SARN_BITMAP_WORDS, SARN_ROWS_IN_USE) >= 0;
 }
 
+// The list keeps 32 bits of a time. One that could not be read has no end.
+template <size_t Width>
+bool is_since(const char (&stamp)[Width], time_t begun) {
+    if (memchr(stamp, '\0', Width) == nullptr) return false;
+    return static_cast<int32_t>(static_cast<uint32_t>(atoll(stamp)) - static_cast<uint32_t>(begun)) >= 0;
+}
+
 // Looks again, since the library does not tell a write that the store refused. What says nothing new shows by its time.
 bool is_stored(const Event &event, const signature_record &report, time_t begun) {
     device_info device;
@@ -111,9 +118,7 @@ bool is_stored(const Event &event, const signature_record &report, time_t begun)
     // A crowded list gives up its offline devices, so also the one that was just reported.
     const bool is_offline = strcmp(report.state, "DOWN") == 0 || strcmp(report.state, "unknown") == 0;
     if (lookup == Lookup::Absent) return is_offline;
-    // A time that could not be read has no end.
-    return lookup == Lookup::Found && memchr(device.Timestamp, '\0', sizeof device.Timestamp) != nullptr &&
-           atoll(device.Timestamp) >= begun && sarn_dhcp::is_shown(report, device);
+    return lookup == Lookup::Found && is_since(device.Timestamp, begun) && sarn_dhcp::is_shown(report, device);
 }
 
 // False when the row's device may still be shown as up.
@@ -209,11 +214,13 @@ extern "C" void log_printf(int32_t level, const char *file, int32_t /*line*/, co
 }
 
 int main(int argc, char **argv) {
+    // Where nobody reads any more, or a file reaches the process's limit, a write then fails and gets its line.
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
     if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
         const bool is_written = fputs(USAGE, stdout) >= 0 && fflush(stdout) == 0;
         return is_written ? EXIT_DONE : fail(EXIT_REFUSED, argc, argv, "the help cannot be written");
     }
-    signal(SIGXFSZ, SIG_IGN);  // a file that reaches the process's limit is then a failed write, and gets its line
     __log_level = REFUSAL_LEVEL;
     Event event{};
     const Verdict verdict = sarn_dhcp::read_event(argc, argv, event);

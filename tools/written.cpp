@@ -25,13 +25,19 @@ std::optional<Device> find_written(const Session &session, const std::string &ma
     }
 }
 
+// The list keeps 32 bits of a time.
+bool is_since(std::string_view stamp, std::time_t begun) {
+    const long long seconds = std::atoll(std::string(stamp).c_str());
+    return static_cast<int32_t>(static_cast<uint32_t>(seconds) - static_cast<uint32_t>(begun)) >= 0;
+}
+
 // What the device shows in place of what was written, or nothing.
 std::string find_difference(const device_info &record, const Wanted &wanted, std::time_t begun) {
     for (const Written &written : wanted.texts) {
         if (!is_shown(record, written)) return std::string("another ") + written.field->label;
     }
-    const std::string stamp(read_text(record, field_named("Timestamp")));
-    return wanted.is_stamped && std::atoll(stamp.c_str()) < begun ? "an older time" : "";
+    const bool is_of_now = !wanted.is_stamped || is_since(read_text(record, field_named("Timestamp")), begun);
+    return is_of_now ? "" : "an older time";
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "platform/kora.h"
+#include "tests/support/process.h"
 
 extern "C" {
 int32_t __log_to_console = 1;
@@ -46,6 +47,16 @@ TEST(Log, ShowsWhatATerminalMayGet) {
         EXPECT_TRUE(line.size() <= 4096 && line.find('\n') == line.size() - 1) << line;
         EXPECT_EQ(line.ends_with("...\n"), size > 2048) << line;
     }
+}
+
+TEST(Log, WithoutAReaderIsLost) {
+    const auto log_to_nobody = [] {
+        int ends[2];
+        if (pipe(ends) != 0 || close(ends[0]) != 0 || dup2(ends[1], STDERR_FILENO) < 0) return 1;
+        log_printf(4, nullptr, 1, "read by none");
+        return 0;
+    };
+    EXPECT_EQ(run_process(log_to_nobody), 0);
 }
 
 TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {

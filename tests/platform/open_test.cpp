@@ -154,7 +154,7 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
     const std::string foreign = "not a store of this system", damaged = "damaged; set aside as",
                       earlier = "from before the last restart; set aside as", far = "\xff\xff\xff";
     const std::tuple<const char *, std::string, std::function<void()>> cases[] = {
-        {"no folder", "its folder cannot be opened", [&] { use(folder + "/none/none/store"); }},
+        {"no folder", "its folder cannot be made", [&] { use(folder + "/none/none/store"); }},
         {"long name", "name too long", [&] { use(folder + "/" + std::string(250, 'n')); }},
         {"letters of the right size", foreign, [&] { write_file(path, std::string(STORE_SIZE, 'x')); }},
         {"a byte too long", "cut short", [&] { ASSERT_EQ(truncate(path.c_str(), STORE_SIZE + 1), 0); }},

@@ -48,6 +48,9 @@ TEST_F(GetDeviceInfoAtIndex, RefusalsLeaveTheRecordAlone) {
     stop_rebuilds();
     fake::fail_field("Sarnsignature", 255, "DeviceMAC");
     EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_NOT_READABLE);
+    fake::detach_threads(true);
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_NOT_READABLE);
+    fake::detach_threads(false);
     fake::fail_threads(true);
     EXPECT_EQ(get_device_info_at_index(&record, 255), SARN_ERR_THREAD);
     const char *bytes = reinterpret_cast<const char *>(&record);

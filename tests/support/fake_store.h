@@ -46,6 +46,9 @@ int32_t change_number(uint64_t *number);
 // From now on thread creation fails, or works again.
 void fail_threads(bool fail);
 
+// From now on a thread that is created without attributes cannot be joined, or can again.
+void detach_threads(bool detach);
+
 }  // namespace fake
 
 #endif

@@ -14,4 +14,11 @@ void fail_threads(bool fail) {
     pthread_setattr_default_np(&attributes);
 }
 
+void detach_threads(bool detach) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, detach ? PTHREAD_CREATE_DETACHED : PTHREAD_CREATE_JOINABLE);
+    pthread_setattr_default_np(&attributes);
+}
+
 }  // namespace fake
