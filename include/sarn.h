@@ -38,8 +38,9 @@
  *    be read at any time, gc_epochtime_array only while no call runs. The result cells are shared by all calls of the
  *    process and hold whichever status was written last: use what the call returned.
  *  - A fork waits until no other thread is in the middle of a change. The child may go on calling; each process has its
- *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must return,
- *    and neither call the library nor fork. A call from the middle of a rebuild is answered as by a library that is not initialised.
+ *    own picture of the rows. Store functions and the logger are called in the middle of calls: they must return, and
+ *    neither call the library nor fork. A call from the middle of a rebuild is answered as by a library that is not
+ *    initialised.
  *  - Call sarn_uninit before the library is unloaded (dlclose): nothing else closes the store.
  *  - A host function of one of these names does not replace the library's own calls; the variables are shared.
  */

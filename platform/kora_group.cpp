@@ -10,7 +10,7 @@
 
 namespace kora {
 
-thread_local Group group;
+constinit thread_local Group group;
 
 namespace {
 
@@ -24,10 +24,11 @@ void give_up_group(void *) {
 
 Result begin_reading_group(void *handle) {
     look_after_file(handle);
-    Reader *reader = nullptr;
-    const Result result = enter_snapshot(handle, reader);
-    if (result == DONE) group = {GroupMode::Reading, handle, reader, 0};
-    return result;
+    Result why_not = DONE;
+    Reader *reader = enter_snapshot(handle, why_not);
+    if (reader == nullptr) return why_not;
+    group = {GroupMode::Reading, handle, reader, 0};
+    return DONE;
 }
 
 // Until its first change a writing group looks at a snapshot, the same since nobody else writes: its cursors are there

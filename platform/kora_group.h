@@ -15,7 +15,7 @@ struct Group {
     int read_error = 0;        // logged after the end: nothing calls the host's logger inside a group
 };
 
-extern thread_local Group group;
+extern constinit thread_local Group group;
 
 inline bool is_in_group() { return group.mode != GroupMode::None; }
 

@@ -176,7 +176,7 @@ public:
         return from != nullptr ? read_number(from, size) : 0;
     }
     Bytes take_sized(size_t width) {
-        const size_t size = take_number(width);
+        const auto size = static_cast<size_t>(take_number(width));
         const uint8_t *from = take_bytes(size);
         return {from, from != nullptr ? size : 0};
     }

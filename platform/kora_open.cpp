@@ -192,7 +192,7 @@ extern "C" void *kora_init_ex(void *reserved) {
         handle = kora::open_handle(why);
     }
     kora::log_refusal(why);
-    return reinterpret_cast<void *>(handle);
+    return reinterpret_cast<void *>(handle);  // NOLINT(performance-no-int-to-ptr): it is never followed
 }
 
 extern "C" int32_t kora_destroy(void *handle) {

@@ -44,20 +44,16 @@ Result write_alone(const void *handle, Place place, Bytes value) {
 
 }  // namespace
 
-Result enter_snapshot(const void *handle, Reader *&out_reader) {
-    if (!make_usable()) return FAILED;
+Reader *enter_snapshot(const void *handle, Result &out_why_not) {
+    out_why_not = FAILED;
+    if (!make_usable()) return nullptr;
     Reader &reader = take_reader();
-    if (!is_open(handle)) {
-        give_reader(reader);
-        return REFUSED;
-    }
-    const int error = begin_snapshot(environment, reader);
-    if (error == 0) {
-        out_reader = &reader;
-        return DONE;
-    }
+    const bool has_handle = is_open(handle);
+    const int error = has_handle ? begin_snapshot(environment, reader) : 0;
+    if (has_handle && error == 0) return &reader;
     give_reader(reader);
-    return report_reading(error);
+    out_why_not = has_handle ? report_reading(error) : REFUSED;
+    return nullptr;
 }
 
 void leave_snapshot(Reader &reader) {

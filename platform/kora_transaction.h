@@ -12,8 +12,9 @@
 
 namespace kora {
 
-// Outside of groups: a reader with the snapshot of now, to be left with leave_snapshot. Failures are logged.
-Result enter_snapshot(const void *handle, Reader *&out_reader);
+// Outside of groups: a reader with the snapshot of now, to be left with leave_snapshot; null with the result when there
+// is none. Failures are logged.
+Reader *enter_snapshot(const void *handle, Result &out_why_not);
 void leave_snapshot(Reader &reader);
 
 // To be called with no lock held: what is new is logged.
@@ -33,9 +34,9 @@ Result read_store(const void *handle, Body body) {
         own.read_error = error;
         return FAILED;
     }
-    Reader *reader = nullptr;
-    const Result entered = enter_snapshot(handle, reader);
-    if (entered != DONE) return entered;
+    Result why_not = DONE;
+    Reader *reader = enter_snapshot(handle, why_not);
+    if (reader == nullptr) return why_not;
     const int error = body(reader->walk);
     leave_snapshot(*reader);
     return report_reading(error);

@@ -19,7 +19,7 @@ TEST_F(LibraryTest, ACallFromTheMiddleOfARebuildIsAnsweredThereAndLeavesTheLocks
     alarm(60);  // a lock that was not given back is waited for without end
     for (const auto &[call, answer] : calls) {
         int answered = SARN_OK;
-        fake::on_operation([&](const std::string &line) {
+        fake::on_operation([&, &call = call](const std::string &line) {
             if (line != "get Sarnsignature 3 Devicestate" || answered != SARN_OK) return;
             answered = 1;
             answered = call();

@@ -104,6 +104,7 @@ TEST_F(Open, AFileWithASecondNameIsNeitherSharedNorWritten) {
 TEST_F(Open, CopiesOfItsDescriptorsInAChildDoNotKeepItOut) {
     open();
     const auto child = static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr));
+    if (child < 0) perror("clone"), abort();  // as the number of a process, -1 is all of them
     while (child == 0) syscall(SYS_ppoll, nullptr, 0, nullptr, nullptr, 0);
     close();
     EXPECT_NE(handle = kora_init_ex(nullptr), nullptr);

@@ -129,10 +129,12 @@ TEST_F(Saved, ACopyThatIsNotWholeIsSetAsideAndTheOneBeforeTried) {
     make_two_copies();
     // With the length and the checksum that it must have.
     const auto sealed = [](std::string image) {
-        const auto length = static_cast<uint32_t>(image.size());
-        memcpy(&image[12], &length, 4);
-        const uint32_t check = kora::checksum(0, image.data(), image.size() - 4);
-        return image.replace(image.size() - 4, 4, reinterpret_cast<const char *>(&check), 4);
+        const auto put = [&](size_t at, size_t number) {
+            for (size_t i = 0; i < 4; ++i) image[at + i] = static_cast<char>(number >> 8 * i);
+        };
+        put(12, image.size());
+        put(image.size() - 4, kora::checksum(0, image.data(), image.size() - 4));
+        return image;
     };
     // One more field, with the value "x", that this schema does not have so; the names begin with their lengths.
     const auto with = [&](const std::string &field) {

@@ -10,7 +10,7 @@ void fail_threads(bool fail) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     // A stack for which no machine has addresses: pthread_create answers with an error.
-    pthread_attr_setstacksize(&attributes, fail ? SIZE_MAX / 4 : USUAL);
+    pthread_attr_setstacksize(&attributes, fail ? SIZE_MAX - SIZE_MAX / 8 : USUAL);
     pthread_setattr_default_np(&attributes);
 }
 
