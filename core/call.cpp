@@ -57,13 +57,16 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     // True only when a store function calls the library: the worker must not wait for the lock that its caller holds.
     const bool is_lent = state_lock.is_held_by_this_thread();
     if (is_lent) state_lock.lend(request);
-    // Without attributes it would be as the host has set its default: one that is detached cannot be waited for.
+    // Without attributes it would be as the host has set its default: one that is detached cannot be waited for. Of
+    // that glibc still takes the size of the stack.
     pthread_attr_t attributes;
-    (void)pthread_attr_init(&attributes);
     pthread_t thread;
-    const int error = pthread_create(&thread, &attributes, handler, const_cast<void *>(request));
+    int error = pthread_attr_init(&attributes);
+    if (error == 0) {
+        error = pthread_create(&thread, &attributes, handler, const_cast<void *>(request));
+        (void)pthread_attr_destroy(&attributes);
+    }
     if (error == 0) (void)pthread_join(thread, nullptr);
-    (void)pthread_attr_destroy(&attributes);
     if (is_lent) state_lock.take_back();
     unlink_call(call);
     return {error, call.status};

@@ -36,7 +36,7 @@ void load_unwinder();
 void forget_calls();
 
 // pthread_exit unwinds the stack frame by frame, the dearest part of a call that is ours. Declared here without
-// noreturn it is reached by a tail call, so the handler's own frame is already gone.
+// noreturn, it is reached by a tail call, so the handler's own frame is already gone.
 extern "C" void *end_thread(void *result) __asm__("pthread_exit");
 
 // All of a handler, and the only caller of pthread_exit: that runs no destructors here, so nothing that needs one may

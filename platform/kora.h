@@ -39,7 +39,8 @@ enum { KORA_TEXT_MAX = 256 };
  * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. The store belongs on a tmpfs
  * and is the list of this start of the machine: who comes first and finds none, one from before the last restart, or a
  * damaged one (set aside with "~" behind its name) makes a new one from the saved copy. One of this start that another
- * version made is refused. All processes that share one have words of one size. The saved copy is the file that
+ * version made is refused. All processes that share one must be 32-bit, or all
+ * 64-bit. The saved copy is the file that
  * KORA_SAVE names (default "/var/lib/kora/saved" for the default store; none for another store, or where KORA_SAVE is
  * empty). A copy that is damaged, foreign or of a newer version is set aside, and the one before it is tried. Where one
  * is there but cannot be reached now, the store is refused, since an empty list would be saved over it; the next call

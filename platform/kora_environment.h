@@ -3,6 +3,7 @@
 #define KORA_ENVIRONMENT_H
 
 #include <lmdb.h>
+#include <sys/stat.h>
 
 #include "kora_files.h"
 #include "kora_key.h"

@@ -231,7 +231,7 @@ bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
     const bool is_made = mkdir(name.text, FOLDER_MODE) == 0;
     const int why_not_made = errno;
     out_folder.fd = open(name.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (out_folder.fd < 0 && errno == ENOENT && !is_made) {
+    if (out_folder.fd < 0 && errno == ENOENT && !is_made && why_not_made != EEXIST) {
         refuse_for(path, out_why, "its folder cannot be made", why_not_made);
         errno = ENOENT;
         return false;

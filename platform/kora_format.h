@@ -10,8 +10,8 @@ namespace kora {
 
 inline constexpr char FORMAT_MAGIC[] = "KORAlive";
 
-// Every version's entry begins with these fields and is checked in this way: a check that fails is damage, not another
-// version.
+// Every version's entry begins with these fields and has the check that every value has, so one that fails is damage,
+// not another version.
 struct Format {
     char magic[8];
     uint32_t version;

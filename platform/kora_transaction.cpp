@@ -1,6 +1,5 @@
 #include "kora_transaction.h"
 
-#include "kora.h"
 #include "kora_save.h"
 
 namespace kora {

@@ -1,4 +1,7 @@
+#include <atomic>
+
 #include "kora.h"
+#include "kora_open.h"
 #include "kora_transaction.h"
 
 extern "C" int32_t kora_writing_process(void *handle, int32_t *process) {

@@ -39,7 +39,7 @@ constexpr char USAGE[] =
     "Exit status: 0 stored or ignored, 1 refused (an address is wrong, or the list is full) or this help not written,\n"
     "2 usage, 3 the store cannot be opened, read or written.\n";
 
-constexpr size_t CAUSE_SIZE = 1024;  // with the longest path of a store
+constexpr size_t CAUSE_SIZE = 600;  // the store's lines are shorter
 char cause[CAUSE_SIZE];
 bool is_cause_the_stores = false;
 
@@ -47,14 +47,14 @@ bool is_cause_the_stores = false;
 int fail(Exit status, int argc, const char *const *argv, const char *reason) {
     constexpr size_t ARGUMENT_SIZE = 80;
     constexpr int ARGUMENTS_SHOWN = 4;
-    char line[ARGUMENTS_SHOWN * ARGUMENT_SIZE + 2 * CAUSE_SIZE];
+    char shown_cause[4 * CAUSE_SIZE];  // each byte may take four
+    char line[ARGUMENTS_SHOWN * ARGUMENT_SIZE + 256 + sizeof shown_cause];
     size_t used = static_cast<size_t>(snprintf(line, sizeof line, "sarn-dhcp"));
     for (int i = 1; i < argc && i < ARGUMENTS_SHOWN; ++i) {
         line[used++] = ' ';
         sarn_dhcp::escape_text(argv[i], line + used, ARGUMENT_SIZE);
         used += strlen(line + used);
     }
-    char shown_cause[CAUSE_SIZE];
     sarn_dhcp::escape_text(cause, shown_cause, sizeof shown_cause);
     const char *separator = shown_cause[0] != '\0' ? ": " : "";
     const int rest = snprintf(line + used, sizeof line - used, ": %s%s%s\n", reason, separator, shown_cause);
@@ -104,11 +104,12 @@ bool is_list_whole() {
     return sarn_device_state_info(rows, SARN_BITMAP_WORDS, SARN_ROWS_IN_USE) >= 0;
 }
 
-// The list keeps 32 bits of a time. One that could not be read has no end.
+// Of a report just made. The list keeps 32 bits of a time; one that could not be read has no end.
 template <size_t Width>
 bool is_since(const char (&stamp)[Width], time_t begun) {
+    constexpr uint32_t LONGEST_REPORT = 3600;
     if (memchr(stamp, '\0', Width) == nullptr) return false;
-    return static_cast<int32_t>(static_cast<uint32_t>(atoll(stamp)) - static_cast<uint32_t>(begun)) >= 0;
+    return static_cast<uint32_t>(atoll(stamp)) - static_cast<uint32_t>(begun) < LONGEST_REPORT;
 }
 
 // Looks again, since the library does not tell a write that the store refused. What says nothing new shows by its time.

@@ -1,7 +1,9 @@
 #include "written.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 
 #include "output.h"
 #include "refusal.h"
@@ -25,10 +27,11 @@ std::optional<Device> find_written(const Session &session, const std::string &ma
     }
 }
 
-// The list keeps 32 bits of a time.
+// Of a report just made. The list keeps 32 bits of a time.
 bool is_since(std::string_view stamp, std::time_t begun) {
+    constexpr uint32_t LONGEST_REPORT = 3600;
     const long long seconds = std::atoll(std::string(stamp).c_str());
-    return static_cast<int32_t>(static_cast<uint32_t>(seconds) - static_cast<uint32_t>(begun)) >= 0;
+    return static_cast<uint32_t>(seconds) - static_cast<uint32_t>(begun) < LONGEST_REPORT;
 }
 
 // What the device shows in place of what was written, or nothing.

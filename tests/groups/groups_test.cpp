@@ -118,6 +118,14 @@ TEST_F(Groups, ABuildThatMissedSomethingIsNotTheLast) {
     }
 }
 
+TEST_F(Groups, AReportThatTheStoreDroppedIsNoCandidate) {
+    start();
+    fake::fail_field("DeviceIdList", 1, "Timestamp");
+    EXPECT_EQ(report(mac_of(1), "DOWN"), SARN_OK);
+    EXPECT_EQ(fake::get("Sarnsignature", 1, "Devicestate"), "UP");
+    for (const gc_candidate &slot : gc_epochtime_array) EXPECT_NE(slot.row, 1);
+}
+
 // In store operations, which are the same on every machine. The first call after a start builds once more.
 TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
     fake::set("general", 0, "SARNSyncTimestamp", "1");
