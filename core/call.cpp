@@ -37,6 +37,28 @@ void unlink_call(const Call &call) {
     *link = call.next;
 }
 
+// A host may have set its default so, and then nobody could wait for the worker.
+bool is_default_detached() {
+    int state = PTHREAD_CREATE_JOINABLE;
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
+    pthread_attr_t usual;
+    if (pthread_getattr_default_np(&usual) != 0) return false;
+    (void)pthread_attr_getdetachstate(&usual, &state);
+    (void)pthread_attr_destroy(&usual);
+#endif
+    return state == PTHREAD_CREATE_DETACHED;
+}
+
+int create_worker(pthread_t &thread, void *(*handler)(void *), void *request) {
+    if (!is_default_detached()) return pthread_create(&thread, nullptr, handler, request);
+    pthread_attr_t joinable;
+    int error = pthread_attr_init(&joinable);
+    if (error != 0) return error;
+    error = pthread_create(&thread, &joinable, handler, request);
+    (void)pthread_attr_destroy(&joinable);
+    return error;
+}
+
 }  // namespace
 
 // The one public function that loads it where pthread_exit looks, so that not even the loader's lock is taken later.
@@ -57,15 +79,8 @@ WorkerResult run_worker(void *(*handler)(void *), const void *request) {
     // True only when a store function calls the library: the worker must not wait for the lock that its caller holds.
     const bool is_lent = state_lock.is_held_by_this_thread();
     if (is_lent) state_lock.lend(request);
-    // Without attributes it would be as the host has set its default: one that is detached cannot be waited for. Of
-    // that glibc still takes the size of the stack.
-    pthread_attr_t attributes;
     pthread_t thread;
-    int error = pthread_attr_init(&attributes);
-    if (error == 0) {
-        error = pthread_create(&thread, &attributes, handler, const_cast<void *>(request));
-        (void)pthread_attr_destroy(&attributes);
-    }
+    const int error = create_worker(thread, handler, const_cast<void *>(request));
     if (error == 0) (void)pthread_join(thread, nullptr);
     if (is_lent) state_lock.take_back();
     unlink_call(call);
