@@ -7,8 +7,19 @@
 
 #if defined(__GLIBC__) && !defined(__UCLIBC__)
 #include <execinfo.h>
+
+static bool is_default_detached() {
+    pthread_attr_t usual;
+    int state = PTHREAD_CREATE_JOINABLE;
+    if (pthread_getattr_default_np(&usual) != 0) return false;
+    (void)pthread_attr_getdetachstate(&usual, &state);
+    (void)pthread_attr_destroy(&usual);
+    return state == PTHREAD_CREATE_DETACHED;
+}
 #else
-static int backtrace(void **, int) { return 0; }  // nothing is loaded there
+// Elsewhere nothing is loaded, and a host cannot set such a default.
+static int backtrace(void **, int) { return 0; }
+static bool is_default_detached() { return false; }
 #endif
 
 namespace sarn {
@@ -37,18 +48,7 @@ void unlink_call(const Call &call) {
     *link = call.next;
 }
 
-// A host may have set its default so, and then nobody could wait for the worker.
-bool is_default_detached() {
-    int state = PTHREAD_CREATE_JOINABLE;
-#if defined(__GLIBC__) && !defined(__UCLIBC__)
-    pthread_attr_t usual;
-    if (pthread_getattr_default_np(&usual) != 0) return false;
-    (void)pthread_attr_getdetachstate(&usual, &state);
-    (void)pthread_attr_destroy(&usual);
-#endif
-    return state == PTHREAD_CREATE_DETACHED;
-}
-
+// A host may have set its default so that threads are detached, and then nobody could wait for the worker.
 int create_worker(pthread_t &thread, void *(*handler)(void *), void *request) {
     if (!is_default_detached()) return pthread_create(&thread, nullptr, handler, request);
     pthread_attr_t joinable;

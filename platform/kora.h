@@ -35,22 +35,23 @@ enum { KORA_TEXT_MAX = 256 };
 #define KORA_DEFAULT_STORE "/run/kora/store.mdb"
 
 /*
- * Opens the store that the environment variable KORA_STORE names (default KORA_DEFAULT_STORE; the folder is made
- * with mode 0750 and the file with 0660 where they are absent). `reserved` must be null. The store belongs on a tmpfs
- * and is the list of this start of the machine: who comes first and finds none, one from before the last restart, or a
- * damaged one (set aside with "~" behind its name) makes a new one from the saved copy. One of this start that another
- * version made is refused. All processes that share one must be 32-bit, or all
- * 64-bit. The saved copy is the file that
+ * Opens the store that the environment variable KORA_STORE names (default KORA_DEFAULT_STORE; the folder is made with
+ * mode 0750 and the file with 0660 where they are absent). `reserved` must be null. The store belongs on a tmpfs and is
+ * the list of this start of the machine: who comes first and finds none, one from before the last restart, or a damaged
+ * one (set aside with "~" behind its name) makes a new one from the saved copy. One of this start that another version
+ * made is refused. All processes that share one must be 32-bit, or all 64-bit. The saved copy is the file that
  * KORA_SAVE names (default "/var/lib/kora/saved" for the default store; none for another store, or where KORA_SAVE is
  * empty). A copy that is damaged, foreign or of a newer version is set aside, and the one before it is tried. Where one
  * is there but cannot be reached now, the store is refused, since an empty list would be saved over it; the next call
  * tries again. Where the name is a folder's, a device's, a link's or anything but a file's, that stays as it is and
- * nothing is saved. A file that is removed or replaced while open is noticed by the next reading group or kora_changes
- * a few milliseconds later, and opened again once no thread of the process is writing. Returns a handle, or null with a
- * line in the log when the store is not to be had. A process that opens it more than once (64 times at most) shares one
- * store with a count: each handle is destroyed on its own. While one is open KORA_STORE must name the file by the same
- * path, and another copy of this library in the process is refused. After fork the child goes on with its handles; the
- * store is opened again for it at its first call.
+ * nothing is saved.
+ * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
+ * later, and opened again once no thread of the process is writing.
+ * Returns a handle, or null with a line in the log when the store is not to be had.
+ * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
+ * its own. While one is open KORA_STORE must name the file by the same path, and another copy of this library in the
+ * process is refused.
+ * After fork the child goes on with its handles; the store is opened again for it at its first call.
  */
 void *kora_init_ex(void *reserved);
 
