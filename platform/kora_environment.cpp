@@ -9,7 +9,9 @@
 #include <unistd.h>
 
 #include "kora_check.h"
+#include "kora_descriptors.h"
 #include "kora_fence.h"
+#include "kora_files.h"
 #include "kora_format.h"
 #include "kora_lock_file.h"
 #include "kora_save.h"

@@ -5,7 +5,7 @@
 #include <lmdb.h>
 #include <sys/stat.h>
 
-#include "kora_files.h"
+#include "kora_folder.h"
 #include "kora_key.h"
 #include "kora_mark.h"
 

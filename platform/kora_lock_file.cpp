@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "kora_files.h"
+
 namespace kora {
 
 namespace {

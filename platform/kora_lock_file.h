@@ -2,7 +2,7 @@
 #ifndef KORA_LOCK_FILE_H
 #define KORA_LOCK_FILE_H
 
-#include "kora_files.h"
+#include "kora_folder.h"
 
 namespace kora {
 

@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "kora_files.h"
+#include "kora_folder.h"
 
 namespace kora {
 

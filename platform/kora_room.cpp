@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "kora_files.h"
 #include "kora_format.h"
 
 namespace kora {

@@ -10,6 +10,7 @@
 
 #include "kora.h"
 #include "kora_checksum.h"
+#include "kora_descriptors.h"
 #include "kora_group.h"
 #include "kora_open.h"
 #include "kora_pause.h"

@@ -2,7 +2,7 @@
 #ifndef KORA_SAVE_H
 #define KORA_SAVE_H
 
-#include "kora_files.h"
+#include "kora_folder.h"
 #include "kora_image.h"
 #include "kora_saved_files.h"
 

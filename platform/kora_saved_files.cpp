@@ -5,6 +5,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "kora_files.h"
+
 namespace kora {
 
 namespace {

@@ -2,7 +2,7 @@
 #ifndef KORA_SAVED_FILES_H
 #define KORA_SAVED_FILES_H
 
-#include "kora_files.h"
+#include "kora_folder.h"
 #include "kora_image.h"
 
 namespace kora {

@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "kora.h"
-#include "kora_files.h"
+#include "kora_folder.h"
 
 // The controls belong to libsarn; a process without it when this library is loaded logs everything to the console.
 extern "C" {
