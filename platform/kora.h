@@ -91,11 +91,12 @@ int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *
  * snapshot, and writes are refused. Writing, they see what the group wrote, keep all others who write out, are kept
  * whole or not at all, are invisible to others until kora_end, and are undone when the process dies. A thread has one
  * group at a time, under one handle, and ends it itself, soon: a writing group keeps all other writers out, a reading
- * one keeps replaced pages from being used again. kora_init_ex, kora_destroy and kora_save are refused inside; fork is
- * not to be called there. A thread that ends gives its group up; so does a fork, in the child. kora_end returns
- * non-zero when the thread has no group under this handle, or when its writes could not be kept, and then none is; with
- * `keep` 0 it drops them. One write that fails for the store's sake, and not for its arguments', is enough for that. A
- * host may lack both; libsarn.so then makes each operation by itself.
+ * one keeps replaced pages from being used again, and where 32 threads of a process read the next one waits.
+ * kora_init_ex, kora_destroy and kora_save are refused inside; fork is not to be called there. A thread that ends gives
+ * its group up; so does a fork, in the child. kora_end returns non-zero when the thread has no group under this handle,
+ * or when its writes could not be kept, and then none is; with `keep` 0 it drops them. One write that fails for the
+ * store's sake, and not for its arguments', is enough for that. A host may lack both; libsarn.so then makes each
+ * operation by itself.
  */
 enum { KORA_READING = 0, KORA_WRITING = 1 };
 int32_t kora_begin(void *handle, int32_t mode);
@@ -116,10 +117,10 @@ int32_t kora_changes(void *handle, uint64_t *number);
  * stays as the one before (".1"). Writes nothing when the copy says the same about all that a person or the router
  * decided: which devices there are, their custom names, types, models and brands, tags and UUIDs, allow or block, the
  * two feature switches, the upgrade flag and the firmware switch. A change of these also saves by itself, at most once
- * in a minute, all processes counted together; what changes within that minute is saved by the next write of the same
- * process after it, or by this call, which may be made at any time. Returns non-zero when there is no whole copy on the
- * disk of what is decided by now, with a line in the log, unless the last save of this process failed with the same
- * one.
+ * in a minute, all processes counted together; what changes within that minute is saved by the next change that the
+ * same process makes after it, or by this call, which may be made at any time. Returns non-zero when there is no whole
+ * copy on the disk of what is decided by now, with a line in the log, unless the last save of this process failed with
+ * the same one.
  */
 int32_t kora_save(void *handle);
 

@@ -62,14 +62,20 @@ int put_restored(void *walk, Place place, Bytes value) {
 int fill_store(Walk &walk, const Image *restored) {
     const Format format = own_format();
     const uint64_t number = first_number();
-    int error = put_key(walk, FORMAT_KEY, {&format, sizeof format});
-    if (error == 0) error = put_key(walk, CHANGES_KEY, {&number, sizeof number});
+    const int error = put_key(walk, FORMAT_KEY, {&format, sizeof format});
     if (error != 0) return error;
     if (restored != nullptr) return for_each_value(*restored, put_restored, &walk);
     return put_key(walk, BEGUN_KEY, {&number, sizeof number});
 }
 
-int write_store(MDB_env *lmdb, const Image *restored) {
+// Where nobody else has the store open: it may be an older copy of one, which others go on from.
+int renew_change_number(Walk &walk) {
+    const uint64_t number = first_number();
+    return put_key(walk, CHANGES_KEY, {&number, sizeof number});
+}
+
+template <typename Body>
+int write_alone(MDB_env *lmdb, Body body) {
     MDB_txn *txn = nullptr;
     MDB_dbi values = 0;
     Walk walk;
@@ -77,7 +83,7 @@ int write_store(MDB_env *lmdb, const Image *restored) {
     if (error != 0) return error;
     error = mdb_dbi_open(txn, nullptr, 0, &values);
     begin_walk(walk, txn, values);
-    if (error == 0) error = fill_store(walk, restored);
+    if (error == 0) error = body(walk);
     close_walk(walk);
     if (error == 0) return mdb_txn_commit(txn);
     mdb_txn_abort(txn);
@@ -89,7 +95,7 @@ bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_
     MDB_env *lmdb = nullptr;
     snprintf(file, sizeof file, "%.*s%s", PATH_MAX - SUFFIX_SIZE, path.text, suffix::FRESH);
     int error = open_lmdb(file, MDB_NOLOCK, lmdb);
-    if (error == 0) error = write_store(lmdb, restored);
+    if (error == 0) error = write_alone(lmdb, [&](Walk &walk) { return fill_store(walk, restored); });
     if (lmdb != nullptr) mdb_env_close(lmdb);
     if (error == 0) return true;
     refuse(out_why, "store %.300s: cannot be made: %s", path.text, mdb_strerror(error));
@@ -220,7 +226,11 @@ Finding open_present_store(const Folder &folder, const StorePath &path, Environm
     if (!claim_store_file(opened.claim_fd, path, is_shared, out_why)) return Finding::Refused;
     const Finding finding = is_shared ? Finding::Usable : check_store_file(folder, path, opened.claim_fd, out_why);
     if (finding != Finding::Usable) return finding;
-    return map_store(folder, path, is_shared, opened, out_why) ? Finding::Usable : Finding::Refused;
+    if (!is_shared && !reserve_store_file(path, opened.claim_fd, out_why)) return Finding::Refused;
+    if (!map_store(folder, path, is_shared, opened, out_why)) return Finding::Refused;
+    const int error = is_shared ? 0 : write_alone(opened.lmdb, renew_change_number);
+    if (error != 0) refuse(out_why, "store %.300s: cannot be written: %s", path.text, mdb_strerror(error));
+    return error == 0 ? Finding::Usable : Finding::Refused;
 }
 
 void forget_environment(Environment &environment) {

@@ -43,6 +43,15 @@ bool fill_up(int fd, off_t size) {
     return true;
 }
 
+bool reserve_room(int fd, off_t size) {
+    struct stat file;
+    const bool has_size = fstat(fd, &file) == 0 && file.st_size >= size;
+    if (!has_size && !is_size_allowed(size)) return false;
+    errno = EINTR;
+    for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
+    return errno == 0 || (is_unknown_call(errno) && fill_up(fd, size));
+}
+
 }  // namespace
 
 bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
@@ -54,7 +63,7 @@ bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, R
     out_fd = fd;
     struct stat status;
     if (fstat(fd, &status) != 0) return refuse_for(path, out_why, "cannot be looked at", errno);
-    if (!S_ISREG(status.st_mode)) return refuse(out_why, "store %.300s: not a file", path.text);
+    if (!S_ISREG(status.st_mode)) return refuse(out_why, "store %.300s: %s", path.text, NOT_A_FILE);
     if (status.st_size != STORE_SIZE) {
         return refuse(out_why, "store %.300s: %lld bytes, not %lld: cut short, or not a store", path.text,
                       static_cast<long long>(status.st_size), static_cast<long long>(STORE_SIZE));
@@ -66,16 +75,21 @@ bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, R
     return true;
 }
 
+bool reserve_store_file(const StorePath &path, int fd, Refusal &out_why) {
+    return reserve_room(fd, STORE_SIZE) || refuse_for(path, out_why, NO_ROOM, errno);
+}
+
 bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
     drop_fresh_file(folder, path);  // of someone who was killed here
     const FileName name = name_with(path, suffix::FRESH);
     out_fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    if (out_fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
+    if (out_fd < 0) return refuse_for(path, out_why, "cannot be made", errno, suffix::FRESH);
     return reserve_ahead(out_fd) || refuse_for(path, out_why, NO_ROOM, errno);
 }
 
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
-    if (!reserve(folder, fd, STORE_SIZE)) return refuse_for(path, out_why, NO_ROOM, errno);
+    share_with_group(folder, fd);
+    if (!reserve_store_file(path, fd, out_why)) return false;
     const FileName name = name_with(path, suffix::FRESH);
     return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
            refuse_for(path, out_why, "cannot be put in its place", errno);
@@ -114,13 +128,8 @@ bool is_size_allowed(off_t size) {
 }
 
 bool reserve(const Folder &folder, int fd, off_t size) {
-    struct stat file;
     share_with_group(folder, fd);
-    const bool has_size = fstat(fd, &file) == 0 && file.st_size >= size;
-    if (!has_size && !is_size_allowed(size)) return false;
-    errno = EINTR;
-    for (int i = 0; i < RESERVE_TRIES && errno == EINTR; ++i) errno = posix_fallocate(fd, 0, size);
-    return errno == 0 || (is_unknown_call(errno) && fill_up(fd, size));
+    return reserve_room(fd, size);
 }
 
 }  // namespace kora

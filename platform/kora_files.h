@@ -16,6 +16,9 @@ inline constexpr off_t STORE_SIZE = off_t{8} << 20;
 // Opens the store's file, checked; out_fd is -1 when there is none.
 bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
 
+// Whoever copied the file by hand may have left holes in it, which would end a process where the file system is full.
+bool reserve_store_file(const StorePath &path, int fd, Refusal &out_why);
+
 // An empty file of this process alone, to become the store. Its room is there before LMDB writes to it, which reports a
 // full file system as one that is broken. May leave a file behind when refused.
 bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);

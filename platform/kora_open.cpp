@@ -133,8 +133,9 @@ uintptr_t open_handle(Refusal &out_why) {
         return 0;
     }
     if (handle_count == 0) {
+        const bool is_same_store = strcmp(wanted.text, store_path.text) == 0;
         store_path = wanted;
-        choose_saved_copy(store_path, out_why);
+        choose_saved_copy(store_path, is_same_store, out_why);
     }
     if (environment.lmdb == nullptr) {
         const Lock no_writer(writing);

@@ -24,7 +24,7 @@ bool read_path(const char *named, const char *what, StorePath &out_path, Refusal
     if (*named != '/' && getcwd(folder, sizeof folder - 1) == nullptr) {
         return refuse(out_why, "%s %.300s: the working folder cannot be read: %s", what, named, strerror(errno));
     }
-    const char *joint = *named == '/' ? "" : "/";
+    const char *joint = *named == '/' || strcmp(folder, "/") == 0 ? "" : "/";
     const int length = snprintf(out_path.text, sizeof out_path.text, "%s%s%s", folder, joint, named);
     const char *last_slash = strrchr(out_path.text, '/');
     const size_t name_length = strlen(last_slash + 1);
@@ -91,7 +91,7 @@ bool read_saved_path(const StorePath &store_path, StorePath &out_path, Refusal &
     // Not moved aside as a damaged copy is: a device or a folder is somebody's.
     struct stat status;
     return lstat(out_path.text, &status) != 0 || S_ISREG(status.st_mode) ||
-           refuse(out_why, "saved copy %.300s: not a file", out_path.text);
+           refuse(out_why, "%s %.300s: %s", out_path.what, out_path.text, NOT_A_FILE);
 }
 
 FileName name_with(const StorePath &path, const char *suffix) {
@@ -100,8 +100,8 @@ FileName name_with(const StorePath &path, const char *suffix) {
     return name;
 }
 
-bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error) {
-    refuse(out_why, "%s %.300s: %s: %s", path.what, path.text, what, strerror(error));
+bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error, const char *suffix) {
+    refuse(out_why, "%s %.300s%s: %s: %s", path.what, path.text, suffix, what, strerror(error));
     errno = error;
     return false;
 }

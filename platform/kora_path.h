@@ -22,6 +22,8 @@ inline constexpr char WRITER[] = "-writer";
 }  // namespace suffix
 inline constexpr int SUFFIX_SIZE = sizeof suffix::WRITER;  // the longest, with its NUL
 
+inline constexpr char NOT_A_FILE[] = "not a file";  // a reason, for messages
+
 struct StorePath {
     const char *what;  // for messages
     char text[PATH_MAX];
@@ -49,7 +51,8 @@ struct FileName {
 FileName name_with(const StorePath &path, const char *suffix);
 
 // Leaves errno at `error`.
-bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error);
+bool refuse_for(const StorePath &path, Refusal &out_why, const char *what, int error,
+                const char *suffix = suffix::NONE);
 
 }  // namespace kora
 

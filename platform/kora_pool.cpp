@@ -2,7 +2,9 @@
 
 #include <errno.h>
 #include <sched.h>
+#include <time.h>
 
+#include "kora_pause.h"
 #include "kora_snapshot.h"
 
 namespace kora {
@@ -11,6 +13,9 @@ namespace {
 
 // More threads than this reading in one process at the same instant wait for each other.
 constexpr uint32_t READER_MAX = 32;
+
+// Asleep, not at work: whoever has what is waited for may be of lower priority, on the same CPU.
+constexpr timespec PAUSE = {0, 50'000};
 
 // One more for the writing group, which keeps all other writers out and so must not wait for who reads.
 Reader readers[READER_MAX + 1];
@@ -60,14 +65,14 @@ Reader &take_reader() {
         if (count < READER_MAX) {
             reader_count.compare_exchange_strong(count, count + 1, std::memory_order_relaxed);
         } else {
-            sched_yield();
+            pause_for(PAUSE);
         }
     }
 }
 
 Reader &take_writers_reader() {
     Reader &reader = readers[READER_MAX];
-    while (!try_take(reader)) sched_yield();
+    while (!try_take(reader)) pause_for(PAUSE);
     return reader;
 }
 
@@ -92,7 +97,7 @@ void end_snapshot(Reader &reader) { end_snapshot(reader.walk.txn); }
 
 void take_all_readers() {
     for (Reader &reader : readers) {
-        while (!try_take(reader)) sched_yield();
+        while (!try_take(reader)) pause_for(PAUSE);
         drop_transaction(reader);
     }
 }

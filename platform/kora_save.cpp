@@ -136,13 +136,16 @@ Result report_save(const SaveEnd &end) {
 
 }  // namespace
 
-void choose_saved_copy(const StorePath &store_path, Refusal &out_why) {
+void choose_saved_copy(const StorePath &store_path, bool is_same_store, Refusal &out_why) {
     Refusal why;
-    if (!read_saved_path(store_path, saved_path, why) && why.text[0] != '\0') {
-        saved_path.text[0] = '\0';
+    StorePath chosen;
+    if (!read_saved_path(store_path, chosen, why) && why.text[0] != '\0') {
+        chosen.text[0] = '\0';
         note(out_why, "%.500s", why.text);
     }
-    clear_save_pending();
+    // What was decided before the store was closed here is still to be saved.
+    if (!is_same_store || strcmp(chosen.text, saved_path.text) != 0) clear_save_pending();
+    saved_path = chosen;
 }
 
 bool has_saved_copy() { return saved_path.text[0] != '\0'; }

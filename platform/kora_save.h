@@ -8,8 +8,9 @@
 
 namespace kora {
 
-// At an opening while no handle is open, from the surroundings of the process.
-void choose_saved_copy(const StorePath &store_path, Refusal &out_why);
+// At an opening while no handle is open, from the surroundings of the process. With `is_same_store` the one that this
+// process had open last.
+void choose_saved_copy(const StorePath &store_path, bool is_same_store, Refusal &out_why);
 bool has_saved_copy();
 
 // What a new store begins with, and whether there is anything. `store_folder` is the one that the caller holds locked.

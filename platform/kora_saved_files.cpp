@@ -11,10 +11,11 @@ namespace kora {
 
 namespace {
 
-enum class CopyState : uint8_t { Whole, Absent, Unreadable, OfAnotherList, Foreign, Newer, Damaged };
+enum class CopyState : uint8_t { Whole, Absent, Unreadable, OfAnotherList, NoFile, Foreign, Newer, Damaged };
 
 const char *reason_of(CopyState state) {
     switch (state) {
+        case CopyState::NoFile: return NOT_A_FILE;
         case CopyState::Foreign: return "not a saved copy of this system";
         case CopyState::Newer: return "of a newer version";
         default: return "damaged";
@@ -37,7 +38,8 @@ CopyState state_after(int error) { return is_lost(error) ? CopyState::Damaged : 
 CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     struct stat status;
     if (fstat(fd, &status) != 0) return state_after(errno);
-    if (!S_ISREG(status.st_mode) || !is_owner_trusted(folder, status)) return CopyState::Foreign;
+    if (!S_ISREG(status.st_mode)) return CopyState::NoFile;
+    if (!is_owner_trusted(folder, status)) return CopyState::Foreign;
     image.size = 0;
     if (image.bytes == nullptr && !allocate(image)) return CopyState::Unreadable;
     if (!read_all(fd, image)) return state_after(errno);
@@ -54,7 +56,7 @@ CopyState read_copy(const Folder &folder, const StorePath &path, const char *suf
     const FileName name = name_with(path, suffix);
     const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0 && errno == ENOENT) return CopyState::Absent;
-    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::Foreign : state_after(errno);
+    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::NoFile : state_after(errno);
     const CopyState state = read_open_copy(folder, fd, out_image);
     const int error = errno;
     close(fd);
@@ -76,7 +78,7 @@ bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &
     const FileName name = name_with(path, suffix::FRESH);
     unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
     const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno);
+    if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno, suffix::FRESH);
     share_with_group(folder, fd);
     const bool is_written = is_size_allowed(static_cast<off_t>(image.size)) && write_all(fd, image) && fsync(fd) == 0;
     const int error = errno;
@@ -88,26 +90,27 @@ bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &
 
 bool move(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why) {
     return renameat(folder.fd, name_with(path, from).text, folder.fd, name_with(path, to).text) == 0 ||
-           refuse_for(path, out_why, "cannot be put in its place", errno);
+           refuse_for(path, out_why, "cannot be put in its place", errno, to);
 }
 
 // Before the image takes its place. A list that began when the copy could not be seen knows nothing of it, and must not
 // push it out.
-CopyState look_at_last_copy(const Folder &folder, const StorePath &path, const Image &image, Image &out_last) {
-    const CopyState state = read_copy(folder, path, suffix::NONE, out_last);
+CopyState look_at_copy(const Folder &folder, const StorePath &path, const char *suffix, const Image &image,
+                       Image &out_copy) {
+    const CopyState state = read_copy(folder, path, suffix, out_copy);
     const uint64_t beginning = beginning_of(image);
-    const bool is_known = state != CopyState::Whole || beginning == FROM_A_COPY || beginning == beginning_of(out_last);
+    const bool is_known = state != CopyState::Whole || beginning == FROM_A_COPY || beginning == beginning_of(out_copy);
     return is_known ? state : CopyState::OfAnotherList;
 }
 
 // Under both names until the image takes its own, so that a cut in between loses nothing; moved where a file system has
 // no second names. The first such copy stays: at each start there may be a list that began without it.
-bool keep_other_list(const Folder &folder, const StorePath &path, Refusal &out_why) {
+bool keep_other_list(const Folder &folder, const StorePath &path, const char *suffix, Refusal &out_why) {
     const FileName kept = name_with(path, suffix::OTHER);
-    const bool is_linked = linkat(folder.fd, path.file_name(), folder.fd, kept.text, 0) == 0;
-    if (!is_linked && errno == EEXIST) return move(folder, path, suffix::NONE, suffix::BEFORE, out_why);
-    if (!is_linked && !move(folder, path, suffix::NONE, suffix::OTHER, out_why)) return false;
-    note(out_why, "%s %.300s: of another list; kept as %.100s", path.what, path.text, kept.text);
+    const bool is_linked = linkat(folder.fd, name_with(path, suffix).text, folder.fd, kept.text, 0) == 0;
+    if (!is_linked && errno == EEXIST) return move(folder, path, suffix, suffix::BEFORE, out_why);
+    if (!is_linked && !move(folder, path, suffix, suffix::OTHER, out_why)) return false;
+    note(out_why, "%s %.300s%s: of another list; kept as %.100s", path.what, path.text, suffix, kept.text);
     return true;
 }
 
@@ -121,9 +124,19 @@ bool make_way(const Folder &folder, const StorePath &path, CopyState last, Refus
         case CopyState::Absent: return true;
         case CopyState::Whole:
         case CopyState::Unreadable: return move(folder, path, suffix::NONE, suffix::BEFORE, out_why);
-        case CopyState::OfAnotherList: return keep_other_list(folder, path, out_why);
+        case CopyState::OfAnotherList: return keep_other_list(folder, path, suffix::NONE, out_why);
         default: return set_last_aside(folder, path, last, out_why);
     }
+}
+
+// Without a whole last copy, as after a cut, the one before may be all that is left of another list.
+bool keep_copy_before(const Folder &folder, const StorePath &path, CopyState last, const Image &image, Image &buffer,
+                      Refusal &out_why) {
+    if (last == CopyState::Whole || last == CopyState::OfAnotherList || beginning_of(image) == FROM_A_COPY) return true;
+    const CopyState before = look_at_copy(folder, path, suffix::BEFORE, image, buffer);
+    if (before == CopyState::Unreadable)
+        return refuse_for(path, out_why, "the last one cannot be read", errno, suffix::BEFORE);
+    return before != CopyState::OfAnotherList || keep_other_list(folder, path, suffix::BEFORE, out_why);
 }
 
 // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
@@ -163,6 +176,11 @@ Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_i
             refuse(out_why, "%s %.300s%s: cannot be read: %s", path.what, path.text, end, strerror(errno));
             return Search::OutOfReach;
         }
+        // Left alone, as where the copy's name is chosen.
+        if (state == CopyState::NoFile && *end == '\0') {
+            note(out_why, "%s %.300s: %s", path.what, path.text, NOT_A_FILE);
+            continue;
+        }
         set_aside(folder, path, end, reason_of(state), out_why);
     }
     return Search::Nothing;
@@ -170,14 +188,16 @@ Search read_saved_copy(const Folder &folder, const StorePath &path, Image &out_i
 
 bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
     Image last;
-    const CopyState state = look_at_last_copy(folder, path, image, last);
+    const CopyState state = look_at_copy(folder, path, suffix::NONE, image, last);
     const bool says_the_same = state == CopyState::Whole && digest_of(last) == digest_of(image);
+    if (state == CopyState::NoFile) return refuse(out_why, "%s %.300s: %s", path.what, path.text, NOT_A_FILE);
     // Perhaps of another list, and then not to be pushed out.
     if (state == CopyState::Unreadable && beginning_of(image) != FROM_A_COPY)
         return refuse_for(path, out_why, "the last one cannot be read", errno);
     // It may have been cut off before it came so far.
     if (says_the_same && sync_folder(folder, path, out_why)) return true;
     out_why.text[0] = '\0';
+    if (!keep_copy_before(folder, path, state, image, last, out_why)) return false;
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
     if (!put_in_place(folder, path, state, out_why)) {
         unlinkat(folder.fd, name_with(path, suffix::FRESH).text, 0);  // where only its maker may, others could not save

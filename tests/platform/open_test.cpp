@@ -231,6 +231,16 @@ TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
         EXPECT_NE(log.find("removed or replaced while it was open; opened again\n"), std::string::npos) << log;
         EXPECT_TRUE(text() == "saved" && changes() != before) << text();
     }
+    const auto move_number = [&](int32_t row) {
+        return kora_set_enum(handle, "Sarnsignature", row, "Devicestate", "unknown");
+    };
+    std::filesystem::copy_file(path, folder + "/older");
+    ASSERT_EQ(move_number(1), 0);
+    const uint64_t newer = changes();
+    std::filesystem::rename(folder + "/older", path);
+    EXPECT_EQ(run_process([&] { return (handle = kora_init_ex(nullptr)) == nullptr || move_number(2) != 0; }), 0);
+    EXPECT_NE(log_of_looking(false).find("opened again"), std::string::npos);
+    EXPECT_NE(changes(), newer) << "of an older copy that has gone on";
     ASSERT_EQ(unlink(path.c_str()) + kora_begin(handle, KORA_WRITING), 0);
     alarm(60);  // what hangs is a failure
     std::thread([&] {
@@ -324,6 +334,11 @@ TEST_F(Open, AFullFileSystemIsFoundHere) {
         spoil_value();
         open();
         EXPECT_EQ(text(), "kept") << "no room beside the one that was set aside";
+        close();
+        const int fd = ::open(path.c_str(), O_RDWR), mode = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
+        EXPECT_EQ(fallocate(fd, mode, STORE_SIZE / 2, STORE_SIZE / 2) + ::close(fd), 0);
+        write_file(folder + "/filler", std::string(std::filesystem::space(folder).available, 'x'));
+        EXPECT_NE(refusal().find("no room can be reserved"), std::string::npos) << "with holes";
     });
 }
 

@@ -95,7 +95,7 @@ TEST_F(Saved, AtMostOnceInAMinuteWhoeverMakesTheChange) {
     const std::tuple<const char *, int, std::function<int32_t()>, bool> cases[] = {
         {"first", 0, [&] { return rename("first"); }, true},
         {"59 seconds later", 59, [&] { return rename("second"); }, false},
-        {"a minute after the first, by any write", 1, [&] { return set("x"); }, true},
+        {"a minute after the first, by any write", 1, [&] { return close(), open(), set("x"); }, true},
         {"nothing left to save", 60, [&] { return set("y"); }, false},
         {"another process", 0, [&] { return run_process([&] { return rename("third"); }); }, true},
         {"after another process", 0, [&] { return rename("fourth"); }, false},
@@ -224,6 +224,32 @@ TEST_F(Saved, AListThatBeganWithoutTheCopyKeepsItAndDoesNotPushItOut) {
     EXPECT_EQ(rename("of the restored list") + kora_save(handle), 0);
     EXPECT_TRUE(content_of(saved + ".1") == newest) << "its own";
     EXPECT_TRUE(content_of(other) == last);
+}
+
+TEST_F(Saved, TheOneBeforeIsKeptTooWhereItIsAllThatIsLeftOfAnotherList) {
+    make_two_copies();
+    for (const char *last_copy : {"", "damaged"}) {
+        for (const char *end : {"", ".1", ".other"}) std::filesystem::remove(saved + end);
+        open();
+        write_file(saved + ".1", before);
+        if (*last_copy != '\0') write_file(saved, last_copy);
+        const std::string log = log_of([&] { EXPECT_EQ(rename("new") + kora_save(handle), 0); });
+        EXPECT_NE(log.find("saved.1: of another list; kept as"), std::string::npos) << log;
+        for (const char *name : {"newer", "newest"}) EXPECT_EQ(rename(name) + kora_save(handle), 0);
+        EXPECT_TRUE(content_of(saved + ".other") == before);
+        lose_live_store();
+    }
+}
+
+TEST_F(Saved, WhatIsNoFileIsLeftAlone) {
+    open();
+    std::filesystem::create_symlink(folder + "/elsewhere", saved);
+    EXPECT_NE(log_of([&] { EXPECT_NE(kora_save(handle), 0); }).find("saved: not a file"), std::string::npos);
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    usleep(20'000);  // the library looks again when some milliseconds have passed
+    const std::string log = log_of([&] { (void)changes(); });
+    EXPECT_TRUE(log.find("opened again") != log.npos && log.find("saved: not a file") != log.npos) << log;
+    EXPECT_TRUE(std::filesystem::is_symlink(saved));
 }
 
 TEST_F(Saved, WhatCannotBeSetAsideStays) {
