@@ -17,11 +17,14 @@ constexpr mode_t FOLDER_MODE = 0750;
 }  // namespace
 
 // Unlocked by itself: a process that was forked off meanwhile may have a copy of the descriptor.
-Folder::~Folder() {
-    if (fd < 0) return;
-    flock(fd, LOCK_UN);
-    close(fd);
+void close_folder(Folder &folder) {
+    if (folder.fd < 0) return;
+    flock(folder.fd, LOCK_UN);
+    close(folder.fd);
+    folder.fd = -1;
 }
+
+Folder::~Folder() { close_folder(*this); }
 
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why) {
     const FolderName name = folder_name(path);

@@ -28,6 +28,7 @@ inline constexpr timespec FOLDER_PAUSE = {0, 1'000'000};
 bool open_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
 bool lock_folder(const StorePath &path, Folder &folder, bool is_waiting, Refusal &out_why);
 bool enter_folder(const StorePath &path, Folder &out_folder, Refusal &out_why);
+void close_folder(Folder &folder);
 
 // Belongs to root, to this user, or lies where only the group may write.
 inline bool is_owner_trusted(const struct stat &folder, const struct stat &file) {

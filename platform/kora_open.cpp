@@ -34,8 +34,15 @@ bool is_watching_fork = false;
 std::atomic<bool> is_to_be_opened{false};
 std::atomic<bool> is_failure_logged{false};
 
-void lock_before_fork() { pthread_mutex_lock(&opening); }
-void unlock_after_fork() { pthread_mutex_unlock(&opening); }
+void lock_before_fork() {
+    pthread_mutex_lock(&opening);
+    lock_save_for_fork();
+}
+
+void unlock_after_fork() {
+    unlock_save_after_fork();
+    pthread_mutex_unlock(&opening);
+}
 
 // Other threads of the parent may have held readers and `writing`; none of them exists here.
 void start_over_in_child() {

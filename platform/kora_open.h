@@ -38,10 +38,11 @@ private:
 };
 
 // Lock order: `opening`, then `writing`, then any reader of the pool; nobody who holds a reader waits for `writing`. A
-// save's `saving` comes before a reader and with none of the others. A folder's lock comes last: waited for by who
-// opens or closes, and only tried by a save, which holds a reader. Who holds a reader or `writing` and then finds its
-// handle open may use the environment until it gives that back: opening and closing take all of them, `writing` first,
-// since a writer may wait for one of another process that was stopped, and readers may not.
+// save's `saving` comes before a reader and with none of the others; who holds its `noting`, as a fork does after
+// `opening`, waits for nothing. A folder's lock comes last: waited for by who opens or closes, and only tried by a
+// save, which holds a reader. Who holds a reader or `writing` and then finds its handle open may use the environment
+// until it gives that back: opening and closing take all of them, `writing` first, since a writer may wait for one of
+// another process that was stopped, and readers may not.
 extern pthread_mutex_t writing;
 extern Environment environment;
 

@@ -27,7 +27,10 @@ StorePath saved_path;  // set while no handle is open
 constexpr uint64_t NEVER = UINT64_MAX;
 std::atomic<uint64_t> pending_from{NEVER};
 pthread_mutex_t saving = PTHREAD_MUTEX_INITIALIZER;
-std::atomic<int> locked_folder{-1};
+
+// What a child must close is noted together with its opening and closing, and no fork comes between.
+pthread_mutex_t noting = PTHREAD_MUTEX_INITIALIZER;
+int noted_folder = -1;
 
 void clear_save_pending() { set_save_pending(NEVER); }
 
@@ -76,9 +79,10 @@ bool prepare(Save &save, Refusal &out_why) {
     save.path = saved_path;
     if (save.path.text[0] == '\0') return refuse(out_why, "the store cannot be saved: KORA_SAVE names no file");
     if (!allocate(save.image)) return refuse(out_why, "the store cannot be saved: no memory");
-    if (!open_folder(save.path, save.folder, out_why)) return false;
-    locked_folder = save.folder.fd;
-    return true;
+    const Lock lock(noting);
+    const bool is_opened = open_folder(save.path, save.folder, out_why);
+    noted_folder = save.folder.fd;
+    return is_opened;
 }
 
 // With a reader held, since the path is fixed only while a handle is open, and since closing too takes its readers
@@ -114,7 +118,9 @@ SaveEnd save_store(const void *handle, bool is_waiting) {
     if (wait_and_read(handle, save, is_waiting, end) && write_saved_copy(save.folder, save.path, save.image, end.why)) {
         end.result = DONE;
     }
-    locked_folder = -1;
+    const Lock lock(noting);
+    close_folder(save.folder);
+    noted_folder = -1;
     return end;
 }
 
@@ -201,12 +207,16 @@ void save_by_itself(const void *handle) {
     (void)report_save(end);
 }
 
+void lock_save_for_fork() { pthread_mutex_lock(&noting); }
+void unlock_save_after_fork() { pthread_mutex_unlock(&noting); }
+
 void forget_save() {
     pthread_mutex_init(&saving, nullptr);
     clear_save_pending();
     // The lock is the parent's, and would last as long as a copy of the descriptor.
-    const int folder = locked_folder.exchange(-1);
-    if (folder >= 0) close(folder);
+    if (noted_folder >= 0) close(noted_folder);
+    noted_folder = -1;
+    unlock_save_after_fork();
 }
 
 }  // namespace kora

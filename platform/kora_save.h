@@ -28,7 +28,10 @@ uint64_t next_save(uint64_t last, uint64_t now);
 // At the end of an operation or group that made a save due. Does not wait for another save.
 void save_by_itself(const void *handle);
 
-// After fork, in the child.
+// Around a fork: in the parent, and instead of the second, in the child. Waits for no save, only for its folder to be
+// opened or closed.
+void lock_save_for_fork();
+void unlock_save_after_fork();
 void forget_save();
 
 }  // namespace kora

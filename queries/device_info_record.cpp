@@ -44,7 +44,7 @@ constexpr bool do_members_fit() {
 }
 static_assert(do_members_fit(), "a member is wider than the widest buffer that its field is read into");
 
-// What a reader finds where a read failed, and after the NUL of a text.
+// What a reader finds where a read failed, and after the NUL of a text that the store holds as one.
 constexpr int FILLER = '0';
 
 void read_text_member(Field field, int32_t row, char *member, uint16_t size) SARN_REQUIRES_SHARED(state_lock) {

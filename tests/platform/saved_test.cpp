@@ -241,6 +241,23 @@ TEST_F(Saved, TheOneBeforeIsKeptTooWhereItIsAllThatIsLeftOfAnotherList) {
     }
 }
 
+// The folder is locked, and would stay so where the parent ends before it unlocks it.
+TEST_F(Saved, AForkBesideASaveLeavesTheChildNoCopyOfItsFolder) {
+    open();
+    std::atomic<bool> is_over{false};
+    std::thread saver([&] {
+        for (int i = 0; !is_over; ++i) EXPECT_EQ(rename("name " + std::to_string(i)) + kora_save(handle), 0);
+    });
+    const auto has_folder = [&] {
+        const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+        std::error_code ignored;
+        return std::ranges::any_of(descriptors, [&](const auto &fd) { return read_symlink(fd, ignored) == folder; });
+    };
+    for (int i = 0; i < 400; ++i) EXPECT_EQ(run_process(has_folder), 0);
+    is_over = true;
+    saver.join();
+}
+
 TEST_F(Saved, WhatIsNoFileIsLeftAlone) {
     open();
     std::filesystem::create_symlink(folder + "/elsewhere", saved);

@@ -14,7 +14,7 @@ inline std::string mac_of(int number) {
     return text;
 }
 
-// Fills a text of a record; a longer one is cut. The library leaves '0' characters behind a text's end.
+// Fills a text of a record; a longer one is cut. The library leaves '0' characters behind the end of most.
 template <size_t Width>
 void set_text(char (&field)[Width], const std::string &text, char behind = '\0') {
     std::memset(field, behind, Width);
