@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
-#include <string.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>

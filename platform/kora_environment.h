@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 
 #include "kora_folder.h"
-#include "kora_key.h"
 #include "kora_mark.h"
 
 namespace kora {

@@ -16,7 +16,7 @@ bool has_saved_copy();
 // What a new store begins with, and whether there is anything. `store_folder` is the one that the caller holds locked.
 Search find_what_to_restore(const Folder &store_folder, Image &out_image, Refusal &out_why);
 
-// Something decided has changed, but the last save is not long ago: a write after `from` looks again.
+// Something decided has changed, but the last save is not long ago: a change after `from` looks again.
 bool is_pending_save_due();
 void set_save_pending(uint64_t from);
 

@@ -1,5 +1,4 @@
 #include <pthread.h>
-#include <stdint.h>
 
 #include "support/fake_store.h"
 
