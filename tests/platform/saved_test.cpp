@@ -118,7 +118,14 @@ TEST_F(Saved, WhatIsDecidedWhileASaveRunsIsSavedToo) {
     EXPECT_EQ(set("any write"), 0);
     reopen();
     EXPECT_EQ(name(), "meanwhile");
-    faults::meanwhile = [&] { EXPECT_EQ(run_process([&] { return rename("newer") + kora_save(handle); }), 0); };
+    // Forked before, since no fork comes between while a folder is opened.
+    int start[2];
+    ASSERT_EQ(pipe(start), 0);
+    const pid_t other = start_process([&] {
+        char letter;
+        return read(start[0], &letter, 1) != 1 || rename("newer") + kora_save(handle) != 0;
+    });
+    faults::meanwhile = [&] { EXPECT_TRUE(::write(start[1], "x", 1) == 1 && end_of(other) == 0); };
     faults::meanwhile_at = 'd';
     EXPECT_EQ(kora_save(handle), 0);
     reopen();
