@@ -218,15 +218,6 @@ int kora_set_ipv4(void *, Name table, int row, Name field, const uint8_t four[4]
     return write(table, row, field, text);
 }
 
-int kora_string2mac(const char *text, uint8_t six[6]) {
-    if (std::strcmp(text, "00:00:00:00:00:00") == 0) return std::memset(six, 0, 6), 0;  // of nearly all rows
-    constexpr char FORMAT[] = "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx";
-    return std::sscanf(text, FORMAT, &six[0], &six[1], &six[2], &six[3], &six[4], &six[5]) == 6 ? 0 : -1;
-}
-int kora_string2ipv4(const char *text, uint8_t four[4]) {
-    return std::sscanf(text, "%hhu.%hhu.%hhu.%hhu", &four[0], &four[1], &four[2], &four[3]) == 4 ? 0 : -1;
-}
-
 void log_printf(int32_t level, const char *, int32_t, const char *format, ...) {
     char message[1024];
     va_list values;
