@@ -115,9 +115,7 @@ void compare_all() {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const OwnStore store;
-    static const int32_t started = sarn_init();
-    require(started == SARN_OK, "no start");
+    static const OwnList list;
     constexpr void (*CALLS[])(Input &, const std::string &) = {
         report, report, report_connection, set_display, pause, restart, [](Input &, const std::string &mac) {
             remove_device(mac);

@@ -3,7 +3,6 @@
 #include "producers/dhcp_event.h"
 
 #include "fuzz.h"
-#include "printable.h"
 #include "producers/client_text.h"
 
 namespace {
@@ -16,12 +15,11 @@ void check_text(const char (&field)[Width], const std::string &sent) {
 }
 
 void check_report(const signature_record &report, const std::string &vendor, const std::string &options) {
-    static const OwnStore store;
-    static const bool is_open = sarn_init() == SARN_OK;
+    static const OwnList list;
     check_text(report.dhcp_vendor, vendor);
     check_text(report.dhcp_options, options);
     device_info shown;
-    require(is_open && update_device_signature(&report, 20) == SARN_OK, "the library refuses the report");
+    require(update_device_signature(&report, 20) == SARN_OK, "the library refuses the report");
     require(get_device_info_by_mac(&shown, report.mac) == SARN_OK, "the device is not there");
     require(sarn_dhcp::is_shown(report, shown), "the list shows something else");
     require(sarn_update_table_field(report.mac, SARN_FIELD_STATE, "DOWN", 5, 0) == SARN_OK, "no state");

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,24 @@ private:
 // Exactly these bytes, so that a sanitizer sees who reads on.
 inline std::vector<char> exact(const std::string &text) { return {text.begin(), text.end()}; }
 
+inline bool is_utf8(const std::string &text) {
+    try {
+        return !nlohmann::json(text).dump().empty();
+    } catch (const nlohmann::json::type_error &) {
+        return false;
+    }
+}
+
+// UTF-8 without a control byte, but for line feeds.
+inline bool is_printable(const std::string &text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<uint8_t>(text[i]);
+        const bool is_c1 = byte == 0xc2 && i + 1 < text.size() && static_cast<uint8_t>(text[i + 1]) < 0xa0;
+        if ((byte < 0x20 && byte != '\n') || byte == 0x7f || is_c1) return false;
+    }
+    return is_utf8(text);
+}
+
 // In memory, for this process alone; gone when it ends. Says nothing on the console.
 struct OwnStore {
     OwnStore() {
@@ -68,6 +87,10 @@ struct OwnStore {
     }
     ~OwnStore() { std::filesystem::remove_all(folder); }
     std::string folder = make_store_folder();
+};
+
+struct OwnList : OwnStore {
+    OwnList() { require(sarn_init() == SARN_OK, "no start"); }
 };
 
 #endif

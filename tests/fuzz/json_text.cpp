@@ -1,6 +1,4 @@
 // Text into JSON and back, as the library and as the tool write it, against a parser.
-#include <nlohmann/json.hpp>
-
 #include "fuzz.h"
 #include "tools/device_json.h"
 

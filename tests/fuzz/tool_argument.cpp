@@ -1,6 +1,5 @@
 // Any arguments: the tool ends with an exit code of its own, and what it writes is printable.
 #include "fuzz.h"
-#include "printable.h"
 
 #define main tool_main
 #include "tools/sarn.cpp"

@@ -1,6 +1,5 @@
 // Whatever a device calls itself, a terminal gets printable text and a table keeps its width.
 #include "fuzz.h"
-#include "printable.h"
 #include "tools/device_record.h"
 #include "tools/device_text.h"
 #include "tools/text_table.h"
