@@ -1,18 +1,6 @@
-#include <errno.h>
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <sstream>
-#include <string>
-
-#include "platform/kora.h"
-#include "tests/support/process.h"
+#include "tests/platform/support.h"
 
 extern "C" {
 int32_t __log_to_console = 1;
@@ -69,9 +57,8 @@ TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {
     EXPECT_EQ(logged(4, "no name"), "");
     __log_file_name = file.c_str();
     for (const int32_t level : {4, 1, 2}) EXPECT_EQ(logged(level, "x"), "");
-    std::ostringstream all;
-    all << std::ifstream(file).rdbuf();
-    EXPECT_EQ(all.str(), "4 sarnapi:12 x\n2 sarnapi:12 x\n");
+    const std::string all = content_of(file);
+    EXPECT_EQ(all, "4 sarnapi:12 x\n2 sarnapi:12 x\n");
     EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()) & 7, 0U) << "everyone may read it";
     const std::string target = folder + "/target";
     std::filesystem::rename(file, target);
@@ -93,7 +80,7 @@ TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {
         struct stat status = {};
         int unread = 0;
         const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK);
-        EXPECT_TRUE(fstat(fd, &status) == 0 && static_cast<size_t>(status.st_size) <= all.str().size()) << what;
+        EXPECT_TRUE(fstat(fd, &status) == 0 && static_cast<size_t>(status.st_size) <= all.size()) << what;
         EXPECT_TRUE(!S_ISFIFO(status.st_mode) || (ioctl(fd, FIONREAD, &unread) == 0 && unread == 0)) << what;
         std::filesystem::remove(file);
     }
