@@ -43,6 +43,8 @@ TEST_F(UpdateDeviceDetail, StoresDerivesAndNotifiesOnce) {
     };
     expect({}, send_beside_another, SARN_OK, named);
     EXPECT_EQ(update_device_detail(nullptr, 0), SARN_ERR_NULL_RECORD);
+    const auto notify = [] { return notifyBrixForNdn(7), SARN_OK; };
+    expect({}, notify, SARN_OK, "BRIXConfig 0: FeatureId=1 NewDeviceIndex=7 ProcessId=4");
 }
 
 TEST_F(UpdateDeviceDetail, RebuildsWhateverTheTimestampSays) {
