@@ -35,8 +35,8 @@ int32_t first_free_index() SARN_REQUIRES(state_lock);
 int32_t check_update_mapping_table_locked(char *mac, int32_t producer_id) SARN_REQUIRES(state_lock);
 
 // The look-up alone, beside other readers: the row that check_update_mapping_table_locked would find, when the gate is
-// open and the MAC has one; else SARN_ERR_NO_ROW. It changes and logs nothing;
-// tell_known_row then does both as that call would.
+// open and the MAC has one; else SARN_ERR_NO_ROW. It changes and logs nothing; tell_known_row then does both as that
+// call would.
 int32_t find_known_row(const char *mac) SARN_REQUIRES_SHARED(state_lock);
 void tell_known_row(char *mac, int32_t producer_id);
 

@@ -79,20 +79,26 @@ bool reserve_store_file(const StorePath &path, int fd, Refusal &out_why) {
     return reserve_room(fd, STORE_SIZE) || refuse_for(path, out_why, NO_ROOM, errno);
 }
 
-bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
+bool create_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
     drop_fresh_file(folder, path);  // of someone who was killed here
     const FileName name = name_with(path, suffix::FRESH);
     out_fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    if (out_fd < 0) return refuse_for(path, out_why, "cannot be made", errno, suffix::FRESH);
+    return out_fd >= 0 || refuse_for(path, out_why, "cannot be made", errno, suffix::FRESH);
+}
+
+bool make_fresh_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why) {
+    if (!create_fresh_file(folder, path, out_fd, out_why)) return false;
     return reserve_ahead(out_fd) || refuse_for(path, out_why, NO_ROOM, errno);
 }
 
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
     share_with_group(folder, fd);
-    if (!reserve_store_file(path, fd, out_why)) return false;
-    const FileName name = name_with(path, suffix::FRESH);
-    return renameat(folder.fd, name.text, folder.fd, path.file_name()) == 0 ||
-           refuse_for(path, out_why, "cannot be put in its place", errno);
+    return reserve_store_file(path, fd, out_why) && move_file(folder, path, suffix::FRESH, suffix::NONE, out_why);
+}
+
+bool move_file(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why) {
+    return renameat(folder.fd, name_with(path, from).text, folder.fd, name_with(path, to).text) == 0 ||
+           refuse_for(path, out_why, "cannot be put in its place", errno, to);
 }
 
 void drop_fresh_file(const Folder &folder, const StorePath &path) {

@@ -19,14 +19,19 @@ bool open_store_file(const Folder &folder, const StorePath &path, int &out_fd, R
 // Whoever copied the file by hand may have left holes in it, which would end a process where the file system is full.
 bool reserve_store_file(const StorePath &path, int fd, Refusal &out_why);
 
-// An empty file of this process alone, to become the store. Its room is there before LMDB writes to it, which reports a
-// full file system as one that is broken. May leave a file behind when refused.
-bool make_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
+// From one suffix of the path's name to another.
+bool move_file(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why);
+
+// An empty file of this process alone, to be moved into the place of the path's.
+bool create_fresh_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
+void drop_fresh_file(const Folder &folder, const StorePath &path);
+
+// One that is to become the store. Its room is there before LMDB writes to it, which reports a full file system as one
+// that is broken. May leave a file behind when refused.
+bool make_fresh_store_file(const Folder &folder, const StorePath &path, int &out_fd, Refusal &out_why);
 
 // Gives the fresh file its whole size and puts it in the store's place.
 bool publish_fresh_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why);
-
-void drop_fresh_file(const Folder &folder, const StorePath &path);
 
 // Moves the file to its name with "~" behind and notes why, or refuses.
 bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, const char *reason, Refusal &out_why);

@@ -144,7 +144,7 @@ Result report_save(const SaveEnd &end) {
 
 void choose_saved_copy(const StorePath &store_path, bool is_same_store, Refusal &out_why) {
     Refusal why;
-    StorePath chosen;
+    StorePath chosen = {};
     if (!read_saved_path(store_path, chosen, why) && why.text[0] != '\0') {
         chosen.text[0] = '\0';
         note(out_why, "%.500s", why.text);

@@ -75,22 +75,15 @@ bool write_all(int fd, const Image &image) {
 }
 
 bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
-    const FileName name = name_with(path, suffix::FRESH);
-    unlinkat(folder.fd, name.text, 0);  // of someone who was killed here
-    const int fd = openat(folder.fd, name.text, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
-    if (fd < 0) return refuse_for(path, out_why, "cannot be made", errno, suffix::FRESH);
+    int fd = -1;
+    if (!create_fresh_file(folder, path, fd, out_why)) return false;
     share_with_group(folder, fd);
     const bool is_written = is_size_allowed(static_cast<off_t>(image.size)) && write_all(fd, image) && fsync(fd) == 0;
     const int error = errno;
     close(fd);
     if (is_written) return true;
-    unlinkat(folder.fd, name.text, 0);
+    drop_fresh_file(folder, path);
     return refuse_for(path, out_why, "cannot be written", error);
-}
-
-bool move(const Folder &folder, const StorePath &path, const char *from, const char *to, Refusal &out_why) {
-    return renameat(folder.fd, name_with(path, from).text, folder.fd, name_with(path, to).text) == 0 ||
-           refuse_for(path, out_why, "cannot be put in its place", errno, to);
 }
 
 // Before the image takes its place. A list that began when the copy could not be seen knows nothing of it, and must not
@@ -108,8 +101,8 @@ CopyState look_at_copy(const Folder &folder, const StorePath &path, const char *
 bool keep_other_list(const Folder &folder, const StorePath &path, const char *suffix, Refusal &out_why) {
     const FileName kept = name_with(path, suffix::OTHER);
     const bool is_linked = linkat(folder.fd, name_with(path, suffix).text, folder.fd, kept.text, 0) == 0;
-    if (!is_linked && errno == EEXIST) return move(folder, path, suffix, suffix::BEFORE, out_why);
-    if (!is_linked && !move(folder, path, suffix, suffix::OTHER, out_why)) return false;
+    if (!is_linked && errno == EEXIST) return move_file(folder, path, suffix, suffix::BEFORE, out_why);
+    if (!is_linked && !move_file(folder, path, suffix, suffix::OTHER, out_why)) return false;
     note(out_why, "%s %.300s%s: of another list; kept as %.100s", path.what, path.text, suffix, kept.text);
     return true;
 }
@@ -123,7 +116,7 @@ bool make_way(const Folder &folder, const StorePath &path, CopyState last, Refus
     switch (last) {
         case CopyState::Absent: return true;
         case CopyState::Whole:
-        case CopyState::Unreadable: return move(folder, path, suffix::NONE, suffix::BEFORE, out_why);
+        case CopyState::Unreadable: return move_file(folder, path, suffix::NONE, suffix::BEFORE, out_why);
         case CopyState::OfAnotherList: return keep_other_list(folder, path, suffix::NONE, out_why);
         default: return set_last_aside(folder, path, last, out_why);
     }
@@ -141,7 +134,7 @@ bool keep_copy_before(const Folder &folder, const StorePath &path, CopyState las
 
 // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
 bool put_in_place(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
-    return make_way(folder, path, last, out_why) && move(folder, path, suffix::FRESH, suffix::NONE, out_why);
+    return make_way(folder, path, last, out_why) && move_file(folder, path, suffix::FRESH, suffix::NONE, out_why);
 }
 
 // Some file systems have no such thing, and on others nothing can have changed.
@@ -200,14 +193,14 @@ bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &
     if (!keep_copy_before(folder, path, state, image, last, out_why)) return false;
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
     if (!put_in_place(folder, path, state, out_why)) {
-        unlinkat(folder.fd, name_with(path, suffix::FRESH).text, 0);  // where only its maker may, others could not save
+        drop_fresh_file(folder, path);  // where only its maker may, others could not save
         return false;
     }
     if (sync_folder(folder, path, out_why)) return true;
     // The file system tells once that something did not come to the disk. So the next save must not find the same here,
     // and writes anew.
     Refusal ignored;
-    (void)move(folder, path, suffix::NONE, suffix::FRESH, ignored);
+    (void)move_file(folder, path, suffix::NONE, suffix::FRESH, ignored);
     return false;
 }
 
