@@ -23,9 +23,10 @@ int32_t accept_report(signature_request &request);
 int32_t check_texts(const signature_record &record);
 int32_t store_report(signature_request &request);
 bool store_beside_readers(signature_request &request);
-GroupEnd write_row(int32_t row, const signature_request &request) SARN_REQUIRES_SHARED(state_lock);
+GroupEnd write_row(int32_t row, const signature_request &request, const TimeText &now)
+    SARN_REQUIRES_SHARED(state_lock);
 void write_texts(int32_t row, const signature_record &record) SARN_REQUIRES_SHARED(state_lock);
-void note_reported_state(int32_t row, const char *state) SARN_REQUIRES(state_lock);
+void note_reported_state(int32_t row, const char *state, const TimeText &now) SARN_REQUIRES(state_lock);
 
 int32_t accept_report(signature_request &request) {
     const int32_t accepted = check_reporter(request.producer_id);
@@ -65,8 +66,10 @@ int32_t store_report(signature_request &request) {
     for (int32_t attempt = 0; attempt < ROW_COUNT; ++attempt) {
         row = check_update_mapping_table_locked(request.record.mac, request.producer_id);
         if (!is_row(row)) break;
-        const GroupEnd end = write_row(row, request);
-        if (end == GroupEnd::Kept) note_reported_state(row, request.record.state);
+        // One time for both, as a rebuild would find it.
+        const TimeText now = current_time_text();
+        const GroupEnd end = write_row(row, request, now);
+        if (end == GroupEnd::Kept) note_reported_state(row, request.record.state, now);
         if (end != GroupEnd::Dropped) break;
         row = SARN_ERR_NO_ROW;
         if (sync_global_data() != SARN_OK) break;
@@ -83,17 +86,17 @@ bool store_beside_readers(signature_request &request) {
     const int32_t row = find_known_row(request.record.mac);
     if (!is_row(row) || has_row(offline_bitmap, row) || is_offline_state(request.record.state)) return false;
     tell_known_row(request.record.mac, request.producer_id);
-    return write_row(row, request) != GroupEnd::Dropped;
+    return write_row(row, request, current_time_text()) != GroupEnd::Dropped;
 }
 
-GroupEnd write_row(int32_t row, const signature_request &request) {
+GroupEnd write_row(int32_t row, const signature_request &request, const TimeText &now) {
     return write_group([&]() SARN_REQUIRES_SHARED(state_lock) {
         if (!holds_known_device(row)) return false;
         write_texts(row, request.record);
         (void)write_text(Field::Sarnsignature_Devicestate, row, request.record.state);
         (void)write_number(Field::Sarnsignature_Producerid, row, request.producer_id);
         (void)write_text(Field::Sarnsignature_DeviceIP, row, request.record.ip);
-        (void)write_text(Field::DeviceIdList_Timestamp, row, current_time_text().text);
+        (void)write_text(Field::DeviceIdList_Timestamp, row, now.text);
         (void)write_number(Field::Sarnsignature_SARNSignatureUpdateStatus, row, 1);
         return true;
     });
@@ -116,8 +119,8 @@ void write_texts(int32_t row, const signature_record &record) {
     (void)write_text(Field::Sarnsignature_DeviceCategory, row, record.category);
 }
 
-void note_reported_state(int32_t row, const char *state) {
-    if (note_state(row, state)) add_gc_candidate(current_time_text().text, row);
+void note_reported_state(int32_t row, const char *state, const TimeText &now) {
+    if (note_state(row, state)) add_gc_candidate(now.text, row);
 }
 
 }  // namespace

@@ -65,6 +65,7 @@ TEST_F(OfflineCleanup, EachReportEndsWithItAndSkipsEmptySlots) {
         });
         EXPECT_EQ(report(mac_of(1).c_str(), 0), SARN_OK);
         EXPECT_EQ(mac_in(7) + mac_in(8), mac_of(7) + NO_DEVICE);
+        EXPECT_EQ(gc_epochtime_array[1].row, -1) << "a removal empties its slot";
         EXPECT_EQ(sarn::cleanup_offline_entries(), SARN_ERR_NOT_CROWDED);
         TearDown();
     }
