@@ -34,29 +34,9 @@ inline constexpr Key CHANGES_KEY = OWN + 1;  // the change number, 8 bytes
 inline constexpr Key SAVED_KEY = OWN + 2;    // when a save was last begun, in ns of the monotonic clock
 inline constexpr Key BEGUN_KEY = OWN + 3;    // of a list that began without a saved copy: its number, 8 bytes
 
-constexpr bool lies_by_field(sarn::Field field) { return effect_of(field).rebuild != Rebuild::No; }
-
-// Where in its row a field lies: first a record's fields in the order in which they are read. Nothing lies at 0.
-struct Slots {
-    uint8_t of[sarn::FIELD_COUNT] = {};
-    uint8_t last = 0;
-};
-
-constexpr void add_slot(Slots &slots, sarn::Field field) {
-    uint8_t &slot = slots.of[static_cast<uint8_t>(field)];
-    if (slot == 0 && !lies_by_field(field)) slot = ++slots.last;
-}
-
-constexpr Slots order_fields() {
-    Slots slots;
-    for (const sarn::Field field : sarn::RECORD_FIELDS) add_slot(slots, field);
-    for (int32_t i = 0; i < sarn::FIELD_COUNT; ++i) add_slot(slots, static_cast<sarn::Field>(i));
-    return slots;
-}
-
 // The keys of a field: that of row 0, and how far apart those of its rows are, as a power of two.
 struct Column {
-    uint16_t first = 0;
+    uint16_t first = 0;  // of no field: nothing lies at 0
     uint8_t step_bits = 0;
 };
 
@@ -64,14 +44,20 @@ struct Columns {
     Column of[sarn::FIELD_COUNT];
 };
 
+// In a row a record's fields come first, in the order in which they are read.
 constexpr Columns place_fields() {
-    const Slots slots = order_fields();
     Columns columns;
-    for (uint32_t field = 0; field < sarn::FIELD_COUNT; ++field) {
-        const bool is_by_field = lies_by_field(static_cast<sarn::Field>(field));
-        columns.of[field].first = static_cast<uint16_t>(is_by_field ? BY_FIELD | field << ROW_BITS : slots.of[field]);
-        columns.of[field].step_bits = is_by_field ? 0 : FIELD_BITS;
-    }
+    uint16_t last_in_row = 0;
+    const auto place = [&](uint8_t field) {
+        Column &column = columns.of[field];
+        if (column.first != 0) return;
+        if (effect_of(static_cast<sarn::Field>(field)).rebuild != Rebuild::No)
+            column.first = static_cast<uint16_t>(BY_FIELD | field << ROW_BITS);
+        else
+            column = {++last_in_row, FIELD_BITS};
+    };
+    for (const sarn::Field field : sarn::RECORD_FIELDS) place(static_cast<uint8_t>(field));
+    for (uint8_t field = 0; field < sarn::FIELD_COUNT; ++field) place(field);
     return columns;
 }
 
