@@ -171,18 +171,16 @@ bool make_usable() {
 }
 
 void look_after_file(const void *handle) {
-    if (!claim_look() || !is_replaced(handle)) return;
+    if (!claim_look() || !is_replaced(handle) || pthread_mutex_trylock(&opening) != 0) return;
     Refusal found, why;
-    {
-        const TriedLock lock(opening);
-        if (!lock.is_held() || handle_count == 0 || is_in_place()) return;
-        const TriedLock no_writer(writing);
-        if (!no_writer.is_held()) return;
+    if (handle_count > 0 && !is_in_place() && pthread_mutex_trylock(&writing) == 0) {
         const bool is_opened = open_store(why);
+        pthread_mutex_unlock(&writing);
         const char *outcome = is_opened ? "; opened again" : "";
         note(found, "store %.300s: removed or replaced while it was open%s", store_path.text, outcome);
         if (!is_opened) is_failure_logged.store(true, std::memory_order_relaxed);
     }
+    pthread_mutex_unlock(&opening);
     log_refusal(found);
     log_refusal(why);
 }

@@ -21,22 +21,6 @@ private:
     pthread_mutex_t &mutex_;
 };
 
-// Takes the mutex if nobody has it.
-class TriedLock {
-public:
-    explicit TriedLock(pthread_mutex_t &mutex) : mutex_(mutex), is_held_(pthread_mutex_trylock(&mutex) == 0) {}
-    ~TriedLock() {
-        if (is_held_) pthread_mutex_unlock(&mutex_);
-    }
-    TriedLock(const TriedLock &) = delete;
-    TriedLock &operator=(const TriedLock &) = delete;
-    bool is_held() const { return is_held_; }
-
-private:
-    pthread_mutex_t &mutex_;
-    const bool is_held_;
-};
-
 // Lock order: `opening`, then `writing`, then any reader of the pool; nobody who holds a reader waits for `writing`. A
 // save's `saving` comes before a reader and with none of the others; who holds its `noting`, as a fork does after
 // `opening`, waits for nothing. A folder's lock comes last: waited for by who opens or closes, and only tried by a
