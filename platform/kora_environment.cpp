@@ -279,12 +279,8 @@ void close_environment(const StorePath &path, Environment &environment) {
     // out, LMDB's part is left open until this process ends.
     Folder folder;
     Refusal ignored;
-    if (enter_folder(path, folder, ignored)) {
-        drop_environment(environment);
-    } else {
-        give_up_claim(environment.claim_fd);
-        forget_environment(environment);
-    }
+    if (!enter_folder(path, folder, ignored)) environment.lmdb = nullptr;
+    drop_environment(environment);
 }
 
 }  // namespace kora

@@ -56,16 +56,6 @@ void start_over_in_child() {
     pthread_mutex_unlock(&opening);
 }
 
-// With `opening` and `writing` held. Runs `body`, which may change the environment, while no thread is inside an
-// operation or a group.
-template <class Body>
-auto with_nobody_inside(Body body) {
-    take_all_readers();
-    const auto result = body();
-    give_all_readers();
-    return result;
-}
-
 bool watch_process(Refusal &out_why) {
     is_watching_fork =
         is_watching_fork || pthread_atfork(lock_before_fork, unlock_after_fork, start_over_in_child) == 0;
@@ -75,11 +65,11 @@ bool watch_process(Refusal &out_why) {
 // With `opening` and `writing` held.
 bool open_store(Refusal &out_why) {
     if (!watch_process(out_why)) return false;
-    const bool is_opened = with_nobody_inside([&] {
-        if (environment.lmdb != nullptr) close_environment(store_path, environment);
-        forget_change_number();
-        return open_environment(store_path, environment, out_why);
-    });
+    take_all_readers();
+    if (environment.lmdb != nullptr) close_environment(store_path, environment);
+    forget_change_number();
+    const bool is_opened = open_environment(store_path, environment, out_why);
+    give_all_readers();
     is_to_be_opened.store(!is_opened && handle_count > 0, std::memory_order_release);
     if (is_opened) is_failure_logged.store(false, std::memory_order_relaxed);
     return is_opened;
@@ -88,10 +78,9 @@ bool open_store(Refusal &out_why) {
 // With `opening` held, and the last handle closed.
 void close_store() {
     const Lock lock(writing);
-    with_nobody_inside([] {
-        if (environment.lmdb != nullptr) close_environment(store_path, environment);
-        return 0;
-    });
+    take_all_readers();
+    if (environment.lmdb != nullptr) close_environment(store_path, environment);
+    give_all_readers();
     is_to_be_opened.store(false, std::memory_order_relaxed);
 }
 
