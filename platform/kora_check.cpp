@@ -38,9 +38,7 @@ struct TreeWalk {
     bool has_least = false;
     bool is_least_taken = false;  // and not equal either
     bool are_values_whole = true;
-    bool is_format_whole = false;
-    bool has_format_size = false;
-    Format format = {};
+    FileLook look = {};  // what the format's entry says
 };
 
 const uint8_t *page_at(const File &file, size_t number) { return file.bytes + number * file.page_size; }
@@ -102,9 +100,9 @@ bool check_value(TreeWalk &walk, Bytes key_bytes, Bytes value) {
     const bool is_whole = value.size >= CHECK_SIZE && read_struct<uint32_t>(bytes + size) == check_of(key, bytes, size);
     walk.are_values_whole &= is_whole;
     if (key != FORMAT_KEY) return true;
-    walk.is_format_whole = is_whole;
-    walk.has_format_size = size == sizeof(Format);
-    if (is_whole) walk.format = read_format(bytes, size);
+    walk.look.is_format_whole = is_whole;
+    if (is_whole) walk.look.format = read_format(bytes, size);
+    walk.look.is_ours = is_whole ? origin_of(walk.look.format) != Origin::Foreign : size == sizeof(Format);
     return true;
 }
 
@@ -198,22 +196,18 @@ bool read_meta(const uint8_t *bytes, size_t size, Meta &out_meta) {
 FileLook look_at_pages(File &file) {
     constexpr uint16_t KEYS_ARE_NUMBERS = 0x08;
     constexpr uint16_t OF_TREES = 0x7f;  // the other bits are how the file was opened
-    FileLook look;
     Meta meta;
-    if (!read_meta(file.bytes, file.page_size, meta)) return look;
+    if (!read_meta(file.bytes, file.page_size, meta)) return {};
     const size_t page_count = STORE_SIZE / file.page_size;
     const bool is_sound =
         meta.map_size == STORE_SIZE && (meta.free_pages.flags & OF_TREES) == KEYS_ARE_NUMBERS && meta.values.flags == 0;
-    if (!is_sound || meta.last_page < META_PAGES - 1 || meta.last_page >= page_count) return look;
+    if (!is_sound || meta.last_page < META_PAGES - 1 || meta.last_page >= page_count) return {};
     file.last_page = meta.last_page;
     TreeWalk values = {file, meta.values, check_value, sizeof(KeyBytes)};
     TreeWalk free_pages = {file, meta.free_pages, check_free_pages, sizeof(size_t)};
-    if (!check_tree(values) || !check_tree(free_pages)) return look;
-    look.is_format_whole = values.is_format_whole;
-    look.is_whole = values.is_format_whole && values.are_values_whole;
-    look.format = values.format;
-    look.is_ours = values.is_format_whole ? origin_of(values.format) != Origin::Foreign : values.has_format_size;
-    return look;
+    if (!check_tree(values) || !check_tree(free_pages)) return {};
+    values.look.is_whole = values.look.is_format_whole && values.are_values_whole;
+    return values.look;
 }
 
 }  // namespace
