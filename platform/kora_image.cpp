@@ -93,13 +93,12 @@ private:
 
 void write_row(ImageWriter &out, Place place, Bytes value) {
     out.put_number(place.row, 1);
+    out.put_number(value.size, 2);
     if (kind_of(sarn::spec_of(place.field).type) == 'n') {
         uint32_t number;
         memcpy(&number, value.data, sizeof number);
-        out.put_number(sizeof number, 2);
         out.put_number(number, sizeof number);
     } else {
-        out.put_number(value.size, 2);
         out.put_bytes(value.data, value.size);
     }
 }
@@ -261,15 +260,15 @@ int write_image(Walk &walk, Image &out_image) {
     return 0;
 }
 
-ImageState state_of(const Image &image) {
-    if (image.size < MAGIC_SIZE || memcmp(image.bytes, MAGIC, MAGIC_SIZE) != 0) return ImageState::Foreign;
-    if (image.size < HEADER_SIZE + CHECKSUM_SIZE) return ImageState::Damaged;
-    if (read_number(image.bytes + LENGTH_AT, 4) != image.size) return ImageState::Damaged;
+CopyState state_of(const Image &image) {
+    if (image.size < MAGIC_SIZE || memcmp(image.bytes, MAGIC, MAGIC_SIZE) != 0) return CopyState::Foreign;
+    if (image.size < HEADER_SIZE + CHECKSUM_SIZE) return CopyState::Damaged;
+    if (read_number(image.bytes + LENGTH_AT, 4) != image.size) return CopyState::Damaged;
     if (read_number(image.bytes + image.size - CHECKSUM_SIZE, CHECKSUM_SIZE) != checksum_of(image))
-        return ImageState::Damaged;
-    if (read_number(image.bytes + VERSION_AT, 4) != VERSION) return ImageState::Newer;
+        return CopyState::Damaged;
+    if (read_number(image.bytes + VERSION_AT, 4) != VERSION) return CopyState::Newer;
     const PutValue ignore = [](void *, Place, Bytes) { return 0; };
-    return for_each_value(image, ignore, nullptr) == 0 ? ImageState::Whole : ImageState::Damaged;
+    return for_each_value(image, ignore, nullptr) == 0 ? CopyState::Whole : CopyState::Damaged;
 }
 
 uint64_t digest_of(const Image &image) { return read_number(image.bytes + DIGEST_AT, 8); }

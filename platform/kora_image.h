@@ -35,8 +35,9 @@ bool allocate(Image &image);
 // All values of the snapshot that differ from their reset values, and which list it is.
 int write_image(Walk &walk, Image &out_image);
 
-enum class ImageState : uint8_t { Whole, Foreign, Newer, Damaged };
-ImageState state_of(const Image &image);
+// The first four of an image, all of the file that it is read from.
+enum class CopyState : uint8_t { Whole, Foreign, Newer, Damaged, Absent, Unreadable, OfAnotherList, NoFile };
+CopyState state_of(const Image &image);
 
 // Of whole images only.
 uint64_t digest_of(const Image &image);

@@ -11,8 +11,6 @@ namespace kora {
 
 namespace {
 
-enum class CopyState : uint8_t { Whole, Absent, Unreadable, OfAnotherList, NoFile, Foreign, Newer, Damaged };
-
 const char *reason_of(CopyState state) {
     switch (state) {
         case CopyState::NoFile: return NOT_A_FILE;
@@ -42,13 +40,7 @@ CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
     if (!is_owner_trusted(folder, status)) return CopyState::Foreign;
     image.size = 0;
     if (image.bytes == nullptr && !allocate(image)) return CopyState::Unreadable;
-    if (!read_all(fd, image)) return state_after(errno);
-    switch (state_of(image)) {
-        case ImageState::Whole: return CopyState::Whole;
-        case ImageState::Newer: return CopyState::Newer;
-        case ImageState::Foreign: return CopyState::Foreign;
-        default: return CopyState::Damaged;
-    }
+    return read_all(fd, image) ? state_of(image) : state_after(errno);
 }
 
 // errno says why one is unreadable.

@@ -28,13 +28,13 @@ void repair(std::string &bytes) {
     std::memcpy(&bytes[bytes.size() - CHECKSUM_SIZE], &checksum, CHECKSUM_SIZE);
 }
 
-kora::ImageState look_at(const std::string &bytes, Values &values) {
+kora::CopyState look_at(const std::string &bytes, Values &values) {
     std::vector<char> copy = exact(bytes);
     kora::Image image;
     image.bytes = reinterpret_cast<uint8_t *>(copy.data());
     image.size = copy.size();
-    const kora::ImageState state = kora::state_of(image);
-    if (state == kora::ImageState::Whole) require(kora::for_each_value(image, keep, &values) == 0, "not whole");
+    const kora::CopyState state = kora::state_of(image);
+    if (state == kora::CopyState::Whole) require(kora::for_each_value(image, keep, &values) == 0, "not whole");
     image.bytes = nullptr;
     return state;
 }
@@ -62,7 +62,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string bytes = input.rest();
     if ((how & 1) != 0) repair(bytes);
     Values values, restored, again;
-    const bool is_whole = look_at(bytes, values) == kora::ImageState::Whole;
+    const bool is_whole = look_at(bytes, values) == kora::CopyState::Whole;
     if ((how & 14) != 0) return 0;  // opening takes a thousand times as long
 
     const std::string saved = store.folder + "/saved";
@@ -71,9 +71,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     require(is_whole != std::filesystem::exists(saved + "~"), "set aside the wrong way round");
     std::filesystem::remove(saved + "~");
     const std::string first = content_of(saved);
-    require(look_at(first, restored) == kora::ImageState::Whole, "the store saves what it would not take");
+    require(look_at(first, restored) == kora::CopyState::Whole, "the store saves what it would not take");
     for (const auto &[place, value] : restored) require(values.at(place) == value, "another value is restored");
     restore_and_save(store);
-    require(look_at(content_of(saved), again) == kora::ImageState::Whole && again == restored, "the second is another");
+    require(look_at(content_of(saved), again) == kora::CopyState::Whole && again == restored, "the second is another");
     return 0;
 }
