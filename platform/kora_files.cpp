@@ -110,11 +110,9 @@ bool set_aside(const Folder &folder, const StorePath &path, const char *suffix, 
     snprintf(aside_suffix, sizeof aside_suffix, "%s%s", suffix, suffix::ASIDE);
     const FileName name = name_with(path, suffix);
     const FileName aside = name_with(path, aside_suffix);
-    if (renameat(folder.fd, name.text, folder.fd, aside.text) != 0) {
-        const int error = errno;
+    if (renameat(folder.fd, name.text, folder.fd, aside.text) != 0)
         return refuse(out_why, "%s %.300s%s: %s, and cannot be set aside: %s", path.what, path.text, suffix, reason,
-                      strerror(error));
-    }
+                      strerror(errno));
     note(out_why, "%s %.300s%s: %s; set aside as %.100s", path.what, path.text, suffix, reason, aside.text);
     return true;
 }

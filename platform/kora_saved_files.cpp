@@ -99,18 +99,14 @@ bool keep_other_list(const Folder &folder, const StorePath &path, const char *su
     return true;
 }
 
-// What is damaged is not waited for; what is no copy may be somebody's, and a newer version's is whole.
-bool set_last_aside(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
-    return set_aside(folder, path, suffix::NONE, reason_of(last), out_why) || last == CopyState::Damaged;
-}
-
 bool make_way(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
     switch (last) {
         case CopyState::Absent: return true;
         case CopyState::Whole:
         case CopyState::Unreadable: return move_file(folder, path, suffix::NONE, suffix::BEFORE, out_why);
         case CopyState::OfAnotherList: return keep_other_list(folder, path, suffix::NONE, out_why);
-        default: return set_last_aside(folder, path, last, out_why);
+        // What is damaged is not waited for; what is no copy may be somebody's, and a newer version's is whole.
+        default: return set_aside(folder, path, suffix::NONE, reason_of(last), out_why) || last == CopyState::Damaged;
     }
 }
 
@@ -122,11 +118,6 @@ bool keep_copy_before(const Folder &folder, const StorePath &path, CopyState las
     if (before == CopyState::Unreadable)
         return refuse_for(path, out_why, "the last one cannot be read", errno, suffix::BEFORE);
     return before != CopyState::OfAnotherList || keep_other_list(folder, path, suffix::BEFORE, out_why);
-}
-
-// A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
-bool put_in_place(const Folder &folder, const StorePath &path, CopyState last, Refusal &out_why) {
-    return make_way(folder, path, last, out_why) && move_file(folder, path, suffix::FRESH, suffix::NONE, out_why);
 }
 
 // Some file systems have no such thing, and on others nothing can have changed.
@@ -184,7 +175,8 @@ bool write_saved_copy(const Folder &folder, const StorePath &path, const Image &
     out_why.text[0] = '\0';
     if (!keep_copy_before(folder, path, state, image, last, out_why)) return false;
     if (!write_fresh_copy(folder, path, image, out_why)) return false;
-    if (!put_in_place(folder, path, state, out_why)) {
+    // A cut between the two moves leaves the copy that was the last under the other name, where it is looked for too.
+    if (!make_way(folder, path, state, out_why) || !move_file(folder, path, suffix::FRESH, suffix::NONE, out_why)) {
         drop_fresh_file(folder, path);  // where only its maker may, others could not save
         return false;
     }
