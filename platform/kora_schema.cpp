@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include <atomic>
+#include <string_view>
 
 #include "kora.h"
 #include "kora_key.h"
@@ -25,20 +26,14 @@ constexpr uint32_t INDEX_BITS = 10;
 constexpr uint8_t NO_FIELD = 0xff;
 static_assert(FIELD_COUNT < NO_FIELD);
 
-constexpr uint64_t features(const char *table, size_t table_length, const char *name, size_t name_length) {
-    const auto at = [](const char *text, size_t place) { return uint64_t{static_cast<uint8_t>(text[place])}; };
-    return table_length | name_length << 8 | at(table, 0) << 16 | at(name, 0) << 24 | at(name, name_length / 2) << 32 |
-           at(name, name_length - 1) << 40;
+constexpr uint64_t features(std::string_view table, std::string_view name) {
+    const auto at = [](std::string_view text, size_t place) { return uint64_t{static_cast<uint8_t>(text[place])}; };
+    return table.size() | name.size() << 8 | at(table, 0) << 16 | at(name, 0) << 24 | at(name, name.size() / 2) << 32 |
+           at(name, name.size() - 1) << 40;
 }
 
 constexpr uint32_t index_of(uint64_t features, uint64_t multiplier) {
     return static_cast<uint32_t>((features * multiplier) >> (64 - INDEX_BITS));
-}
-
-constexpr size_t length_of(const char *text) {
-    size_t length = 0;
-    while (text[length] != '\0') ++length;
-    return length;
 }
 
 struct NameIndex {
@@ -50,9 +45,7 @@ constexpr bool fill_index(NameIndex &index) {
     for (uint8_t &field : index.fields) field = NO_FIELD;
     for (int32_t i = 0; i < FIELD_COUNT; ++i) {
         const char *table = table_of(static_cast<sarn::Field>(i)).name;
-        const char *name = FIELDS[i].name;
-        uint8_t &entry =
-            index.fields[index_of(features(table, length_of(table), name, length_of(name)), index.multiplier)];
+        uint8_t &entry = index.fields[index_of(features(table, FIELDS[i].name), index.multiplier)];
         if (entry != NO_FIELD) return false;
         entry = static_cast<uint8_t>(i);
     }
@@ -124,7 +117,7 @@ bool search_field(const char *table, const char *name, uint8_t &out_index) {
     if (table_length == 0 || table_length == sizeof TABLES->name) return false;
     if (name_length == 0 || name_length == sizeof FIELDS->name) return false;
 
-    const uint64_t wanted = features(table, table_length, name, name_length);
+    const uint64_t wanted = features({table, table_length}, {name, name_length});
     out_index = NAME_INDEX.fields[index_of(wanted, NAME_INDEX.multiplier)];
     return out_index != NO_FIELD && is_named(FIELDS[out_index], table, name);
 }
