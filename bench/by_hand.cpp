@@ -21,11 +21,14 @@ constexpr uint8_t WRITTEN_FIELD = RECORD_FIELDS - 1;
 
 MDB_val value_of(const void *data, size_t size) { return {size, const_cast<void *>(data)}; }
 
-void *do_nothing(void *) { return nullptr; }
-
-void run_in_thread(void *(*work)(void *), void *argument) {
+template <typename Work>
+void run_in_thread(Work work) {
     pthread_t thread;
-    require(pthread_create(&thread, nullptr, work, argument) == 0, "pthread_create");
+    const auto start = [](void *own) -> void * {
+        (*static_cast<Work *>(own))();
+        return nullptr;
+    };
+    require(pthread_create(&thread, nullptr, start, &work) == 0, "pthread_create");
     pthread_join(thread, nullptr);
 }
 
@@ -50,46 +53,22 @@ public:
     Lmdb &operator=(const Lmdb &) = delete;
 
     bool read_record(int row, Record &record) override {
-        reading_ = {this, row, &record, false};
-        run_in_thread([](void *reading) -> void * { return read_in_thread(*static_cast<Reading *>(reading)); },
-                      &reading_);
-        return reading_.is_done;
+        bool is_done = false;
+        run_in_thread([&] {
+            if (mdb_txn_renew(snapshot_) != 0) return;
+            is_done = read_fields(row, record);
+            mdb_txn_reset(snapshot_);
+        });
+        return is_done;
     }
 
     bool write_field(int row, const std::string &text) override {
-        writing_ = {this, row, &text, false};
-        run_in_thread(
-            [](void *writing) -> void * {
-                auto &own = *static_cast<Writing *>(writing);
-                own.is_done = own.store->write_in_thread(own);
-                return nullptr;
-            },
-            &writing_);
-        return writing_.is_done;
+        bool is_done = false;
+        run_in_thread([&] { is_done = write_in_thread(row, text); });
+        return is_done;
     }
 
 private:
-    struct Reading {
-        Lmdb *store;
-        int row;
-        Record *record;
-        bool is_done;
-    };
-    struct Writing {
-        Lmdb *store;
-        int row;
-        const std::string *text;
-        bool is_done;
-    };
-
-    static void *read_in_thread(Reading &reading) {
-        Lmdb &store = *reading.store;
-        if (mdb_txn_renew(store.snapshot_) != 0) return nullptr;
-        reading.is_done = store.read_fields(reading.row, *reading.record);
-        mdb_txn_reset(store.snapshot_);
-        return nullptr;
-    }
-
     bool read_fields(int row, Record &record) {
         MDB_val key = value_of(&CHANGE_NUMBER, sizeof CHANGE_NUMBER);
         MDB_val value;
@@ -103,10 +82,10 @@ private:
         return true;
     }
 
-    bool write_in_thread(const Writing &writing) {
+    bool write_in_thread(int row, const std::string &text) {
         MDB_txn *txn = nullptr;
         if (mdb_txn_begin(environment_, nullptr, 0, &txn) != 0) return false;
-        const Key mac = {MAC_FIELD, static_cast<uint8_t>(writing.row)};
+        const Key mac = {MAC_FIELD, static_cast<uint8_t>(row)};
         MDB_val keys[] = {value_of(&CHANGE_NUMBER, sizeof CHANGE_NUMBER), value_of(&mac, sizeof mac)};
         MDB_val value;
         for (MDB_val &key : keys) {
@@ -114,7 +93,7 @@ private:
             mdb_txn_abort(txn);
             return false;
         }
-        put(txn, {WRITTEN_FIELD, static_cast<uint8_t>(writing.row)}, writing.text->c_str());
+        put(txn, {WRITTEN_FIELD, static_cast<uint8_t>(row)}, text.c_str());
         return mdb_txn_commit(txn) == 0;
     }
 
@@ -141,13 +120,13 @@ private:
     MDB_env *environment_ = nullptr;
     MDB_txn *snapshot_ = nullptr;
     MDB_dbi values_ = 0;
-    Reading reading_ = {};
-    Writing writing_ = {};
 };
 
 }  // namespace
 
-void create_and_join() { run_in_thread(do_nothing, nullptr); }
+void create_and_join() {
+    run_in_thread([] {});
+}
 
 std::unique_ptr<ByHand> make_by_hand(int devices) { return std::make_unique<Lmdb>(devices); }
 

@@ -134,7 +134,7 @@ const LibraryCall *find_library_call(const char *name) {
     return nullptr;
 }
 
-Router::Router(int devices) : devices_(devices) {
+Router::Router(int devices) {
     setenv("KORA_STORE", in_folder("library.mdb").c_str(), 1);
     unsetenv("KORA_SAVE");  // of the calls alone, whatever the caller's shell says
     __log_to_console = 0;

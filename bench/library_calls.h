@@ -13,10 +13,6 @@ public:
     ~Router();
     Router(const Router &) = delete;
     Router &operator=(const Router &) = delete;
-    int devices() const { return devices_; }
-
-private:
-    int devices_;
 };
 
 struct LibraryCall {

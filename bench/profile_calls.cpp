@@ -16,10 +16,11 @@ int main(int argc, char **argv) {
     require(argc == 4, "profile_calls CALL DEVICES TURNS");
     const LibraryCall *subject = find_library_call(argv[1]);
     require(subject != nullptr, "finding that call");
-    const Router router(std::atoi(argv[2]));
+    const int devices = std::atoi(argv[2]);
+    const Router router(devices);
     const int turns = WARM_UP + std::atoi(argv[3]);
     for (int turn = 0; turn < turns; ++turn) {
-        if (subject->prepare != nullptr) subject->prepare(router.devices(), turn);
+        if (subject->prepare != nullptr) subject->prepare(devices, turn);
         if (turn < WARM_UP) {
             subject->call();
             continue;
