@@ -1,9 +1,16 @@
 #include "kora_descriptors.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace kora {
+
+Descriptor::~Descriptor() {
+    const int error = errno;
+    if (fd >= 0) close(fd);
+    errno = error;
+}
 
 StandardDescriptors::StandardDescriptors() {
     for (;;) {

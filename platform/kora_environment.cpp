@@ -104,14 +104,14 @@ bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_
 
 // Under another name and then moved, so that whoever is killed here leaves no half store behind. errno says why not.
 bool make_fresh_store(const Folder &folder, const StorePath &path, const Image *restored, Refusal &out_why) {
-    int fd = -1;
-    const bool is_made = make_fresh_store_file(folder, path, fd, out_why) && fill_fresh_file(path, restored, out_why) &&
-                         publish_fresh_file(folder, path, fd, out_why);
+    Descriptor file(-1);
+    if (make_fresh_store_file(folder, path, file.fd, out_why) && fill_fresh_file(path, restored, out_why) &&
+        publish_fresh_file(folder, path, file.fd, out_why))
+        return true;
     const int error = errno;
-    if (fd >= 0) close(fd);
-    if (!is_made) drop_fresh_file(folder, path);
+    drop_fresh_file(folder, path);
     errno = error;
-    return is_made;
+    return false;
 }
 
 bool make_store(const Folder &folder, const StorePath &path, Refusal &out_why) {

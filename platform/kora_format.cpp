@@ -4,6 +4,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "kora_descriptors.h"
 #include "kora_schema.h"
 
 namespace kora {
@@ -21,11 +22,8 @@ constexpr char BOOT_ID[] = "/proc/sys/kernel/random/boot_id";
 Format own_format() {
     Format format = {{}, VERSION, schema_fingerprint(), {}};
     memcpy(format.magic, FORMAT_MAGIC, sizeof format.magic);
-    const int fd = open(BOOT_ID, O_RDONLY | O_CLOEXEC);
-    if (fd >= 0) {
-        if (read(fd, format.boot, sizeof format.boot) != sizeof format.boot) memset(format.boot, 0, sizeof format.boot);
-        close(fd);
-    }
+    const Descriptor id(open(BOOT_ID, O_RDONLY | O_CLOEXEC));
+    if (read(id.fd, format.boot, sizeof format.boot) != sizeof format.boot) memset(format.boot, 0, sizeof format.boot);
     return format;
 }
 

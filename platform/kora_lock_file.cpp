@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "kora_descriptors.h"
 #include "kora_files.h"
 
 namespace kora {
@@ -23,14 +24,11 @@ bool is_usable_lock_file(const Folder &folder, const FileName &name) {
 // By those who still have another store open that lay here: each would take the other's readers for its own. To be
 // asked only while this process has none open, since it gives up all its locks of the file.
 bool is_lock_file_held(const Folder &folder, const FileName &name) {
-    const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return false;
+    const Descriptor file(openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct flock others = {};
     others.l_type = F_WRLCK;
     others.l_whence = SEEK_SET;
-    const bool is_held = fcntl(fd, F_GETLK, &others) == 0 && others.l_type != F_UNLCK;
-    close(fd);
-    return is_held;
+    return fcntl(file.fd, F_GETLK, &others) == 0 && others.l_type != F_UNLCK;
 }
 
 bool reserve_lock_file(const Folder &folder, const StorePath &path, int fd, Refusal &out_why) {
@@ -92,12 +90,10 @@ bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shar
         return !is_lock_file_held(folder, name) ||
                refuse(out_why, "store %.300s: others use its lock file for another store", path.text);
     }
-    const int fd = openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
+    const Descriptor made(openat(folder.fd, name.text, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE));
     // LMDB writes this file through its mapping, where a full file system would end the process.
-    const bool is_made = fd >= 0 && reserve_lock_file(folder, path, fd, out_why);
-    if (!is_made) refuse_for(path, out_why, "its lock file cannot be made", errno);
-    if (fd >= 0) close(fd);
-    return is_made;
+    return (made.fd >= 0 && reserve_lock_file(folder, path, made.fd, out_why)) ||
+           refuse_for(path, out_why, "its lock file cannot be made", errno);
 }
 
 }  // namespace kora

@@ -5,6 +5,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "kora_descriptors.h"
 #include "kora_files.h"
 
 namespace kora {
@@ -33,27 +34,19 @@ bool read_all(int fd, Image &image) {
 
 CopyState state_after(int error) { return is_lost(error) ? CopyState::Damaged : CopyState::Unreadable; }
 
-CopyState read_open_copy(const Folder &folder, int fd, Image &image) {
-    struct stat status;
-    if (fstat(fd, &status) != 0) return state_after(errno);
-    if (!S_ISREG(status.st_mode)) return CopyState::NoFile;
-    if (!is_owner_trusted(folder, status)) return CopyState::Foreign;
-    image.size = 0;
-    if (image.bytes == nullptr && !allocate(image)) return CopyState::Unreadable;
-    return read_all(fd, image) ? state_of(image) : state_after(errno);
-}
-
 // errno says why one is unreadable.
 CopyState read_copy(const Folder &folder, const StorePath &path, const char *suffix, Image &out_image) {
     const FileName name = name_with(path, suffix);
-    const int fd = openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0 && errno == ENOENT) return CopyState::Absent;
-    if (fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::NoFile : state_after(errno);
-    const CopyState state = read_open_copy(folder, fd, out_image);
-    const int error = errno;
-    close(fd);
-    errno = error;
-    return state;
+    const Descriptor file(openat(folder.fd, name.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status;
+    if (file.fd < 0 && errno == ENOENT) return CopyState::Absent;
+    if (file.fd < 0) return errno == ELOOP || errno == ENXIO ? CopyState::NoFile : state_after(errno);
+    if (fstat(file.fd, &status) != 0) return state_after(errno);
+    if (!S_ISREG(status.st_mode)) return CopyState::NoFile;
+    if (!is_owner_trusted(folder, status)) return CopyState::Foreign;
+    out_image.size = 0;
+    if (out_image.bytes == nullptr && !allocate(out_image)) return CopyState::Unreadable;
+    return read_all(file.fd, out_image) ? state_of(out_image) : state_after(errno);
 }
 
 bool write_all(int fd, const Image &image) {
@@ -67,13 +60,12 @@ bool write_all(int fd, const Image &image) {
 }
 
 bool write_fresh_copy(const Folder &folder, const StorePath &path, const Image &image, Refusal &out_why) {
-    int fd = -1;
-    if (!create_fresh_file(folder, path, fd, out_why)) return false;
-    share_with_group(folder, fd);
-    const bool is_written = is_size_allowed(static_cast<off_t>(image.size)) && write_all(fd, image) && fsync(fd) == 0;
+    Descriptor file(-1);
+    if (!create_fresh_file(folder, path, file.fd, out_why)) return false;
+    share_with_group(folder, file.fd);
+    if (is_size_allowed(static_cast<off_t>(image.size)) && write_all(file.fd, image) && fsync(file.fd) == 0)
+        return true;
     const int error = errno;
-    close(fd);
-    if (is_written) return true;
     drop_fresh_file(folder, path);
     return refuse_for(path, out_why, "cannot be written", error);
 }
@@ -126,13 +118,8 @@ bool sync(int folder) { return fsync(folder) == 0 || errno == EINVAL || errno ==
 // The folder's own name, which may be as new as the copy: not every file system keeps it with what lies in it. One that
 // cannot be opened is another user's.
 bool sync_name_of(const Folder &folder) {
-    const int parent = openat(folder.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (parent < 0) return true;
-    const bool is_synced = sync(parent);
-    const int error = errno;
-    close(parent);
-    errno = error;
-    return is_synced;
+    const Descriptor parent(openat(folder.fd, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return parent.fd < 0 || sync(parent.fd);
 }
 
 bool sync_folder(const Folder &folder, const StorePath &path, Refusal &out_why) {

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "kora.h"
+#include "kora_descriptors.h"
 #include "kora_folder.h"
 
 // The controls belong to libsarn; a process without it when this library is loaded logs everything to the console.
@@ -149,10 +150,8 @@ void write_to_file(const Line &line) {
     if (name == nullptr) return;
     // Never through a link, never waiting on a pipe's reader.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const int fd = open(name, flags, LOG_FILE_MODE);
-    if (fd < 0) return;
-    if (may_be_written(fd, name)) write_line(fd, line);
-    close(fd);
+    const kora::Descriptor file(open(name, flags, LOG_FILE_MODE));
+    if (may_be_written(file.fd, name)) write_line(file.fd, line);
 }
 
 }  // namespace
