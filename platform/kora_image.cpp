@@ -61,17 +61,17 @@ uint64_t digest(uint64_t so_far, const uint8_t *bytes, size_t size) {
 }
 
 // Appends, and notes once for all when there is no room.
-class ImageWriter {
-public:
-    explicit ImageWriter(Image &image) : image_(image) {}
+struct ImageWriter {
+    Image &image;
+    bool is_full = false;
 
     void put_bytes(const void *from, size_t size) {
-        if (size > IMAGE_MAX - CHECKSUM_SIZE - image_.size) {
-            is_full_ = true;
+        if (size > IMAGE_MAX - CHECKSUM_SIZE - image.size) {
+            is_full = true;
             return;
         }
-        memcpy(image_.bytes + image_.size, from, size);
-        image_.size += size;
+        memcpy(image.bytes + image.size, from, size);
+        image.size += size;
     }
     void put_number(uint64_t value, size_t size) {
         uint8_t all[sizeof value];
@@ -83,12 +83,6 @@ public:
         put_number(length, 1);
         put_bytes(value, length);
     }
-    size_t size() const { return image_.size; }
-    bool is_full() const { return is_full_; }
-
-private:
-    Image &image_;
-    bool is_full_ = false;
 };
 
 void write_row(ImageWriter &out, Place place, Bytes value) {
@@ -110,16 +104,16 @@ bool is_worth_saving(sarn::Field field, Bytes value) {
     return !is_same(value, reset);
 }
 
-int write_field(Walk &walk, sarn::Field field, ImageWriter &out, Image &image, uint64_t &digested) {
+int write_field(Walk &walk, sarn::Field field, ImageWriter &out, uint64_t &digested) {
     const FieldSpec &spec = sarn::spec_of(field);
-    const size_t start = out.size();
+    const size_t start = out.image.size;
     out.put_text(sarn::table_of(field).name);
     out.put_text(spec.name);
     const char kind = kind_of(spec.type);
     out.put_bytes(&kind, 1);
-    const size_t count_at = out.size();
+    const size_t count_at = out.image.size;
     out.put_number(0, COUNT_SIZE);
-    const size_t values_at = out.size();
+    const size_t values_at = out.image.size;
     uint32_t count = 0;
     for (int32_t row = 0; row < sarn::table_of(field).rows; ++row) {
         Bytes value = {};
@@ -130,15 +124,15 @@ int write_field(Walk &walk, sarn::Field field, ImageWriter &out, Image &image, u
         write_row(out, place, value);
         ++count;
     }
-    if (out.is_full()) return ENOSPC;
+    if (out.is_full) return ENOSPC;
     if (count == 0) {
-        image.size = start;
+        out.image.size = start;
         return 0;
     }
-    write_number(image.bytes + count_at, count, COUNT_SIZE);
+    write_number(out.image.bytes + count_at, count, COUNT_SIZE);
     if (effect_of(field).is_decided) {
-        digested = digest(digested, image.bytes + start, count_at - start);
-        digested = digest(digested, image.bytes + values_at, out.size() - values_at);
+        digested = digest(digested, out.image.bytes + start, count_at - start);
+        digested = digest(digested, out.image.bytes + values_at, out.image.size - values_at);
     }
     return 0;
 }
@@ -155,19 +149,19 @@ int write_beginning(Walk &walk, ImageWriter &out) {
 uint32_t checksum_of(const Image &image) { return checksum(0, image.bytes, image.size - CHECKSUM_SIZE); }
 
 // Takes from the front; once it would have to go past the end, all it takes is empty.
-class ImageReader {
-public:
-    explicit ImageReader(const Image &image)
-        : next_(image.bytes + HEADER_SIZE), end_(image.bytes + image.size - CHECKSUM_SIZE) {}
+struct ImageReader {
+    const uint8_t *next;
+    const uint8_t *end;
+    bool is_broken = false;
 
     const uint8_t *take_bytes(size_t size) {
-        if (static_cast<size_t>(end_ - next_) < size) {
-            is_broken_ = true;
-            next_ = end_;
+        if (static_cast<size_t>(end - next) < size) {
+            is_broken = true;
+            next = end;
             return nullptr;
         }
-        const uint8_t *from = next_;
-        next_ += size;
+        const uint8_t *from = next;
+        next += size;
         return from;
     }
     uint64_t take_number(size_t size) {
@@ -179,13 +173,6 @@ public:
         const uint8_t *from = take_bytes(size);
         return {from, from != nullptr ? size : 0};
     }
-    bool is_over() const { return next_ == end_; }
-    bool is_broken() const { return is_broken_; }
-
-private:
-    const uint8_t *next_;
-    const uint8_t *end_;
-    bool is_broken_ = false;
 };
 
 bool find_named(Bytes table, Bytes name, sarn::Field &out_field) {
@@ -209,22 +196,22 @@ int put_value(Place place, char kind, Bytes value, PutValue put, void *context) 
 }  // namespace
 
 int for_each_value(const Image &image, PutValue put, void *context) {
-    ImageReader in(image);
-    while (!in.is_over()) {
+    ImageReader in{image.bytes + HEADER_SIZE, image.bytes + image.size - CHECKSUM_SIZE};
+    while (in.next != in.end) {
         const Bytes table = in.take_sized(1);
         const Bytes name = in.take_sized(1);
         const char kind = static_cast<char>(in.take_number(1));
         const uint64_t count = in.take_number(COUNT_SIZE);
         sarn::Field field = {};
         const bool is_known = find_named(table, name, field) && kind_of(sarn::spec_of(field).type) == kind;
-        for (uint64_t i = 0; i < count && !in.is_broken(); ++i) {
+        for (uint64_t i = 0; i < count && !in.is_broken; ++i) {
             const auto row = static_cast<uint8_t>(in.take_number(1));
             const Bytes value = in.take_sized(2);
-            if (in.is_broken() || !is_known || row >= sarn::table_of(field).rows) continue;
+            if (in.is_broken || !is_known || row >= sarn::table_of(field).rows) continue;
             const int error = put_value({field, row}, kind, value, put, context);
             if (error != 0) return error;
         }
-        if (in.is_broken()) return EINVAL;
+        if (in.is_broken) return EINVAL;
     }
     return 0;
 }
@@ -241,7 +228,7 @@ bool allocate(Image &image) {
 }
 
 int write_image(Walk &walk, Image &out_image) {
-    ImageWriter out(out_image);
+    ImageWriter out{out_image};
     uint64_t digested = DIGEST_START;
     out.put_bytes(MAGIC, MAGIC_SIZE);
     out.put_number(VERSION, 4);
@@ -250,7 +237,7 @@ int write_image(Walk &walk, Image &out_image) {
     int error = write_beginning(walk, out);
     if (error != 0) return error;
     for (int32_t i = 0; i < sarn::FIELD_COUNT; ++i) {
-        error = write_field(walk, static_cast<sarn::Field>(i), out, out_image, digested);
+        error = write_field(walk, static_cast<sarn::Field>(i), out, digested);
         if (error != 0) return error;
     }
     write_number(out_image.bytes + LENGTH_AT, out_image.size + CHECKSUM_SIZE, 4);
