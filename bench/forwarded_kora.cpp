@@ -44,37 +44,31 @@ void *lmdb() {
     static auto *const forwarded_##name = bench::function_of<decltype(name)>(library, #name); \
     return forwarded_##name(__VA_ARGS__)
 
-#define READ(name, value_type, size_parameter, size_argument)                                                  \
-    int32_t name(void *handle, const char *table, int32_t row, const char *field, value_type size_parameter) { \
-        ++bench::store_counts.operations;                                                                      \
-        FORWARD(bench::kora(), name, handle, table, row, field, value size_argument);                          \
+#define COUNTED(name, parameters, ...)             \
+    int32_t name parameters {                      \
+        ++bench::store_counts.operations;          \
+        FORWARD(bench::kora(), name, __VA_ARGS__); \
     }
-#define COMMA ,
-#define READ_TEXT(name) READ(name, char *value, COMMA int32_t size, COMMA size)
-#define READ_VALUE(name, type) READ(name, type, , )
-#define WRITE(name, type)                                                                 \
-    int32_t name(void *handle, const char *table, int32_t row, const char *field, type) { \
-        ++bench::store_counts.operations;                                                 \
-        FORWARD(bench::kora(), name, handle, table, row, field, value);                   \
-    }
+#define PLACE void *handle, const char *table, int32_t row, const char *field
+#define AT_PLACE handle, table, row, field
 
 extern "C" {
 
-READ_TEXT(kora_get_ascii)
-READ_TEXT(kora_get_string)
-READ_TEXT(kora_get_enum)
-READ_VALUE(kora_get_bool, uint8_t *value)
-READ_VALUE(kora_get_uint, uint32_t *value)
-READ_VALUE(kora_get_mac, uint8_t value[6])
-READ_VALUE(kora_get_ipv4, uint8_t value[4])
-WRITE(kora_set_ascii, const char *value)
-WRITE(kora_set_string, const char *value)
-WRITE(kora_set_enum, const char *value)
-WRITE(kora_set_bool, int32_t value)
-WRITE(kora_set_int, int32_t value)
-WRITE(kora_set_uint, uint32_t value)
-WRITE(kora_set_mac, const uint8_t value[6])
-WRITE(kora_set_ipv4, const uint8_t value[4])
+COUNTED(kora_get_ascii, (PLACE, char *value, int32_t size), AT_PLACE, value, size)
+COUNTED(kora_get_string, (PLACE, char *value, int32_t size), AT_PLACE, value, size)
+COUNTED(kora_get_enum, (PLACE, char *value, int32_t size), AT_PLACE, value, size)
+COUNTED(kora_get_bool, (PLACE, uint8_t *value), AT_PLACE, value)
+COUNTED(kora_get_uint, (PLACE, uint32_t *value), AT_PLACE, value)
+COUNTED(kora_get_mac, (PLACE, uint8_t value[6]), AT_PLACE, value)
+COUNTED(kora_get_ipv4, (PLACE, uint8_t value[4]), AT_PLACE, value)
+COUNTED(kora_set_ascii, (PLACE, const char *value), AT_PLACE, value)
+COUNTED(kora_set_string, (PLACE, const char *value), AT_PLACE, value)
+COUNTED(kora_set_enum, (PLACE, const char *value), AT_PLACE, value)
+COUNTED(kora_set_bool, (PLACE, int32_t value), AT_PLACE, value)
+COUNTED(kora_set_int, (PLACE, int32_t value), AT_PLACE, value)
+COUNTED(kora_set_uint, (PLACE, uint32_t value), AT_PLACE, value)
+COUNTED(kora_set_mac, (PLACE, const uint8_t value[6]), AT_PLACE, value)
+COUNTED(kora_set_ipv4, (PLACE, const uint8_t value[4]), AT_PLACE, value)
 
 void *kora_init_ex(void *reserved) { FORWARD(bench::kora(), kora_init_ex, reserved); }
 int32_t kora_destroy(void *handle) { FORWARD(bench::kora(), kora_destroy, handle); }
@@ -87,10 +81,7 @@ int32_t kora_begin(void *handle, int32_t mode) { FORWARD(bench::kora(), kora_beg
 int32_t kora_end(void *handle, int32_t keep) { FORWARD(bench::kora(), kora_end, handle, keep); }
 #endif
 #ifdef BENCH_CHANGES
-int32_t kora_changes(void *handle, uint64_t *number) {
-    ++bench::store_counts.operations;
-    FORWARD(bench::kora(), kora_changes, handle, number);
-}
+COUNTED(kora_changes, (void *handle, uint64_t *number), handle, number)
 #endif
 
 // libkora.so's own calls of LMDB come here too, since a program's functions go before those of what it loads.
