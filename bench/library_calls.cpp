@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstring>
-
 #include "bench/device.h"
 #include "bench/folder.h"
 #include "include/sarn.h"
@@ -111,7 +109,7 @@ void state_bitmap() {
 
 }  // namespace
 
-const LibraryCall LIBRARY_CALLS[] = {
+const std::array<LibraryCall, 10> LIBRARY_CALLS = {{
     {"record_by_row", nullptr, record_by_row},
     {"record_by_mac", nullptr, record_by_mac},
     {"signature_nothing_new", make_known_signature, send_signature},
@@ -122,17 +120,9 @@ const LibraryCall LIBRARY_CALLS[] = {
     {"detail_update", make_detail, detail_update},
     {"pause_list_of_10", make_pause_list, pause_list},
     {"state_bitmap_up", nullptr, state_bitmap},
-};
-const int LIBRARY_CALL_COUNT = sizeof LIBRARY_CALLS / sizeof LIBRARY_CALLS[0];
+}};
 
 void report_signature(int device, int64_t turn) { send(signature_of(device, turn, PRESENT)); }
-
-const LibraryCall *find_library_call(const char *name) {
-    for (const LibraryCall &call : LIBRARY_CALLS) {
-        if (std::strcmp(call.name, name) == 0) return &call;
-    }
-    return nullptr;
-}
 
 Router::Router(int devices) {
     setenv("KORA_STORE", in_folder("library.mdb").c_str(), 1);

@@ -2,6 +2,7 @@
 #ifndef SARN_BENCH_LIBRARY_CALLS_H
 #define SARN_BENCH_LIBRARY_CALLS_H
 
+#include <array>
 #include <cstdint>
 
 namespace bench {
@@ -24,13 +25,10 @@ struct LibraryCall {
 };
 
 // Ends the program with a line when the call is refused: what is measured is done.
-extern const LibraryCall LIBRARY_CALLS[];
-extern const int LIBRARY_CALL_COUNT;
+extern const std::array<LibraryCall, 10> LIBRARY_CALLS;
 
 // A report of a device; `turn` makes every text new.
 void report_signature(int device, int64_t turn);
-
-const LibraryCall *find_library_call(const char *name);
 
 }  // namespace bench
 

@@ -96,8 +96,7 @@ void count_processor_time() { measured_clock = CLOCK_PROCESS_CPUTIME_ID; }
 
 void register_library(int64_t calls) {
     register_benchmark("floor/thread/0", THREADS, [](benchmark::State &state) { measure(state, {}, create_and_join); });
-    for (int i = 0; i < LIBRARY_CALL_COUNT; ++i) {
-        const LibraryCall &subject = LIBRARY_CALLS[i];
+    for (const LibraryCall &subject : LIBRARY_CALLS) {
         for (const int devices : SIZES) {
             register_benchmark(benchmark_name("library", subject.name, devices), calls,
                                [&subject, devices](benchmark::State &state) {
