@@ -34,7 +34,8 @@ enum class Call : uint8_t {
     Signature,
     ReadAccess,
     Switch,
-    Refresh
+    Refresh,
+    Any  // in the table of meanings alone: every call to which a number means nothing else
 };
 
 // `attempt` says what was tried: "cannot read row 7".
