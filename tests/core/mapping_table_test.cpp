@@ -36,9 +36,10 @@ TEST_F(MappingTable, GivesTheLowestFreeRowAndFindsItInAnyCase) {
     EXPECT_EQ(create("12:00:00:00:00:AA"), 40);
     EXPECT_EQ(find_row("12:00:00:00:00:aa"), 40);
     EXPECT_EQ(find_row("02:00:00:00:00:aa"), 0);
-    put_device(17, NO_DEVICE);
+    put_device(17, NO_DEVICE, "unknown");
     (void)fake::take_writes();
     EXPECT_EQ(create(mac_of(500)), 17);
+    EXPECT_NE(sarn::offline_bitmap[0] & 1U << 17, 0U);
     Lines writes = fake::take_writes();
     std::erase_if(writes, [](const auto &line) { return line.find(" 17 ") == line.npos && line[0] != 'g'; });
     ASSERT_EQ(writes.size(), 4U);

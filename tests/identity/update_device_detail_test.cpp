@@ -51,12 +51,13 @@ TEST_F(UpdateDeviceDetail, RebuildsWhateverTheTimestampSays) {
     start_with_device();
     put_device(9, "02:00:00:00:00:0B");  // another process' device; the gates are switched off
     set_text(record.mac, "02:00:00:00:00:0b");
+    set_text(record.type, "SPACESHIP");
     mappingtablestatus = 0;
     EXPECT_EQ(send(), SARN_ERR_NO_ROW) << "a rebuild that builds nothing knows no row";
     mappingtablestatus = 1;
     EXPECT_EQ(send(), SARN_OK);
     EXPECT_EQ(fake::get("DeviceIdList", 9, "DeviceModel"), "X1");
-    EXPECT_EQ(FingPostProcessorName, 1);
+    EXPECT_EQ(FingPostProcessorName + FingPostProcessorType, 2);
     (void)sarn_uninit();
     EXPECT_EQ(send(), SARN_ERR_NOT_INITIALISED);
     EXPECT_EQ(sarn_init(), SARN_OK) << "the refused rebuild did not mark the library initialised";

@@ -20,8 +20,8 @@ TEST_F(Presence, SelectorsPickRowsByState) {
     fake::set("general", 0, "SARNSyncTimestamp", "1");
     int row = 0;
     for (const char *state : {"UP", "UP", "DOWN", "down", "unknown"}) put_device(40 * row, mac_of(row), state), ++row;
-    fake::set("Sarnsignature", 250, "Devicestate", "UP");  // of a row that is free
-    const int counts[] = {5, 2, 1, 251};                   // in use, up, down, free
+    for (const int free : {250, 251}) fake::set("Sarnsignature", free, "Devicestate", free == 250 ? "UP" : "DOWN");
+    const int counts[] = {5, 2, 1, 251};  // in use, up, down, free
     for (uint32_t selector = 0; selector < 4; ++selector)
         EXPECT_EQ(sarn_device_state_info(words, 8, selector), counts[selector]) << selector;
     EXPECT_FALSE(sarn::has_row(words, 160));

@@ -182,23 +182,13 @@ int kora_get_ascii(void *, Name table, int row, Name field, char *buffer, int si
 int kora_get_string(void *, Name, int, Name, char *, int) __attribute__((alias("kora_get_ascii")));
 int kora_get_enum(void *, Name, int, Name, char *, int) __attribute__((alias("kora_get_ascii")));
 int kora_set_ascii(void *, Name table, int row, Name field, Name text) { return write(table, row, field, text); }
-int kora_set_string(void *, Name table, int row, Name field, Name text) { return write(table, row, field, text); }
-int kora_set_enum(void *, Name table, int row, Name field, Name text) { return write(table, row, field, text); }
-int kora_get_bool(void *, Name table, int row, Name field, uint8_t *value) {
-    return read_number(table, row, field, value);
-}
-int kora_get_uint(void *, Name table, int row, Name field, uint32_t *value) {
-    return read_number(table, row, field, value);
-}
-int kora_set_bool(void *, Name table, int row, Name field, int value) {
-    return write(table, row, field, std::to_string(value));
-}
-int kora_set_int(void *, Name table, int row, Name field, int value) {
-    return write(table, row, field, std::to_string(value));
-}
-int kora_set_uint(void *, Name table, int row, Name field, uint32_t value) {
-    return write(table, row, field, std::to_string(value));
-}
+int kora_set_string(void *, Name, int, Name, Name) __attribute__((alias("kora_set_ascii")));
+int kora_set_enum(void *, Name, int, Name, Name) __attribute__((alias("kora_set_ascii")));
+int kora_set_int(void *, Name t, int row, Name f, int value) { return write(t, row, f, std::to_string(value)); }
+int kora_set_uint(void *, Name t, int row, Name f, uint32_t value) { return write(t, row, f, std::to_string(value)); }
+int kora_set_bool(void *, Name, int, Name, int) __attribute__((alias("kora_set_int")));
+int kora_get_bool(void *, Name t, int row, Name f, uint8_t *value) { return read_number(t, row, f, value); }
+int kora_get_uint(void *, Name t, int row, Name f, uint32_t *value) { return read_number(t, row, f, value); }
 int kora_get_mac(void *, Name table, int row, Name field, uint8_t six[6]) {
     std::string text;
     return read(table, row, field, &text) ? kora_string2mac(text.c_str(), six) : -1;

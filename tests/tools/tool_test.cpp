@@ -72,7 +72,7 @@ TEST(SarnTool, TellsWhatItReads) {
 TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
     const std::string long_text(65, 'x');
     expect({
-        {"name " + long_text + " x", "x...' is not a MAC address"},
+        {"name " + long_text.substr(26) + "\xc3\xbcxx x", "x...' is not a MAC address"},
         {"name \"$(printf '\\033[2J\\377')\" x", "'\\x1b[2J\\xff' is not a MAC"},
         {"name 0:0:0:0:0:0 x", "stands for no device"},
         {"name $MAC " + long_text, "a name takes at most 64 bytes"},
