@@ -60,6 +60,7 @@ TEST(SarnTool, TellsWhatItReads) {
         {"status", "process 1 does not go on", 3, "writer=1 start=-24"},
         {"status", "sarn: cannot open the device list: the store cannot be opened (code -24)\n", 3,
          "open=-1 start=-24"},
+        {"types", "ID  TYPE  KEYS\n0", 0, ""},
         {"access", "on\n", 0, "acl=1"},
         {"access", "could not read it (code -21)", 3, "acl=-21"},
         {"upgrade", "refused a read or a write (code 1)", 3, "upgrade=1"},
