@@ -52,7 +52,7 @@ constexpr Columns place_fields() {
         Column &column = columns.of[field];
         if (column.first != 0) return;
         if (effect_of(static_cast<sarn::Field>(field)).rebuild != Rebuild::No)
-            column.first = static_cast<uint16_t>(BY_FIELD | field << ROW_BITS);
+            column.first = static_cast<uint16_t>(BY_FIELD | uint32_t{field} << ROW_BITS);
         else
             column = {++last_in_row, FIELD_BITS};
     };

@@ -23,8 +23,7 @@ int32_t accept_report(signature_request &request);
 int32_t check_texts(const signature_record &record);
 int32_t store_report(signature_request &request);
 bool store_beside_readers(signature_request &request);
-GroupEnd write_row(int32_t row, const signature_request &request, const TimeText &now)
-    SARN_REQUIRES_SHARED(state_lock);
+GroupEnd write_row(int32_t row, const signature_request &request, const TimeText &now) SARN_REQUIRES_SHARED(state_lock);
 void write_texts(int32_t row, const signature_record &record) SARN_REQUIRES_SHARED(state_lock);
 void note_reported_state(int32_t row, const char *state, const TimeText &now) SARN_REQUIRES(state_lock);
 
