@@ -8,14 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "include/sarn.h"
 #include "tests/support/device.h"
-#include "tests/support/store_folder.h"
+#include "tests/support/own_store.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
@@ -78,18 +77,11 @@ inline bool is_printable(const std::string &text) {
     return is_utf8(text);
 }
 
-// In memory, for this process alone; gone when it ends. Says nothing on the console.
-struct OwnStore {
-    OwnStore() {
-        setenv("KORA_STORE", (folder + "/store.mdb").c_str(), 1);
-        setenv("KORA_SAVE", (folder + "/saved").c_str(), 1);
-        __log_to_console = 0;
-    }
-    ~OwnStore() { std::filesystem::remove_all(folder); }
-    std::string folder = make_store_folder();
+struct QuietStore : OwnStore {
+    QuietStore() { __log_to_console = 0; }
 };
 
-struct OwnList : OwnStore {
+struct OwnList : QuietStore {
     OwnList() { require(sarn_init() == SARN_OK, "no start"); }
 };
 

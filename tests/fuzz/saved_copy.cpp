@@ -45,18 +45,18 @@ std::string content_of(const std::string &name) {
 }
 
 // Opens a new store from the copy that lies there, and leaves another in its place.
-void restore_and_save(const OwnStore &store) {
+void restore_and_save(const QuietStore &store) {
     void *handle = kora_init_ex(nullptr);
     require(handle != nullptr, "no store");
-    std::filesystem::remove(store.folder + "/saved");
+    std::filesystem::remove(store.saved);
     require(kora_save(handle) == 0 && kora_destroy(handle) == 0, "cannot be saved");
-    std::filesystem::remove(store.folder + "/store.mdb");
+    std::filesystem::remove(store.path);
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const OwnStore store;
+    static const QuietStore store;
     Input input(data, size);
     const uint8_t how = input.byte();
     std::string bytes = input.rest();
@@ -65,15 +65,15 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const bool is_whole = look_at(bytes, values) == kora::CopyState::Whole;
     if ((how & 14) != 0) return 0;  // opening takes a thousand times as long
 
-    const std::string saved = store.folder + "/saved";
-    std::ofstream(saved, std::ios::binary) << bytes;
+    std::ofstream(store.saved, std::ios::binary) << bytes;
     restore_and_save(store);
-    require(is_whole != std::filesystem::exists(saved + "~"), "set aside the wrong way round");
-    std::filesystem::remove(saved + "~");
-    const std::string first = content_of(saved);
+    require(is_whole != std::filesystem::exists(store.saved + "~"), "set aside the wrong way round");
+    std::filesystem::remove(store.saved + "~");
+    const std::string first = content_of(store.saved);
     require(look_at(first, restored) == kora::CopyState::Whole, "the store saves what it would not take");
     for (const auto &[place, value] : restored) require(values.at(place) == value, "another value is restored");
     restore_and_save(store);
-    require(look_at(content_of(saved), again) == kora::CopyState::Whole && again == restored, "the second is another");
+    require(look_at(content_of(store.saved), again) == kora::CopyState::Whole && again == restored,
+            "the second is another");
     return 0;
 }

@@ -19,14 +19,14 @@ void write_names(void *handle, int first, int count) {
 }
 
 // With branches, and with pages that are free.
-struct StoreFile : OwnStore {
+struct StoreFile : QuietStore {
     StoreFile() {
         setenv("KORA_SAVE", "", 1);
         void *handle = kora_init_ex(nullptr);
         write_names(handle, 0, 200);
         for (int round = 0; round < 8; ++round) write_names(handle, 90, 3);
         require(handle != nullptr && kora_destroy(handle) == 0, "no store");
-        fd = open((folder + "/store.mdb").c_str(), O_RDWR);
+        fd = open(path.c_str(), O_RDWR);
         void *pages = mmap(nullptr, CHANGED, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
         require(pages != MAP_FAILED, "no mapping");
         bytes = static_cast<char *>(pages);

@@ -23,8 +23,8 @@
 #include "platform/kora.h"
 #include "platform/kora_checksum.h"
 #include "tests/support/any_value.h"
+#include "tests/support/own_store.h"
 #include "tests/support/process.h"
-#include "tests/support/store_folder.h"
 
 // The library's own calls of the system go through functions of this program (support.cpp): the clocks of this
 // process are later than they are, and the n-th call that changes a file kills the process or fails.
@@ -48,17 +48,9 @@ inline std::string content_of(const std::string &name) {
 inline void write_file(const std::string &name, const std::string &content) { std::ofstream(name) << content; }
 inline long lines_of(const std::string &log) { return std::count(log.begin(), log.end(), '\n'); }
 
-class StoreTest : public testing::Test {
+class StoreTest : public testing::Test, protected OwnStore {
 protected:
-    void SetUp() override { use(folder + "/store.mdb"); }
-    void TearDown() override {
-        kora_destroy(handle);
-        std::filesystem::remove_all(folder);
-    }
-    void use(const std::string &name) {
-        setenv("KORA_STORE", (path = name).c_str(), 1);
-        setenv("KORA_SAVE", (saved = path + ".saved").c_str(), 1);
-    }
+    void TearDown() override { kora_destroy(handle); }
     void open() { ASSERT_NE(handle = kora_init_ex(nullptr), nullptr); }
     void close() { ASSERT_EQ(kora_destroy(handle), 0); }
     // As a restart of the machine does.
@@ -91,7 +83,6 @@ protected:
         return kora_set_ascii(handle, "DeviceIdList", row, field, value.c_str());
     }
 
-    std::string folder = make_store_folder(), path, saved;
     void *handle = nullptr;
 };
 

@@ -6,11 +6,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
-
-#include "tests/support/store_folder.h"
+#include "tests/support/own_store.h"
 
 struct Result {
     int exit_code;
@@ -29,12 +25,6 @@ inline Result run(const std::string &program, const std::string &arguments, cons
 
 inline bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 
-class OnStore : public testing::Test {
-protected:
-    OnStore() { setenv("KORA_STORE", (folder + "/store.mdb").c_str(), 1); }
-    ~OnStore() override { std::filesystem::remove_all(folder); }
-
-    std::string folder = make_store_folder();
-};
+class OnStore : public testing::Test, protected OwnStore {};
 
 #endif

@@ -53,7 +53,6 @@ protected:
     void TearDown() override {
         EXPECT_EQ(control->failures, 0);
         EXPECT_GE(check("at the end"), LASTING);
-        TrialTest::TearDown();
     }
 };
 

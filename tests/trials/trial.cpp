@@ -3,10 +3,6 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <memory>
 #include <new>
 #include <random>
@@ -15,7 +11,6 @@
 #include "core/schema.h"
 #include "platform/kora.h"
 #include "tests/support/any_value.h"
-#include "tests/support/store_folder.h"
 
 namespace trial {
 
@@ -206,16 +201,11 @@ int look_at_rows() {
 
 }  // namespace
 
-void TrialTest::SetUp() {
+TrialTest::TrialTest() {
     control = new (control) Control;
-    folder = make_store_folder();
-    path = folder + "/store.mdb";
-    setenv("KORA_STORE", path.c_str(), 1);
     setenv("KORA_SAVE", "", 1);
     __log_to_console = 0;
 }
-
-void TrialTest::TearDown() { std::filesystem::remove_all(folder); }
 
 void TrialTest::prepare(int count, const char *state) {
     const std::string copy = folder + "/" + std::to_string(count) + state;

@@ -7,12 +7,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
 #include "include/sarn.h"
 #include "tests/support/device.h"
+#include "tests/support/own_store.h"
 #include "tests/support/process.h"
 
 // The sanitizers have allocators of their own.
@@ -65,17 +65,14 @@ const Call &call(std::string_view name);
 bool start_library();
 
 // Each test has a store of its own, on a tmpfs. The test's own process never opens it: its children do.
-class TrialTest : public testing::Test {
+class TrialTest : public testing::Test, protected OwnStore {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    TrialTest();
     // A store with devices 0 to count - 1.
     void prepare(int count, const char *state = "UP");
     // Fails the test, with `when`, unless each MAC has one row, each row one device's texts alone and a report whole,
     // and each free row its reset values; looked at past the library. Returns the number of devices.
     int check(const std::string &when);
-
-    std::string folder, path;
 };
 
 }  // namespace trial
