@@ -3,6 +3,7 @@
 #include <set>
 
 #include "core/group.h"
+#include "support/library_test.h"
 #include "support/operations.h"
 
 class Faults : public LibraryTest {

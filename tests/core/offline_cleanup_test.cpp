@@ -1,6 +1,7 @@
 #include "core/offline_cleanup.h"
 
 #include "core/row_bitmap.h"
+#include "support/library_test.h"
 #include "support/operations.h"
 
 class OfflineCleanup : public LibraryTest {

@@ -1,5 +1,7 @@
 #include "support/operations.h"
 
+#include "support/library_test.h"
+
 class Operations : public LibraryTest {};
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
@@ -10,7 +12,7 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
         const char *name;
         std::string without_row, thread;
     } words[OPERATION_COUNT] = {
-        {"report", "", "Preprocessor "},
+        {"signature", "", "Preprocessor "},
         {"connection",
          "ILLEGAL MAC address passed(02:00:00:00:00:FF) in connected device info .Operation not permitted",
          "Deviceinformation "},
@@ -22,9 +24,9 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
         {"type", row, "Postprocessor Device type "},
         {"model", row, "Postprocessor Device name "},
         {"brand", row, "Postprocessor Device name "},
-        {"query", "", "get_info_process "},
-        {"removal", "", "deletion_device_entry_"},
-        {"pause", "", ""}};
+        {"read", "", "get_info_process "},
+        {"remove", "", "deletion_device_entry_"},
+        {"block", "", ""}};
     for (size_t i = 0; i < OPERATION_COUNT; ++i) {
         const Operation &operation = OPERATIONS[i];
         SCOPED_TRACE(operation.name);

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "core/row_bitmap.h"
+#include "support/library_test.h"
 #include "support/operations.h"
 
 // Both runs see the same times, however long they take and however often they ask.

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "core/row_bitmap.h"
+#include "support/library_test.h"
 #include "support/operations.h"
 
 class Groups : public LibraryTest {
@@ -145,7 +146,7 @@ TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
     EXPECT_EQ(count([&] { return sarn_device_state_info(words, 8, SARN_ROWS_UP); }, 4), "begin r 1 get 6 ");
     EXPECT_EQ(count([&] { return sarn_device_state_info(words, 8, SARN_ROWS_IN_USE); }, 6), "begin r 1 ");
     EXPECT_EQ(count(get_total_sarn_entries_used, 6), "");
-    EXPECT_EQ(count([] { return set_ssid("02:00:00:00:00:01", 0); }, SARN_OK), "begin w 1 set 1 ");
+    EXPECT_EQ(count([] { return set_field<SARN_FIELD_UUID>("02:00:00:00:00:01", 0); }, SARN_OK), "begin w 1 set 1 ");
     EXPECT_EQ(count([] { return sarn_remove_macaddress_entry("02:00:00:00:00:02"); }, SARN_OK),
               "begin w 1 get 2 set 41 ");
     EXPECT_EQ(count(get_total_sarn_entries_used, 5), "");

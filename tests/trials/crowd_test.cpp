@@ -20,7 +20,7 @@ constexpr int SHARED = 40;
 
 void make_any_call(std::mt19937 &random) {
     const Call &any = CALLS[random() % CALLS.size()];
-    const bool is_ending = any.is("remove") || any.is("offline");
+    const bool is_ending = any.is("remove") || any.is("offline") || any.is("state");
     const auto device = static_cast<int>(is_ending ? LASTING + random() % (SHARED - LASTING) : random() % SHARED);
     const int result = any.make(device);
     if (!(device < LASTING ? any.allows_alone(result) : any.allows(result))) {

@@ -22,13 +22,13 @@ struct Case {
 };
 
 std::vector<Case> all_cases() {
-    const auto start = [](int) {
+    const auto start = [](Mac, int) {
         const int result = sarn_init();
         return result == SARN_ERR_ALREADY_INITIALISED ? int{SARN_OK} : result;
     };
     std::vector<Case> cases = {
-        {"start", {"start", start}, 1, 3, "UP", 3},
-        {"start with doubles", {"start", start}, 2, 3, "UP", 3, false, true},
+        {"start", {{"start", start}}, 1, 3, "UP", 3},
+        {"start with doubles", {{"start", start}}, 2, 3, "UP", 3, false, true},
         {"creation", call("signature"), 7, 3, "UP", 4},
         {"clean-up", call("signature"), 200, 179, "DOWN", 170, true},
     };

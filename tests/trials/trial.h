@@ -10,8 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "include/sarn.h"
-#include "tests/support/device.h"
+#include "tests/support/operations.h"
 #include "tests/support/own_store.h"
 #include "tests/support/process.h"
 
@@ -45,18 +44,15 @@ void disarm();
 int scale();
 uint32_t seed();  // printed, and SARN_SEED repeats it
 
-// A call about one device. Reports and names carry its MAC in every text, so that a row that mixes two devices shows.
-struct Call {
-    const char *name;
-    int (*make)(int device);
-    std::vector<int> others = {};  // besides 0, while other processes write
-
+// A call about one device, which its MAC names.
+struct Call : Operation {
     bool is(std::string_view text) const { return text == name; }
-    bool allows(int result) const;
-    // The same while nobody else does, of a device that has its row; also when the call is made again.
+    int make(int device) const { return call(mac_of(device).c_str(), 0); }
+    bool allows(int result) const { return result == SARN_OK || result == without_row || result == beside_others; }
+    // The same while nobody else writes, of a device that has its row; also when the call is made again.
     bool allows_alone(int result) const {
         return result == SARN_OK || (is("remove") && result == SARN_ERR_NO_ROW) ||
-               (is("block") && result == SARN_ERR_NOTHING_CHANGED) || (is("refresh") && allows(result));
+               ((is("block") || is("refresh")) && allows(result));
     }
 };
 extern const std::vector<Call> CALLS;
