@@ -44,13 +44,15 @@ void use_store() {
     void *handle = kora_init_ex(nullptr);
     require(handle != nullptr, "the store cannot be opened");
     char text[KORA_TEXT_MAX + 1];
-    for (int row = 0; row < 256; ++row)
-        (void)kora_get_string(handle, "DeviceIdList", row, "DisplayNameCustom", text, sizeof text);
+    const auto require_names = [&](int first, int count, const char *what) {
+        for (int row = first; row < first + count; ++row) {
+            const int32_t result = kora_get_string(handle, "DeviceIdList", row, "DisplayNameCustom", text, sizeof text);
+            require(result == 0 && text == name_of(row), what);
+        }
+    };
+    require_names(0, 200, "another value than was written before");
     write_names(handle, 60, 5);
-    for (int row = 60; row < 65; ++row) {
-        const int32_t result = kora_get_string(handle, "DeviceIdList", row, "DisplayNameCustom", text, sizeof text);
-        require(result == 0 && text == name_of(row), "not what was written");
-    }
+    require_names(60, 5, "not what was written");
     require(kora_destroy(handle) == 0, "cannot be closed");
 }
 

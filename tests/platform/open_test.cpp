@@ -5,8 +5,6 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
-#include <random>
-
 #include "platform/kora_fence.h"
 #include "tests/platform/support.h"
 
@@ -186,31 +184,6 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
         EXPECT_TRUE(content_of(path + (is_set_aside ? "~" : "")) == spoiled);
         kora_destroy(handle);
     }
-}
-
-TEST_F(Open, LettersAnywhereInTheFileAreFoundOrHarmless) {
-    const auto value_of = [](int32_t row) { return "row " + std::to_string(row); };
-    open();
-    ASSERT_EQ(kora_begin(handle, KORA_WRITING), 0);
-    for (int32_t row = 0; row < sarn::ROW_COUNT; ++row) ASSERT_EQ(set(value_of(row), "DeviceUUID", row), 0);
-    ASSERT_EQ(kora_end(handle, 1), 0);  // which saves
-    close();
-    const std::string whole = content_of(path);
-    const size_t in_use = whole.find_last_not_of('\0') + 1;
-    std::mt19937 random(7);
-    int found = 0;
-    for (int i = 0; i < 150; ++i) {
-        const size_t at = random() % in_use, length = i % 2 == 0 ? 1 : 1 + random() % 200;
-        std::string spoiled = whole;
-        for (size_t n = at; n < at + length; ++n) spoiled[n] = static_cast<char>('a' + random() % 26);
-        write_file(path, spoiled);
-        found += !log_of([&] { handle = kora_init_ex(nullptr); }).empty();
-        EXPECT_TRUE(handle != nullptr || spoiled.find("KORAlive") == std::string::npos) << "refused for " << at;
-        for (int32_t row = 0; handle != nullptr && row < sarn::ROW_COUNT; ++row)
-            ASSERT_EQ(text("DeviceUUID", row), value_of(row)) << length << " letters at " << at;
-        kora_destroy(handle);
-    }
-    EXPECT_GT(found, 20);
 }
 
 TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
