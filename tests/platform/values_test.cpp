@@ -179,23 +179,6 @@ protected:
     }
 };
 
-TEST_F(Shared, AllWhoComeFirstTogetherSucceed) {
-    for (int round = 0; round < 10; ++round) {
-        use(folder + "/own/store.mdb");
-        std::vector<pid_t> children;
-        for (int32_t row = 0; row < 16; ++row)
-            children.push_back(start_process([&] {
-                open();
-                return set("came", "DeviceOS", row) + kora_destroy(handle);
-            }));
-        for (const pid_t child : children) EXPECT_EQ(end_of(child), 0);
-        open();
-        for (int32_t row = 0; row < 16; ++row) EXPECT_EQ(text("DeviceOS", row), "came");
-        close();
-        std::filesystem::remove_all(folder + "/own");
-    }
-}
-
 #ifdef __SANITIZE_THREAD__
 constexpr int LEFT = 1;  // through which LMDB writes where it has no map to write in
 #else
