@@ -2,14 +2,8 @@
 #ifndef SARN_TESTS_FUZZ_H
 #define SARN_TESTS_FUZZ_H
 
-#include <stdint.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <vector>
 
 #include "include/sarn.h"

@@ -1,6 +1,5 @@
 // A saved copy of any bytes: what is wrong is set aside and the store opens without it; what is whole is restored, and
 // saved and restored once more it is the same.
-#include <fstream>
 #include <map>
 
 #include "fuzz.h"
@@ -39,11 +38,6 @@ kora::CopyState look_at(const std::string &bytes, Values &values) {
     return state;
 }
 
-std::string content_of(const std::string &name) {
-    std::ifstream in(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 // Opens a new store from the copy that lies there, and leaves another in its place.
 void restore_and_save(const QuietStore &store) {
     void *handle = kora_init_ex(nullptr);
@@ -65,7 +59,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const bool is_whole = look_at(bytes, values) == kora::CopyState::Whole;
     if ((how & 14) != 0) return 0;  // opening takes a thousand times as long
 
-    std::ofstream(store.saved, std::ios::binary) << bytes;
+    write_file(store.saved, bytes);
     restore_and_save(store);
     require(is_whole != std::filesystem::exists(store.saved + "~"), "set aside the wrong way round");
     std::filesystem::remove(store.saved + "~");

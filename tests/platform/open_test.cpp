@@ -3,7 +3,6 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 
 #include "platform/kora_fence.h"
 #include "tests/platform/support.h"

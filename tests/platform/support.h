@@ -6,15 +6,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <latch>
-#include <sstream>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -40,12 +34,6 @@ inline char meanwhile_at = '\0';      // what happens just before the next call 
 inline std::function<void()> meanwhile;
 }  // namespace faults
 
-inline std::string content_of(const std::string &name) {
-    std::ostringstream all;
-    all << std::ifstream(name).rdbuf();
-    return all.str();
-}
-inline void write_file(const std::string &name, const std::string &content) { std::ofstream(name) << content; }
 inline long lines_of(const std::string &log) { return std::count(log.begin(), log.end(), '\n'); }
 
 class StoreTest : public testing::Test, protected OwnStore {

@@ -3,8 +3,6 @@
 #include <sarn.h>
 
 #include <algorithm>
-#include <cstddef>
-#include <cstring>
 #include <tuple>
 
 #include "client_text.h"

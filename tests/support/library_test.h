@@ -4,11 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "core/state.h"
 #include "include/sarn.h"
 #include "support/device.h"

@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 // In memory, in a new folder that is gone with this. SARN_TEST_FOLDER names a place for all of a run, for who removes
@@ -22,5 +24,12 @@ struct OwnStore {
     }
     std::string folder, path, saved;
 };
+
+inline std::string content_of(const std::string &name) {
+    std::ostringstream all;
+    all << std::ifstream(name).rdbuf();
+    return all.str();
+}
+inline void write_file(const std::string &name, const std::string &content) { std::ofstream(name) << content; }
 
 #endif

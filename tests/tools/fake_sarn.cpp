@@ -2,8 +2,6 @@
 // (a number is a row in use and what reading it gives). Every row that can be read holds the same device, whose every
 // text tries something. A call that writes keeps nothing, whatever it answers; but a name from its "keeps"-th write on.
 #include <cstdlib>
-#include <cstring>
-#include <string>
 
 #include "kora.h"
 #include "sarn.h"

@@ -1,7 +1,6 @@
 // What the tool makes of texts and records, by itself.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <sstream>
 #include <tuple>
 

@@ -1,9 +1,7 @@
 // Runs the tool as a person does, on a library that answers as told (fake_sarn.cpp) and on the real one.
-#include <unistd.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "run_program.h"
 

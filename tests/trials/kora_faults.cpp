@@ -1,8 +1,5 @@
 // The store functions of this program: each meets the armed fault or forwards to the platform's.
 #include <dlfcn.h>
-#include <errno.h>
-#include <signal.h>
-#include <stdlib.h>
 
 #include "platform/kora.h"
 #include "tests/trials/trial.h"
