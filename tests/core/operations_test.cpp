@@ -1,8 +1,23 @@
 #include "support/operations.h"
 
+#include "core/group.h"
 #include "support/library_test.h"
 
 class Operations : public LibraryTest {};
+
+// Other processes, and the hosts' own tests, know this order. Where it is to change, so is the number.
+TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
+    std::string asked;
+    start_with_device();
+    fake::on_operation([&](const std::string &operation) {
+        const size_t field = operation.find(' ', operation.find(' ', operation.find(' ') + 1) + 1);
+        asked += operation.substr(0, operation.find(' ', field + 1)) + "\n";
+    });
+    for (const Operation &operation : OPERATIONS) (void)operation.call(DEVICE, 0);
+    uint32_t checksum = 2166136261;  // FNV-1a
+    for (const char byte : asked) checksum = (checksum ^ static_cast<uint8_t>(byte)) * 16777619;
+    EXPECT_EQ(checksum, sarn::has_groups() ? 2156708518 : 1337563708) << asked;
+}
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
     const std::string row = "Illegeal Mac address:02:00:00:00:00:FF ",
