@@ -34,7 +34,9 @@ inline int report_texts(Mac mac, int id, const char *state) {
 }
 inline int report_connection(Mac mac, int id) {
     using R = connected_device_record;
-    const R record = record_of(mac, &R::mac, &R::ssid);
+    R record = record_of(mac, &R::mac, &R::ssid);
+    for (auto *figure : {&record.link_rate, &record.download_bw, &record.upload_bw, &record.signal_strength})
+        set_text(*figure, "x");
     return update_connected_device_info(&record, id);
 }
 inline int report_detail(Mac mac, int id) {

@@ -22,6 +22,8 @@
 namespace trial {
 
 enum class Fault { None, Kill, Stop, FailOnce, FailEver, NoMemoryOnce, NoMemoryEver };
+inline constexpr const char *FAULTS[] = {"none",       "killed",         "stopped",       "fails once",
+                                         "fails ever", "no memory once", "no memory ever"};
 
 // Shared by all processes of a trial.
 struct Control {
