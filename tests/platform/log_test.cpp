@@ -47,6 +47,18 @@ TEST(Log, WithoutAReaderIsLost) {
     EXPECT_EQ(run_process(log_to_nobody), 0);
 }
 
+TEST(Log, ALineIsOneWriteSoThatProcessesDoNotMixTheirs) {
+    const auto read_one_write = [] {
+        int ends[2];
+        char got[100];
+        if (pipe2(ends, O_DIRECT) != 0 || dup2(ends[1], STDERR_FILENO) < 0) return 1;
+        log_printf(4, nullptr, 1, "whole");
+        const ssize_t size = read(ends[0], got, sizeof got);
+        return size > 0 && std::string_view(got, static_cast<size_t>(size)).ends_with("whole\n") ? 0 : 2;
+    };
+    EXPECT_EQ(run_process(read_one_write), 0);
+}
+
 TEST(Log, ControlsAreObeyedAndAnUnusableFileHarmsNothing) {
     std::string folder = testing::TempDir() + "kora-log-XXXXXX", file = mkdtemp(folder.data()) + std::string("/log");
     __log_level = 2;

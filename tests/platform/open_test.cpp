@@ -156,6 +156,8 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
         {"long name", "name too long", [&] { use(folder + "/" + std::string(250, 'n')); }},
         {"letters of the right size", foreign, [&] { write_file(path, std::string(STORE_SIZE, 'x')); }},
         {"a byte too long", "cut short", [&] { ASSERT_EQ(truncate(path.c_str(), STORE_SIZE + 1), 0); }},
+        {"a page of it", "cut short", [&] { ASSERT_EQ(truncate(path.c_str(), 4096), 0); }},
+        {"a page too short", "cut short", [&] { ASSERT_EQ(truncate(path.c_str(), STORE_SIZE - 4096), 0); }},
         {"link", "a link", [&] { ASSERT_EQ(unlink(path.c_str()) + symlink(saved.c_str(), path.c_str()), 0); }},
         {"foreign format", foreign, change_format({0}, true)},
         {"other version", "of another version", change_format({8}, true)},

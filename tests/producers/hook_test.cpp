@@ -99,6 +99,10 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
         EXPECT_EQ(run(SARN_DHCP, arguments, environment).out, "") << arguments;
         EXPECT_EQ(device(row), shown) << environment << " " << arguments;
     }
+    uint32_t producer = 0;
+    void *store = kora_init_ex(nullptr);
+    ASSERT_EQ(kora_get_uint(store, "Sarnsignature", 0, "Producerid", &producer) + kora_destroy(store), 0);
+    EXPECT_EQ(producer, 20U);
 }
 
 TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
