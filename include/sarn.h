@@ -429,8 +429,8 @@ typedef struct {
  * The user's name, type, model or brand for a device. Gate; worker. `length` is the caller's count of the text and is
  * only held against the limit: 64 for a name, 32 for the others; a text ends at its NUL or at the limit, whatever
  * `length` says; up to there its bytes must be readable. An empty text clears the field. A name also composes the
- * composed name anew. At most 18 bytes of `mac` are looked at. A change is announced, but for producer 10 and negative
- * ids, and for a type that the table of types knows.
+ * composed name anew: up to 65 characters are stored, a record shows 63. At most 18 bytes of `mac` are looked at. A
+ * change is announced, but for producer 10 and negative ids, and for a type that the table of types knows.
  *   0
  *   SARN_ERR_REBUILD, SARN_ERR_THREAD
  *   SARN_ERR_TEXT             text or mac null, or length negative or over the limit
