@@ -23,7 +23,7 @@ void expect(const std::vector<Row> &rows) {
         const auto [exit_code, out] = run(SARN_TOOL_ON_FAKE, row.arguments, "SARN_FAKE='" + row.script + "'");
         EXPECT_EQ(exit_code, row.exit_code);
         EXPECT_TRUE(row.words[0] == '\0' ? out.empty() : has(out, row.words)) << out;
-        const auto is_raw = [](char c) { return (c >= '\0' && c < ' ' && c != '\n') || c == '\x7f' || c == '\xff'; };
+        const auto is_raw = [](uint8_t c) { return (c < ' ' && c != '\n') || c == 0x7f || c == 0xff; };
         EXPECT_TRUE(std::ranges::none_of(out, is_raw) && !has(out, "\xc2\x9b")) << out;
     }
 }
