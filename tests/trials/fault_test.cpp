@@ -175,16 +175,19 @@ protected:
 };
 
 TEST_F(Stop, AnotherWritesInBetweenAndNothingIsMixed) {
+    const std::set<std::string_view> one_of_a_kind = {"signature", "connection", "detail", "field",
+                                                      "name",      "block",      "remove", "read"};
     int pairs = 0;
-    for (const char *a : {"signature", "connection", "detail", "field", "name", "block", "remove", "read"}) {
-        for (const char *b : {"signature", "connection", "detail", "field", "name", "block", "remove"}) {
-            const bool removes = call(a).is("remove") || call(b).is("remove");
-            const bool creates = call(a).is("signature") && call(b).is("signature");
+    for (const Call &a : CALLS) {
+        for (const Call &b : CALLS) {
+            if (scale() == 1 && !(one_of_a_kind.contains(a.name) && one_of_a_kind.contains(b.name))) continue;
+            const bool removes = a.is("remove") || b.is("remove");
+            const bool creates = a.is("signature") && b.is("signature");
             // All positions have their turn, with one pair or another.
             for (int position = 1 + (scale() > 1 ? 0 : pairs % 6);; position = next_position(position, 6), ++pairs) {
                 prepare(creates ? 1 : 2, removes ? "DOWN" : "UP");
-                if (run_pair(call(a), call(b), 1, 1, position) < 0) break;
-                check(std::string(a) + " stopped at " + std::to_string(position) + ", " + b);
+                if (run_pair(a, b, 1, 1, position) < 0) break;
+                check(std::string(a.name) + " stopped at " + std::to_string(position) + ", " + b.name);
             }
         }
     }
