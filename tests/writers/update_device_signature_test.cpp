@@ -1,8 +1,8 @@
 #include "support/library_test.h"
 
-class Reports : public LibraryTest {};
+class UpdateDeviceSignature : public LibraryTest {};
 
-TEST_F(Reports, OfASignatureStoreWhatSaysSomethingAndRefuseWhatIsNotSound) {
+TEST_F(UpdateDeviceSignature, StoresWhatSaysSomethingAndRefusesWhatIsNotSound) {
     signature_record record = signature_of("02:00:00:00:00:0b", "DOWN");
     const auto send = [&] { return update_device_signature(&record, 20); };
     set_text(record.hua, "agent");
@@ -34,18 +34,4 @@ TEST_F(Reports, OfASignatureStoreWhatSaysSomethingAndRefuseWhatIsNotSound) {
     start();
     EXPECT_EQ(report("02:00:00:00:00:0b", "UP", SARN_PRODUCER_LOOKUP_ONLY), SARN_ERR_NO_ROW);
     EXPECT_EQ(fake::take_log().back(), "4 SARN: Signature update failed status -8\n");
-}
-
-TEST_F(Reports, OfAConnectionWriteAllTextsInOrderAndEmptyOnesToo) {
-    connected_device_record record = {};
-    set_text(record.mac, ASKED);
-    set_text(record.ap_mac, "02:aa:00:00:00:01");
-    set_text(record.link_rate, "866");
-    const auto send = [&] { return update_connected_device_info(&record, 10); };
-    const std::string texts =
-        "ConnectDeviceinfo 3: ConnSSID= DeviceLinkRate=866 DownloadBW= UploadBW= DeviceSignalStrength=";
-    expect({}, send, SARN_OK, texts + " ConnAPMac=02:AA:00:00:00:01");
-    set_text(record.ap_mac, "none");
-    expect({}, send, SARN_OK, texts);
-    EXPECT_EQ(update_connected_device_info(nullptr, 0), SARN_ERR_NULL_RECORD);
 }
