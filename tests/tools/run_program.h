@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+
 #include "tests/support/own_store.h"
 
 struct Result {

@@ -142,6 +142,7 @@ std::string fault_of_row(void *handle, int32_t row, const std::string &mac) {
         if (is_reported(table, sarn::spec_of(field).name, sarn::spec_of(field).type))
             reported.insert({table, value != blank});
     }
+    // Each table is reported or is not, whole.
     return reported.size() == DEVICE_TABLES ? "" : "half a report";
 }
 
