@@ -1,9 +1,39 @@
 #include "support/operations.h"
 
 #include "core/group.h"
+#include "support/checksum.h"
 #include "support/library_test.h"
 
-class Operations : public LibraryTest {};
+class Operations : public LibraryTest {
+protected:
+    // Each of these texts of an otherwise sound record in turn.
+    template <class Record, class... Texts>
+    void expect_unterminated_refused(int32_t (*report)(const Record *, int32_t), Texts Record::*...texts) {
+        int number = 0;
+        const auto refuse = [&](auto text) {
+            Record record = {};
+            set_text(record.mac, ASKED);
+            if constexpr (std::is_same_v<Record, signature_record>) set_text(record.ip, "192.168.1.7");
+            std::memset(record.*text, 'x', sizeof(record.*text));
+            EXPECT_EQ(report(&record, 0), SARN_ERR_UNTERMINATED) << "text " << number++;
+        };
+        start_with_device();
+        (refuse(texts), ...);
+        EXPECT_EQ(take_row_writes(), "");
+        TearDown();
+    }
+};
+
+TEST_F(Operations, RefuseATextWithoutItsEnd) {
+    using S = signature_record;
+    using C = connected_device_record;
+    using D = device_detail_record;
+    expect_unterminated_refused(update_device_signature, &S::hua, &S::dhcp_hostname, &S::dhcp_vendor, &S::dhcp_options,
+                                &S::connection_interface, &S::category, &S::state);
+    expect_unterminated_refused(update_connected_device_info, &C::ssid, &C::link_rate, &C::download_bw, &C::upload_bw,
+                                &C::signal_strength);
+    expect_unterminated_refused(update_device_detail, &D::mac_vendor, &D::model, &D::os, &D::brand, &D::type);
+}
 
 // Other processes, and the hosts' own tests, know this order. Where it is to change, so is the number.
 TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
@@ -14,9 +44,7 @@ TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
         asked += operation.substr(0, operation.find(' ', field + 1)) + "\n";
     });
     for (const Operation &operation : OPERATIONS) (void)operation.call(DEVICE, 0);
-    uint32_t checksum = 2166136261;  // FNV-1a
-    for (const char byte : asked) checksum = (checksum ^ static_cast<uint8_t>(byte)) * 16777619;
-    EXPECT_EQ(checksum, sarn::has_groups() ? 2156708518 : 1337563708) << asked;
+    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 2156708518 : 1337563708) << asked;
 }
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
