@@ -14,9 +14,10 @@ void write_reset_values(int32_t row, int32_t first, int32_t end) SARN_REQUIRES(s
     for (int32_t field = first; field < end; ++field) (void)write_reset_value(static_cast<Field>(field), row);
 }
 
-// Without the row a rebuild would find all else as it is: an offline one may have kept others out of the candidates.
+// Without the row the next gate's rebuild would find all else as it is: an offline one may have kept others out of the
+// candidates. A host that holds builds up gets no rebuild that could be left out.
 bool is_all_else_current(int32_t row) SARN_REQUIRES(state_lock) {
-    return has_groups() && !has_row(offline_bitmap, row) && is_build_current();
+    return has_groups() && !has_row(offline_bitmap, row) && !is_build_running() && is_build_current();
 }
 
 }  // namespace
