@@ -108,7 +108,7 @@ FoldedType fold_device_type(const char *text) {
 }
 
 void set_default_device_type(int32_t row) {
-    char type[33];
+    char type[spec_of(Field::DeviceIdList_DeviceTypeQuorvex).width];
     read_text_or_empty(Field::DeviceIdList_DeviceTypeQuorvex, row, type);
     if (type[0] == '\0') (void)write_text(Field::DeviceIdList_DeviceTypeQuorvex, row, DEFAULT_TYPE.display);
 }

@@ -18,10 +18,15 @@ namespace sarn {
 
 namespace {
 
-// Brand and model of 32 characters each and the dash between them.
+constexpr size_t BRAND_SIZE = spec_of(Field::DeviceIdList_DeviceBrand).width;
+constexpr size_t MODEL_SIZE = spec_of(Field::DeviceIdList_DeviceModel).width;
+constexpr size_t VENDOR_SIZE = spec_of(Field::DeviceIdList_DeviceMacVendor).width;
+
+// Brand and model and the dash between them.
 struct ComposedName {
-    char text[66];
+    char text[BRAND_SIZE + MODEL_SIZE];
 };
+static_assert(sizeof(ComposedName) >= VENDOR_SIZE);
 
 int32_t store_name(display_request &request);
 int32_t refuse();
@@ -53,9 +58,9 @@ int32_t refuse() {
 }
 
 ComposedName compose_name(int32_t row, const char *mac) {
-    char brand[33];
-    char model[33];
-    char vendor[65];
+    char brand[BRAND_SIZE];
+    char model[MODEL_SIZE];
+    char vendor[VENDOR_SIZE];
     read_text_or_empty(Field::DeviceIdList_DeviceBrand, row, brand);
     read_text_or_empty(Field::DeviceIdList_DeviceModel, row, model);
     read_text_or_empty(Field::DeviceIdList_DeviceMacVendor, row, vendor);

@@ -27,7 +27,8 @@ constexpr Key key_of(KeyBytes bytes) { return static_cast<Key>(bytes.high << 8 |
 inline constexpr uint32_t FIELD_BITS = 6, ROW_BITS = 8;
 inline constexpr Key BY_FIELD = 1U << (FIELD_BITS + ROW_BITS);  // first of what lies field by field
 inline constexpr Key OWN = 0xff00;                              // first of what the layer keeps for itself
-static_assert(sarn::FIELD_COUNT < 1 << FIELD_BITS && sarn::ROW_COUNT <= 1 << ROW_BITS && 2 * BY_FIELD <= OWN);
+static_assert(sarn::FIELD_COUNT < 1 << FIELD_BITS && sarn::ROW_COUNT <= 1 << ROW_BITS && 2 * BY_FIELD <= OWN,
+              "more fields or rows than a key has room for");
 
 inline constexpr Key FORMAT_KEY = OWN;
 inline constexpr Key CHANGES_KEY = OWN + 1;  // the change number, 8 bytes

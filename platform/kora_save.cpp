@@ -21,7 +21,7 @@ namespace kora {
 namespace {
 
 constexpr uint64_t NS_PER_SECOND = 1'000'000'000;
-constexpr uint64_t PAUSE = 60 * NS_PER_SECOND;
+constexpr uint64_t BETWEEN_SAVES = 60 * NS_PER_SECOND;
 
 StorePath saved_path;  // set while no handle is open
 constexpr uint64_t NEVER = UINT64_MAX;
@@ -128,7 +128,7 @@ SaveEnd save_store(const void *handle, bool is_waiting) {
 SaveEnd save_now(const void *handle, bool is_waiting) {
     clear_save_pending();  // before the snapshot: what is decided from now on may not be in it
     SaveEnd end = save_store(handle, is_waiting);
-    if (end.result != DONE) set_save_pending(save_clock() + PAUSE);
+    if (end.result != DONE) set_save_pending(save_clock() + BETWEEN_SAVES);
     if (!note_if_new(end.why)) end.why.text[0] = '\0';
     return end;
 }
@@ -195,11 +195,11 @@ uint64_t save_clock() {
 }
 
 // A time yet to come is damage, and must not keep all saves off.
-uint64_t next_save(uint64_t last, uint64_t now) { return last > now ? now : last + PAUSE; }
+uint64_t next_save(uint64_t last, uint64_t now) { return last > now ? now : last + BETWEEN_SAVES; }
 
 void save_by_itself(const void *handle) {
     if (!make_usable() || pthread_mutex_trylock(&saving) != 0) {
-        set_save_pending(save_clock() + PAUSE);
+        set_save_pending(save_clock() + BETWEEN_SAVES);
         return;
     }
     const SaveEnd end = save_now(handle, false);

@@ -34,15 +34,24 @@ constexpr size_t size_of_all_fields() {
 }
 static_assert(size_of_all_fields() == sizeof(device_info), "a member is missing, or the record has a gap");
 
+constexpr bool does_fit(const RecordMember &member) {
+    switch (spec_of(member.field).type) {
+        case Type::Ascii:
+        case Type::String:
+        case Type::Enum: return member.size <= spec_of(member.field).width;
+        case Type::Ipv4: return member.size == IPV4_TEXT_SIZE;
+        case Type::Int: return member.size == sizeof(uint32_t);
+        default: return false;  // nothing here reads it
+    }
+}
+
 constexpr bool do_members_fit() {
     for (const RecordMember &member : RECORD_MEMBERS) {
-        const FieldSpec &spec = spec_of(member.field);
-        const bool is_spelled_out = spec.type == Type::Ipv4;  // a text in the record, bytes in the store
-        if (!is_spelled_out && member.size > spec.width) return false;
+        if (!does_fit(member)) return false;
     }
     return true;
 }
-static_assert(do_members_fit(), "a member is wider than the widest buffer that its field is read into");
+static_assert(do_members_fit(), "a member is not as wide as what is read into it, or its type is not read");
 
 // What a reader finds where a read failed, and after the NUL of a text that the store holds as one.
 constexpr int FILLER = '0';

@@ -50,7 +50,7 @@ constexpr SettableField SETTABLE_FIELDS[] = {
     {"dhcp-options", &field_named("DeviceDHCPOptions"), "not empty", SARN_FIELD_DHCP_OPTIONS, Form::TextNotEmpty},
     {"user-agent", &field_named("DeviceHua"), "not empty", SARN_FIELD_HUA, Form::TextNotEmpty},
 };
-static_assert(std::size(SETTABLE_FIELDS) == SARN_FIELD_UUID);
+static_assert(std::size(SETTABLE_FIELDS) == SARN_FIELD_UUID, "each field code has its word");
 
 struct SetOptions {
     std::string mac;

@@ -1,5 +1,5 @@
 // The subcommands. A new one is a file cmd_NAME.cpp with its setup function; the function's name here; a row in
-// sarn.cpp; and a paragraph of man/sarn.1.scd.
+// sarn.cpp; a paragraph of man/sarn.1.scd; and what its arguments may be in packaging/completion/sarn.
 #ifndef SARN_TOOLS_COMMANDS_H
 #define SARN_TOOLS_COMMANDS_H
 

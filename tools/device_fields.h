@@ -31,7 +31,8 @@ struct FieldSpec {
 template <class Member>
 constexpr FieldSpec field_spec(const char *name, size_t offset, Group group, uint8_t place, const char *label) {
     constexpr bool IS_NUMBER = std::is_same_v<Member, uint32_t>;
-    static_assert(IS_NUMBER || std::is_same_v<std::remove_extent_t<Member>, char>);
+    static_assert(IS_NUMBER || std::is_same_v<std::remove_extent_t<Member>, char>,
+                  "nothing here prints a member of this type");
     return {name, label, offset, sizeof(Member), IS_NUMBER ? Kind::Number : Kind::Text, group, place};
 }
 
@@ -85,7 +86,7 @@ constexpr bool fields_cover_the_record() {
     }
     return end == sizeof(device_info);
 }
-static_assert(fields_cover_the_record());
+static_assert(fields_cover_the_record(), "a member is missing, or stands in another order than in the record");
 
 }  // namespace tool
 

@@ -69,7 +69,7 @@ constexpr FieldCode FIELD_CODES[] = {
 };
 constexpr int32_t FIRST_CODE = SARN_FIELD_HUA;
 constexpr int32_t LAST_CODE = SARN_FIELD_UUID;
-static_assert(sizeof FIELD_CODES / sizeof FIELD_CODES[0] == LAST_CODE - FIRST_CODE + 1);
+static_assert(sizeof FIELD_CODES / sizeof FIELD_CODES[0] == LAST_CODE - FIRST_CODE + 1, "each code has its row");
 
 constexpr bool is_field_code(int32_t code) { return code >= FIRST_CODE && code <= LAST_CODE; }
 constexpr bool is_value_length(int32_t length) { return length > 0 && length <= SARN_VALUE_MAX; }

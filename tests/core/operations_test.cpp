@@ -44,7 +44,8 @@ TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
         asked += operation.substr(0, operation.find(' ', field + 1)) + "\n";
     });
     for (const Operation &operation : OPERATIONS) (void)operation.call(DEVICE, 0);
-    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 2156708518 : 1337563708) << asked;
+    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 2156708518 : 1337563708)
+        << checksum_of(asked) << IF_MEANT << asked;
 }
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
@@ -54,19 +55,20 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
     const struct {
         const char *name;
         std::string without_row, thread;
+        const int32_t *cell = &sig_thread_exit_status;
     } words[OPERATION_COUNT] = {
         {"signature", "", "Preprocessor "},
         {"connection",
          "ILLEGAL MAC address passed(02:00:00:00:00:FF) in connected device info .Operation not permitted",
          "Deviceinformation "},
         {"detail", "ILLEGAL MAC address passed(02:00:00:00:00:FF) in device detail information",
-         "Preprocessor Device detail "},
+         "Preprocessor Device detail ", &dd_thread_exit_status},
         {"field", count, "signature_single_field "},
         {"state", count, "signature_single_field "},
-        {"name", "Illegeal Mac address ", "processor Device name "},
-        {"type", row, "Postprocessor Device type "},
-        {"model", row, "Postprocessor Device name "},
-        {"brand", row, "Postprocessor Device name "},
+        {"name", "Illegeal Mac address ", "processor Device name ", &dd_thread_exit_status},
+        {"type", row, "Postprocessor Device type ", &dd_thread_exit_status},
+        {"model", row, "Postprocessor Device name ", &dd_thread_exit_status},
+        {"brand", row, "Postprocessor Device name ", &dd_thread_exit_status},
         {"read", "", "get_info_process "},
         {"remove", "", "deletion_device_entry_"},
         {"block", "", ""}};
@@ -74,6 +76,7 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
         const Operation &operation = OPERATIONS[i];
         SCOPED_TRACE(operation.name);
         ASSERT_STREQ(words[i].name, operation.name);
+        const bool has_worker = !words[i].thread.empty();
         SetUp();
         put_device(1, DEVICE, "DOWN");
         stop_rebuilds();
@@ -87,10 +90,12 @@ TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {
         EXPECT_EQ(fake::controls.operations, 0) << "a closed library touches no store";
         start();
         expect("02-00", 0, operation.of_no_mac, "");
+        sig_thread_exit_status = dd_thread_exit_status = 99;
         expect("02:00:00:00:00:FF", 0, operation.without_row, words[i].without_row);
+        for (const int32_t *cell : {&sig_thread_exit_status, &dd_thread_exit_status})
+            EXPECT_EQ(*cell, has_worker && cell == words[i].cell ? operation.without_row : 99);
         if (operation.checks_producer) expect(DEVICE, 15, SARN_ERR_PRODUCER, "");
         fake::fail_threads(true);
-        const bool has_worker = !words[i].thread.empty();
         if (has_worker) expect(DEVICE, 0, SARN_ERR_THREAD, words[i].thread + "thread creation failed with status 11");
         TearDown();
     }

@@ -52,11 +52,11 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const std::string_view old = tool::read_text(before, field), now = tool::read_text(after, field);
         const bool is_own = is_code && members.front() == field.name;
         if (result != SARN_OK || std::count(members.begin(), members.end(), field.name) == 0) {
-            require(now == old, "another field changed");
+            require(now == old, "another field changed:", field.name);
         } else if (is_own && code != SARN_FIELD_IP && code != SARN_FIELD_AP_MAC) {
             const bool is_kept = code <= SARN_FIELD_DHCP_VENDOR && value[0] == '\0';
             const std::string text = std::string(value.c_str()).substr(0, std::min<size_t>(255, field.width - 1));
-            require(now == (is_kept ? old : text), "not what was written");
+            require(now == (is_kept ? old : text), "not what was written:", field.name);
         }
     }
     return 0;

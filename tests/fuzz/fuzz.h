@@ -12,9 +12,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
-inline void require(bool is_right, const char *what) {
+inline void require(bool is_right, const char *what, const char *where = "") {
     if (is_right) return;
-    std::fprintf(stderr, "wrong: %s\n", what);
+    std::fprintf(stderr, "wrong: %s %s\n", what, where);
     std::abort();
 }
 

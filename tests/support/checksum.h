@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+inline constexpr char IF_MEANT[] = " is its number now, if the change is meant; what has changed is in:\n";
+
 // FNV-1a.
 inline uint32_t checksum_of(const std::string &text) {
     uint32_t checksum = 2166136261;
