@@ -22,8 +22,8 @@ void write_mac_of_row(int32_t row, const uint8_t (&mac)[6]) SARN_REQUIRES(state_
     (void)write_mac(Field::ConnectDeviceinfo_DeviceMAC, row, mac);
 }
 
-// Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile. What
-// cannot be read does not stand against it.
+// Other processes create rows too: the row must still be free, and the MAC must have got no other meanwhile. Another
+// row that cannot be read does not stand against it.
 bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_text) SARN_REQUIRES(state_lock) {
     static constexpr uint8_t NO_MAC[6] = {};
     if (!has_groups()) return true;
@@ -31,9 +31,9 @@ bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_tex
     if (is_build_current()) return !has_row(inuse_bitmap, row) && !is_row(row_in_use_of(mac_text, inuse_bitmap));
     for (int32_t other = 0; other < ROW_COUNT; ++other) {
         uint8_t held[6];
-        if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) continue;
-        const bool is_free = memcmp(held, NO_MAC, sizeof held) == 0;
-        if (!is_free && (other == row || memcmp(held, mac, sizeof held) == 0)) return false;
+        const bool is_read = read_mac(Field::Sarnsignature_DeviceMAC, other, held);
+        const bool is_free = is_read && memcmp(held, NO_MAC, sizeof held) == 0;
+        if (other == row ? !is_free : is_read && memcmp(held, mac, sizeof held) == 0) return false;
     }
     return true;
 }

@@ -37,6 +37,12 @@ TEST_F(Groups, ACreationOrReportThatComesTooLateBeginsAgain) {
     EXPECT_EQ(mac_in(6) + mac_in(8), mac_of(60) + NO_DEVICE);
     EXPECT_EQ(report_after(MAC, remove_device), 3) << "a new row, the lowest free one";
     EXPECT_EQ(report_after(MAC, replace_device), 8);
+    put_device(5, mac_of(61));  // so that a build follows, which ends at row 0 and takes it for free
+    fake::on_operation([](const std::string &line) {
+        fake::controls.fail_at = line == "get Sarnsignature 0 DeviceMAC" ? fake::controls.operations + 1 : 0;
+    });
+    EXPECT_EQ(report(mac_of(52)), SARN_ERR_NO_ROW);
+    EXPECT_EQ(fake::get("DeviceIdList", 0, "DeviceMAC"), mac_of(0));
     EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceMAC"), mac_of(99));
 }
 
