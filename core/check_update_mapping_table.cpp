@@ -31,9 +31,12 @@ bool is_still_free_for(int32_t row, const uint8_t (&mac)[6], const char *mac_tex
     if (is_build_current()) return !has_row(inuse_bitmap, row) && !is_row(row_in_use_of(mac_text, inuse_bitmap));
     for (int32_t other = 0; other < ROW_COUNT; ++other) {
         uint8_t held[6];
-        const bool is_read = read_mac(Field::Sarnsignature_DeviceMAC, other, held);
-        const bool is_free = is_read && memcmp(held, NO_MAC, sizeof held) == 0;
-        if (other == row ? !is_free : is_read && memcmp(held, mac, sizeof held) == 0) return false;
+        if (!read_mac(Field::Sarnsignature_DeviceMAC, other, held)) {
+            if (other == row) return false;
+            continue;
+        }
+        const bool is_free = memcmp(held, NO_MAC, sizeof held) == 0;
+        if (!is_free && (other == row || memcmp(held, mac, sizeof held) == 0)) return false;
     }
     return true;
 }

@@ -79,7 +79,7 @@ TEST_F(MappingTable, BuildStopsAtAnUnreadableRowAndTheOthersGoOn) {
     EXPECT_EQ(gc_epochtime_array[0].row, 1);
     EXPECT_EQ(find_row(mac_of(9)), 9);
     EXPECT_EQ(find_row(mac_of(11)), SARN_ERR_LOOKUP_ONLY);
-    EXPECT_EQ(create(mac_of(600)), 5);
+    for (const std::string &mac : {std::string(NO_DEVICE), mac_of(600)}) EXPECT_EQ(create(mac), 5) << mac;
     EXPECT_EQ(create_mapping_table(), SARN_ERR_UNREADABLE);
     EXPECT_EQ(mappingtablestatus, 1);
 }
