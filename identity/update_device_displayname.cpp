@@ -26,7 +26,7 @@ constexpr size_t VENDOR_SIZE = spec_of(Field::DeviceIdList_DeviceMacVendor).widt
 struct ComposedName {
     char text[BRAND_SIZE + MODEL_SIZE];
 };
-static_assert(sizeof(ComposedName) >= VENDOR_SIZE);
+static_assert(sizeof(ComposedName) >= VENDOR_SIZE, "a vendor alone is a name too");
 
 int32_t store_name(display_request &request);
 int32_t refuse();

@@ -15,7 +15,8 @@ protected:
             set_text(record.mac, ASKED);
             if constexpr (std::is_same_v<Record, signature_record>) set_text(record.ip, "192.168.1.7");
             std::memset(record.*text, 'x', sizeof(record.*text));
-            EXPECT_EQ(report(&record, 0), SARN_ERR_UNTERMINATED) << "text " << number++;
+            EXPECT_EQ(report(&record, 0), SARN_ERR_UNTERMINATED) << "text " << number;
+            ++number;
         };
         start_with_device();
         (refuse(texts), ...);
@@ -44,8 +45,7 @@ TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
         asked += operation.substr(0, operation.find(' ', field + 1)) + "\n";
     });
     for (const Operation &operation : OPERATIONS) (void)operation.call(DEVICE, 0);
-    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 2156708518 : 1337563708)
-        << checksum_of(asked) << IF_MEANT << asked;
+    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 2156708518 : 1337563708) << IF_MEANT << asked;
 }
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-inline constexpr char IF_MEANT[] = " is its number now, if the change is meant; what has changed is in:\n";
+inline constexpr char IF_MEANT[] = "The number found is the new one, if the change is meant; it is of:\n";
 
 // FNV-1a.
 inline uint32_t checksum_of(const std::string &text) {
