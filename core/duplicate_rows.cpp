@@ -17,9 +17,13 @@ int32_t read_timestamp(int32_t row) SARN_REQUIRES(state_lock) {
     return seconds_of(text);
 }
 
+int32_t refusal_of(int32_t row) SARN_REQUIRES(state_lock) {
+    return holds_known_device(row) ? SARN_OK : SARN_ERR_NO_ROW;
+}
+
 void remove_row(int32_t row, RowBitmap &rows) SARN_REQUIRES(state_lock) {
     forget_build();  // so the entry stays as a reset leaves it, as where the store tells no changes
-    (void)reset_device_entry(row, holds_known_device);
+    (void)reset_device_entry(row, refusal_of);
     clear_row(rows, row);
 }
 

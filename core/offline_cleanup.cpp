@@ -35,11 +35,11 @@ gc_candidate *newest_slot() SARN_REQUIRES(state_lock) {
 }
 
 // A candidate may have come back, or made room for another device, since it was listed.
-bool is_still_offline(int32_t row) SARN_REQUIRES(state_lock) {
-    if (!has_groups()) return true;
+int32_t refusal_of(int32_t row) SARN_REQUIRES(state_lock) {
+    if (!has_groups()) return SARN_OK;
     char state[sizeof device_info::Devicestate];
     read_ascii_or_empty(Field::Sarnsignature_Devicestate, row, state);
-    return holds_known_device(row) && is_offline_state(state);
+    return holds_known_device(row) && is_offline_state(state) ? SARN_OK : SARN_ERR_NO_ROW;
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ int32_t cleanup_offline_entries() {
     for (int32_t i = 0; i < offline && i < CANDIDATE_COUNT; ++i) {
         gc_candidate &slot = gc_epochtime_array[i];
         if (!is_row(slot.row)) continue;
-        if (reset_device_entry(slot.row, is_still_offline) == SARN_OK) ++removed;
+        if (reset_device_entry(slot.row, refusal_of) == SARN_OK) ++removed;
         slot = EMPTY_SLOT;
     }
     return removed;

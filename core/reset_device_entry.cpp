@@ -22,11 +22,13 @@ bool is_all_else_current(int32_t row) SARN_REQUIRES(state_lock) {
 
 }  // namespace
 
-int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
+int32_t reset_device_entry(int32_t row, RowCheck refusal_of) {
     if (!is_row(row)) return SARN_ERR_ROW_RANGE;
     FollowedChange change = {};
+    int32_t refusal = SARN_OK;
     const GroupEnd end = write_group([&]() SARN_REQUIRES(state_lock) {
-        if (!is_to_be_reset(row)) return false;
+        refusal = refusal_of(row);
+        if (refusal != SARN_OK) return false;
         const bool is_followed = is_all_else_current(row);
         write_reset_values(row, 0, DEVICE_MAC_FIELD_COUNT);
         announce_row_change();
@@ -34,7 +36,7 @@ int32_t reset_device_entry(int32_t row, RowCheck is_to_be_reset) {
         if (is_followed) change = note_followed_change();
         return true;
     });
-    if (end == GroupEnd::Dropped) return SARN_ERR_NO_ROW;
+    if (end == GroupEnd::Dropped) return refusal;
     if (end == GroupEnd::Failed) return SARN_ERR_REBUILD;
     free_row(row);
     --inuse_count;

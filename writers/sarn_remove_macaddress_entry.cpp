@@ -21,7 +21,6 @@ constexpr char HANDLER_NAME[] = "sarn_remove_macaddress_entry_handler";
 int32_t remove_device(removal_request &request);
 MacText read_asked_mac(const removal_request &request);
 bool is_up(int32_t row) SARN_REQUIRES(state_lock);
-bool is_to_be_removed(int32_t row) SARN_REQUIRES(state_lock);
 int32_t refusal_of(int32_t row) SARN_REQUIRES(state_lock);
 
 int32_t remove_device(removal_request &request) {
@@ -40,8 +39,8 @@ int32_t remove_device(removal_request &request) {
     if (is_up(row)) return SARN_ERR_DEVICE_UP;
 
     SARN_LOG(RemovalResets);
-    const int32_t reset = reset_device_entry(row, is_to_be_removed);
-    if (reset != SARN_OK) return reset == SARN_ERR_NO_ROW ? refusal_of(row) : reset;
+    const int32_t reset = reset_device_entry(row, refusal_of);
+    if (reset != SARN_OK) return reset;
     return pass_entry_gate(HANDLER_NAME) == SARN_OK ? SARN_OK : SARN_ERR_REBUILD;
 }
 
@@ -55,10 +54,12 @@ MacText read_asked_mac(const removal_request &request) {
 
 bool is_up(int32_t row) { return holds_word(Field::Sarnsignature_Devicestate, row, "UP"); }
 
-int32_t refusal_of(int32_t row) { return holds_known_device(row) && is_up(row) ? SARN_ERR_DEVICE_UP : SARN_ERR_NO_ROW; }
-
 // Another process may have removed the device meanwhile, or seen it come up.
-bool is_to_be_removed(int32_t row) { return !has_groups() || (holds_known_device(row) && !is_up(row)); }
+int32_t refusal_of(int32_t row) {
+    if (!has_groups()) return SARN_OK;
+    if (!holds_known_device(row)) return SARN_ERR_NO_ROW;
+    return is_up(row) ? SARN_ERR_DEVICE_UP : SARN_OK;
+}
 
 }  // namespace
 

@@ -87,7 +87,7 @@ TEST_F(MappingTable, BuildStopsAtAnUnreadableRowAndTheOthersGoOn) {
 TEST_F(MappingTable, ResetWritesEveryFieldOfTheRowAndTheMacsFirst) {
     start();
     const sarn::Exclusive hold(sarn::state_lock);
-    const auto always = [](int32_t) { return true; };
+    const auto always = [](int32_t) -> int32_t { return SARN_OK; };
     for (const int row : {-1, 256}) EXPECT_EQ(sarn::reset_device_entry(row, always), SARN_ERR_ROW_RANGE);
     EXPECT_EQ(sarn::reset_device_entry(255, always), SARN_OK);
     const Lines writes = fake::take_writes();
