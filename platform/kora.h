@@ -7,9 +7,10 @@
  * may be made from any thread (thread-safe). A handle is valid from kora_init_ex to its kora_destroy; a null or closed
  * handle is an error.
  *
- * Refused: a null argument, an unknown table or field, a row out of range, an operation of another type than the
- * field's, a text over KORA_TEXT_MAX bytes. Two exceptions: kora_get_ascii reads enum fields too, kora_get_uint int
- * ones. A field that no one has written reads as its reset value.
+ * Refused: a null argument, a size below 1, an unknown table or field, a row out of range, an operation of another type
+ * than the field's, a text over KORA_TEXT_MAX bytes. Two exceptions: kora_get_ascii reads enum fields too,
+ * kora_get_uint int ones. A field that no one has written reads as its reset value; "MappingComplete" as "init",
+ * "FWStatusswitch" as "INIT", the others of a single row as 0 or empty.
  *
  * Reads never wait for writers. Writes of all processes wait for each other, and one that finds the store full waits
  * up to two seconds for readers that keep old pages before it fails; while that lasts, later writes fail at once.
@@ -46,11 +47,12 @@ enum { KORA_TEXT_MAX = 256 };
  * tries again. Where the name is a folder's, a device's, a link's or anything but a file's, that stays as it is and
  * nothing is saved.
  * A file that is removed or replaced while open is noticed by the next reading group or kora_changes a few milliseconds
- * later, and opened again once no thread of the process is writing.
+ * later, and opened again once no thread of the process is in a group, or waits for one. Where it cannot be, every call
+ * fails until one can open it.
  * Returns a handle, or null with a line in the log when the store is not to be had.
  * A process that opens it more than once (64 times at most) shares one store with a count: each handle is destroyed on
- * its own. While one is open KORA_STORE must name the file by the same path, and another copy of this library in the
- * process is refused.
+ * its own. While one is open KORA_STORE must name the file by the same path, KORA_SAVE is not read again, and another
+ * copy of this library in the process is refused.
  * After fork the child goes on with its handles; the store is opened again for it at its first call.
  */
 void *kora_init_ex(void *reserved);
@@ -90,13 +92,14 @@ int32_t kora_set_ipv4(void *handle, const char *table, int32_t row, const char *
  * Groups. Between kora_begin and kora_end the operations of the calling thread are one group. Reading, they see one
  * snapshot, and writes are refused. Writing, they see what the group wrote, keep all others who write out, are kept
  * whole or not at all, are invisible to others until kora_end, and are undone when the process dies. A thread has one
- * group at a time, under one handle, and ends it itself, soon: a writing group keeps all other writers out, a reading
- * one keeps replaced pages from being used again, and where 32 threads of a process read the next one waits.
- * kora_init_ex, kora_destroy and kora_save are refused inside; fork is not to be called there. A thread that ends gives
- * its group up; so does a fork, in the child. kora_end returns non-zero when the thread has no group under this handle,
- * or when its writes could not be kept, and then none is; with `keep` 0 it drops them. One write that fails for the
- * store's sake, and not for its arguments', is enough for that. A host may lack both; libsarn.so then makes each
- * operation by itself.
+ * group at a time, whichever handle its operations use, and ends it itself, under the handle it was begun with, soon: a
+ * writing group keeps all other writers out, a reading one keeps replaced pages from being used again, and where 32
+ * threads of a process read the next one waits. kora_init_ex, kora_destroy and kora_save are refused inside; fork is
+ * not to be called there. A thread that ends gives its group up; so does a fork, in the child. kora_end returns
+ * non-zero when the thread has no group under this handle, or when its writes could not be kept, as after another
+ * thread destroyed the handle, and then none is; with `keep` 0 it drops them. One write that fails for the store's
+ * sake, and not for its arguments', is enough for that. A host may lack both; libsarn.so then makes each operation by
+ * itself.
  */
 enum { KORA_READING = 0, KORA_WRITING = 1 };
 int32_t kora_begin(void *handle, int32_t mode);
@@ -116,11 +119,11 @@ int32_t kora_changes(void *handle, uint64_t *number);
  * Saves the store now to the file that KORA_SAVE names: written beside, synced, and moved over the last copy, which
  * stays as the one before (".1"). Writes nothing when the copy says the same about all that a person or the router
  * decided: which devices there are, their custom names, types, models and brands, tags and UUIDs, allow or block, the
- * two feature switches, the upgrade flag and the firmware switch. A change of these also saves by itself, at most once
- * in a minute, all processes counted together; what changes within that minute is saved by the next change that the
- * same process makes after it, or by this call, which may be made at any time. Returns non-zero when there is no whole
- * copy on the disk of what is decided by now, with a line in the log, unless the last save of this process failed with
- * the same one.
+ * two feature switches, the upgrade flag and the firmware switch. A change of these also saves by itself, tried at most
+ * once in a minute, all processes counted together, also where it fails or finds nothing to write; what changes within
+ * that minute is saved by the next change that the same process makes after it, or by this call, which may be made at
+ * any time. Returns non-zero when it is refused, or when there is no whole copy on the disk of what is decided by now,
+ * then with a line in the log, unless that was the last one which this process logged of the copy.
  */
 int32_t kora_save(void *handle);
 
@@ -136,11 +139,12 @@ int32_t kora_string2mac(const char *text, uint8_t six[6]);
 int32_t kora_string2ipv4(const char *text, uint8_t four[4]);
 
 /*
- * Writes one line: level and source, then the formatted message without its trailing line feed, which ends in "..."
- * when it has more than 2,047 bytes, or the line more than 4,091 with what is escaped. Control bytes are shown escaped.
- * Obeys the four controls that libsarn.so exports where the program, or what it loads, is linked with both libraries:
- * __log_to_console (to stderr), __log_to_file with __log_file_name (a device, or a file of one name; in a folder that
- * everyone may write, of root or this user), and __log_level, the lowest level shown. Thread-safe.
+ * Writes one line: level and source, then the formatted message without line feeds and carriage returns at its end. It
+ * ends in "..." when it had more than 2,047 bytes with them, or the line more than 4,091 with what is escaped. Control
+ * bytes are shown escaped. Obeys the four controls that libsarn.so exports where the program, or what it loads, is
+ * linked with both libraries: __log_to_console (to stderr), __log_to_file with __log_file_name (a device, or a file of
+ * one name; in a folder that everyone may write, of root or this user), and __log_level, the lowest level shown.
+ * Thread-safe.
  */
 void log_printf(int32_t level, const char *file, int32_t line, const char *format, ...)
 #if defined(__GNUC__)

@@ -30,7 +30,19 @@ constexpr unsigned FLAGS = MDB_NOSUBDIR | MDB_NOTLS | MDB_NOSYNC;
 // store.
 constexpr unsigned IN_PLACE = IS_UNDER_THREAD_SANITIZER ? 0 : MDB_WRITEMAP;
 
-int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
+// LMDB opens the file by its name once more, and where that was just removed makes one that nobody could open later.
+int check_opened_file(MDB_env *lmdb, int lmdb_fd, const char *file, int wanted_fd) {
+    struct stat opened, wanted;
+    MDB_envinfo info;
+    if (fstat(lmdb_fd, &opened) != 0 || fstat(wanted_fd, &wanted) != 0) return errno;
+    if (is_same_file(opened, wanted)) return 0;
+    const bool is_just_made = mdb_env_info(lmdb, &info) == 0 && info.me_last_txnid == 0;
+    if (is_just_made) unlink(file);
+    return ESTALE;
+}
+
+// The file is the one that is open as `wanted_fd`.
+int open_lmdb(const char *file, int wanted_fd, unsigned extra_flags, MDB_env *&out_lmdb) {
     out_lmdb = nullptr;
     int error = mdb_env_create(&out_lmdb);
     if (error == 0) error = mdb_env_set_mapsize(out_lmdb, STORE_SIZE);
@@ -38,12 +50,15 @@ int open_lmdb(const char *file, unsigned extra_flags, MDB_env *&out_lmdb) {
     int fd = -1;
     if (error == 0) error = mdb_env_get_fd(out_lmdb, &fd);
     if (error == 0) fcntl(fd, F_SETFD, FD_CLOEXEC);  // LMDB leaves it open in programs that the process starts
+    if (error == 0) error = check_opened_file(out_lmdb, fd, file, wanted_fd);
     if (error != 0) {
         mdb_env_close(out_lmdb);
         out_lmdb = nullptr;
     }
     return error;
 }
+
+const char *text_of(int error) { return error == ESTALE ? "removed or replaced meanwhile" : mdb_strerror(error); }
 
 // Two stores never begin with the same number: it tells a process too that its store was replaced, and a save which
 // list a copy is of.
@@ -89,15 +104,15 @@ int write_alone(MDB_env *lmdb, Body body) {
     return error;
 }
 
-bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_why) {
+bool fill_fresh_file(const StorePath &path, int fd, const Image *restored, Refusal &out_why) {
     char file[PATH_MAX];
     MDB_env *lmdb = nullptr;
     snprintf(file, sizeof file, "%.*s%s", PATH_MAX - SUFFIX_SIZE, path.text, suffix::FRESH);
-    int error = open_lmdb(file, MDB_NOLOCK, lmdb);
+    int error = open_lmdb(file, fd, MDB_NOLOCK, lmdb);
     if (error == 0) error = write_alone(lmdb, [&](Walk &walk) { return fill_store(walk, restored); });
     if (lmdb != nullptr) mdb_env_close(lmdb);
     if (error == 0) return true;
-    refuse(out_why, "store %.300s: cannot be made: %s", path.text, mdb_strerror(error));
+    refuse(out_why, "store %.300s: cannot be made: %s", path.text, text_of(error));
     errno = error;
     return false;
 }
@@ -105,7 +120,7 @@ bool fill_fresh_file(const StorePath &path, const Image *restored, Refusal &out_
 // Under another name and then moved, so that whoever is killed here leaves no half store behind. errno says why not.
 bool make_fresh_store(const Folder &folder, const StorePath &path, const Image *restored, Refusal &out_why) {
     Descriptor file(-1);
-    if (make_fresh_store_file(folder, path, file.fd, out_why) && fill_fresh_file(path, restored, out_why) &&
+    if (make_fresh_store_file(folder, path, file.fd, out_why) && fill_fresh_file(path, file.fd, restored, out_why) &&
         publish_fresh_file(folder, path, file.fd, out_why))
         return true;
     const int error = errno;
@@ -164,10 +179,9 @@ bool check_format(const StorePath &path, Environment &environment, Refusal &out_
     return is_own_version(found) || refuse_origin(path, found, out_why);
 }
 
-// LMDB opens the file by its name once more, and follows what the file says about its own size.
+// LMDB follows what the file says about its own size, and makes a lock file where that was just removed.
 bool check_mapping(const Folder &folder, const StorePath &path, Environment &environment, Refusal &out_why) {
     MDB_envinfo info;
-    struct stat ours, mapped;
     int fd = -1;
     if (mdb_env_info(environment.lmdb, &info) != 0 || mdb_env_get_fd(environment.lmdb, &fd) != 0) {
         return refuse(out_why, "store %.300s: cannot be looked at", path.text);
@@ -175,14 +189,13 @@ bool check_mapping(const Folder &folder, const StorePath &path, Environment &env
     if (info.me_mapsize != STORE_SIZE) {
         return refuse(out_why, "store %.300s: says that it is longer than its file: damaged", path.text);
     }
-    if (fstat(environment.claim_fd, &ours) != 0 || fstat(fd, &mapped) != 0)
+    if (fstat(environment.claim_fd, &environment.file) != 0)
         return refuse_for(path, out_why, "cannot be looked at", errno);
-    if (!is_same_file(ours, mapped)) {
-        return refuse(out_why, "store %.300s: was replaced while it was being opened", path.text);
+    if (!is_lock_file_in_place(folder, path)) {
+        return refuse(out_why, "store %.300s: its lock file was removed while it was being opened", path.text);
     }
     environment.lmdb_fds[0] = fd;
     environment.lmdb_fds[1] = find_lock_file(folder, path, fd);
-    environment.file = ours;
     return true;
 }
 
@@ -208,8 +221,8 @@ Finding check_store_file(const Folder &folder, const StorePath &path, int fd, Re
 bool map_store(const Folder &folder, const StorePath &path, bool is_shared, Environment &environment,
                Refusal &out_why) {
     if (!prepare_lock_file(folder, path, is_shared, out_why)) return false;
-    const int error = open_lmdb(path.text, IN_PLACE, environment.lmdb);
-    if (error != 0) return refuse(out_why, "store %.300s: cannot be opened: %s", path.text, mdb_strerror(error));
+    const int error = open_lmdb(path.text, environment.claim_fd, IN_PLACE, environment.lmdb);
+    if (error != 0) return refuse(out_why, "store %.300s: cannot be opened: %s", path.text, text_of(error));
     int dead_readers = 0;
     mdb_reader_check(environment.lmdb, &dead_readers);  // of killed processes; they would pile up
     environment.writing_process = map_mark(folder, path);

@@ -65,6 +65,10 @@ void give_up_claim(int fd) {
     if (fd >= 0) (void)fcntl(fd, F_OFD_SETLK, &all);
 }
 
+bool is_lock_file_in_place(const Folder &folder, const StorePath &path) {
+    return is_usable_lock_file(folder, name_with(path, suffix::LOCK));
+}
+
 int find_lock_file(const Folder &folder, const StorePath &path, int near) {
     constexpr int OPENED_MEANWHILE = 64;  // by other threads
     struct stat wanted, found;

@@ -18,6 +18,9 @@ void give_up_claim(int fd);
 // The lock file, with room for every reader; made anew by the first user, or checked where it cannot be removed.
 bool prepare_lock_file(const Folder &folder, const StorePath &path, bool is_shared, Refusal &out_why);
 
+// Whether it still is there, and not one that LMDB made in its place.
+bool is_lock_file_in_place(const Folder &folder, const StorePath &path);
+
 // The descriptor of the lock file, which LMDB does not tell: it opens it before the store's, `near`. -1 when there is
 // none.
 int find_lock_file(const Folder &folder, const StorePath &path, int near);

@@ -62,13 +62,11 @@ bool watch_process(Refusal &out_why) {
     return (is_watching_fork && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
 }
 
-// With `opening` and `writing` held.
+// With `opening` and `writing` held, and all readers, which it gives back.
 bool open_store(Refusal &out_why) {
-    if (!watch_process(out_why)) return false;
-    take_all_readers();
     if (environment.lmdb != nullptr) close_environment(store_path, environment);
     forget_change_number();
-    const bool is_opened = open_environment(store_path, environment, out_why);
+    const bool is_opened = watch_process(out_why) && open_environment(store_path, environment, out_why);
     give_all_readers();
     is_to_be_opened.store(!is_opened && handle_count > 0, std::memory_order_release);
     if (is_opened) is_failure_logged.store(false, std::memory_order_relaxed);
@@ -78,7 +76,7 @@ bool open_store(Refusal &out_why) {
 // With `opening` held, and the last handle closed.
 void close_store() {
     const Lock lock(writing);
-    take_all_readers();
+    (void)take_all_readers(true);
     if (environment.lmdb != nullptr) close_environment(store_path, environment);
     give_all_readers();
     is_to_be_opened.store(false, std::memory_order_relaxed);
@@ -108,6 +106,13 @@ bool is_replaced(const void *handle) {
     return is_replaced;
 }
 
+// With `opening` held.
+void note_reopening(bool is_opened, Refusal &out_found) {
+    const char *outcome = is_opened ? "; opened again" : "";
+    note(out_found, "store %.300s: removed or replaced while it was open%s", store_path.text, outcome);
+    if (!is_opened) is_failure_logged.store(true, std::memory_order_relaxed);
+}
+
 // With `opening` held; 0 when there is no place left.
 uintptr_t add_handle() {
     for (uintptr_t place = 0; place < HANDLE_MAX; ++place) {
@@ -135,6 +140,7 @@ uintptr_t open_handle(Refusal &out_why) {
     }
     if (environment.lmdb == nullptr) {
         const Lock no_writer(writing);
+        (void)take_all_readers(true);
         if (!open_store(out_why)) return 0;
     }
     const uintptr_t handle = add_handle();
@@ -152,6 +158,7 @@ bool make_usable() {
         const Lock lock(opening);
         if (is_to_be_opened.load(std::memory_order_relaxed)) {
             const Lock no_writer(writing);  // not long: without an environment none waits for another process
+            (void)take_all_readers(true);
             is_opened = open_store(why);
         }
     }
@@ -162,12 +169,10 @@ bool make_usable() {
 void look_after_file(const void *handle) {
     if (!claim_look() || !is_replaced(handle) || pthread_mutex_trylock(&opening) != 0) return;
     Refusal found, why;
-    if (handle_count > 0 && !is_in_place() && pthread_mutex_trylock(&writing) == 0) {
-        const bool is_opened = open_store(why);
+    const bool is_gone = handle_count > 0 && !is_in_place();
+    if (is_gone && pthread_mutex_trylock(&writing) == 0) {
+        if (take_all_readers(false)) note_reopening(open_store(why), found);
         pthread_mutex_unlock(&writing);
-        const char *outcome = is_opened ? "; opened again" : "";
-        note(found, "store %.300s: removed or replaced while it was open%s", store_path.text, outcome);
-        if (!is_opened) is_failure_logged.store(true, std::memory_order_relaxed);
     }
     pthread_mutex_unlock(&opening);
     log_refusal(found);

@@ -44,7 +44,7 @@ inline bool is_open(const void *handle) {
 bool make_usable();
 
 // Opens the store again when its file was removed or replaced meanwhile; looks at most every few milliseconds. Waits
-// for no writer: while one is at it, the next look opens.
+// for no writer and no group: while one is at it, the next look opens.
 void look_after_file(const void *handle);
 
 }  // namespace kora

@@ -16,6 +16,7 @@ constexpr uint32_t READER_MAX = 32;
 
 // Asleep, not at work: whoever has what is waited for may be of lower priority, on the same CPU.
 constexpr timespec PAUSE = {0, 50'000};
+constexpr int PAUSES_OF_A_TRY = 20;  // longer than an operation takes
 
 // One more for the writing group, which keeps all other writers out and so must not wait for who reads.
 Reader readers[READER_MAX + 1];
@@ -95,11 +96,19 @@ int begin_snapshot(Environment &environment, Reader &reader) {
 
 void end_snapshot(Reader &reader) { end_snapshot(reader.walk.txn); }
 
-void take_all_readers() {
+bool take_all_readers(bool is_waiting) {
+    int pauses = 0;
     for (Reader &reader : readers) {
-        while (!try_take(reader)) pause_for(PAUSE);
+        while (!try_take(reader)) {
+            if (!is_waiting && ++pauses > PAUSES_OF_A_TRY) {
+                for (Reader *taken = readers; taken != &reader; ++taken) give_reader(*taken);
+                return false;
+            }
+            pause_for(PAUSE);
+        }
         drop_transaction(reader);
     }
+    return true;
 }
 
 void give_all_readers() {

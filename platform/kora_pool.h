@@ -28,8 +28,9 @@ void give_reader(Reader &reader);
 int begin_snapshot(Environment &environment, Reader &reader);
 void end_snapshot(Reader &reader);
 
-// Takes every reader and ends its transaction: then nobody uses the environment but for a writer.
-void take_all_readers();
+// Takes every reader and ends its transaction: then nobody uses the environment but for a writer. Without `is_waiting`
+// false, and none is taken, where somebody keeps one for longer than an operation takes.
+bool take_all_readers(bool is_waiting);
 void give_all_readers();
 
 // After fork, in the child: the transactions are the parent's.

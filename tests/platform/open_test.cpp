@@ -187,6 +187,22 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
     }
 }
 
+TEST_F(Open, WhatIsRemovedJustBeforeLmdbOpensItIsMadeAnew) {
+    for (const std::string removed : {"", "-lock", ".new"}) {
+        use_new_folder("store.mdb");
+        open();
+        ASSERT_EQ(set("kept") + kora_save(handle), 0);
+        close();
+        if (removed == ".new") unlink(path.c_str());
+        faults::removed_name = path + removed;
+        EXPECT_NE(refusal().find("removed"), std::string::npos) << removed;
+        open();
+        EXPECT_EQ(text(), "kept") << removed;
+        EXPECT_EQ(run_process([] { return kora_init_ex(nullptr) == nullptr; }), 0) << removed;
+        close();
+    }
+}
+
 TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
     const auto log_of_looking = [&](bool reads_group) {
         usleep(20'000);  // the library looks again when some milliseconds have passed
@@ -215,14 +231,18 @@ TEST_F(Open, AFileThatIsRemovedOrReplacedIsNoticed) {
     EXPECT_EQ(run_process([&] { return (handle = kora_init_ex(nullptr)) == nullptr || move_number(2) != 0; }), 0);
     EXPECT_NE(log_of_looking(false).find("opened again"), std::string::npos);
     EXPECT_NE(changes(), newer) << "of an older copy that has gone on";
-    ASSERT_EQ(unlink(path.c_str()) + kora_begin(handle, KORA_WRITING), 0);
-    alarm(60);  // what hangs is a failure
-    std::thread([&] {
-        for (int look = 0; look < 5; ++look, usleep(10'000)) (void)changes();
-        EXPECT_EQ(text(), "saved") << "reads wait for no writer";
-    }).join();
-    alarm(0);
-    ASSERT_EQ(kora_end(handle, 1) + mkdir(path.c_str(), 0700), 0);
+    for (const int32_t mode : {KORA_READING, KORA_WRITING}) {
+        ASSERT_EQ(kora_begin(handle, mode) + unlink(path.c_str()), 0);
+        alarm(60);  // what hangs is a failure
+        std::thread([&] {
+            for (int look = 0; look < 5; ++look, usleep(10'000)) (void)changes();
+            EXPECT_EQ(text(), "saved") << "reads wait for no group";
+        }).join();
+        alarm(0);
+        EXPECT_EQ(kora_end(handle, 1), 0);
+        EXPECT_NE(log_of_looking(false).find("opened again"), std::string::npos) << mode;
+    }
+    ASSERT_EQ(unlink(path.c_str()) + mkdir(path.c_str(), 0700), 0);
     const std::string log = log_of_looking(true);
     EXPECT_TRUE(log.find("while it was open\n") != log.npos && log.find("cannot be opened") != log.npos) << log;
     EXPECT_TRUE(set("nowhere") != 0 && rmdir(path.c_str()) == 0 && set("works again") == 0);

@@ -56,6 +56,11 @@ long sysconf(int name) noexcept {
 }
 #endif
 
+int open(const char *name, int flags, ...) {
+    if (name == faults::removed_name) faults::removed_name.clear(), unlink(name);
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags, 0660));
+}
+
 int openat(int folder, const char *name, int flags, ...) {
     va_list values;
     va_start(values, flags);

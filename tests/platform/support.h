@@ -29,6 +29,7 @@ inline bool is_killing = false;
 inline long page_size = 0;            // 0: this machine's
 inline int read_error = 0;            // of opening a file to read it; 0: none
 inline bool is_without_room = false;  // the file system reserves none
+inline std::string removed_name;      // gone once, when LMDB opens it
 inline std::string *trace = nullptr;  // one letter for each call: folder (d), open, chmod, write, sync, move
 inline char meanwhile_at = '\0';      // what happens just before the next call with this letter
 inline std::function<void()> meanwhile;
