@@ -42,6 +42,11 @@ void follow_build(const FollowedChange &change) {
     mark.is_current = change.is_followed;
 }
 
+bool is_build_overtaken() {
+    uint64_t number = 0;
+    return mark.has_number && read_change_number(&number) && number != mark.number;
+}
+
 bool is_build_current() {
     uint64_t number = 0;
     // A rebuild of a crowded table cleans up once more; and the host can write to the candidates.

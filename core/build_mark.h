@@ -31,6 +31,9 @@ struct FollowedChange {
 FollowedChange note_followed_change() SARN_REQUIRES(state_lock);
 void follow_build(const FollowedChange &change) SARN_REQUIRES(state_lock);
 
+// Somebody has changed what the last build read since. False also where the store cannot tell.
+bool is_build_overtaken() SARN_REQUIRES(state_lock);
+
 bool is_build_current() SARN_REQUIRES_SHARED(state_lock);
 
 }  // namespace sarn

@@ -1,3 +1,4 @@
+#include "core/build_mark.h"
 #include "core/entry_gate.h"
 #include "core/log.h"
 #include "core/mapping_table.h"
@@ -6,8 +7,8 @@ namespace sarn {
 
 namespace {
 
-// A search that finds the bitmap full although rows are free starts again from a rebuilt table. More often than this it
-// would mean that the store changes faster than it can be read.
+// A search that finds the bitmap full although rows are free, or may be, starts again from a rebuilt table. More often
+// than this it would mean that the store changes faster than it can be read.
 constexpr int32_t FREE_ROW_SEARCHES = 3;
 
 // Not a row and not a code: look again.
@@ -20,9 +21,12 @@ int32_t lowest_clear_row(const RowBitmap &bitmap) {
     return SARN_ERR_NO_ROW;
 }
 
+// Another process may have freed a row since the table was built.
+bool is_full() SARN_REQUIRES(state_lock) { return inuse_count >= ROW_COUNT && !is_build_overtaken(); }
+
 int32_t search_free_row() SARN_REQUIRES(state_lock) {
     if (pass_entry_gate() != SARN_OK) return SARN_ERR_REBUILD;
-    if (inuse_count == ROW_COUNT) return SARN_ERR_TABLE_FULL;
+    if (inuse_count == ROW_COUNT) return is_full() ? SARN_ERR_TABLE_FULL : SEARCH_AGAIN;
     if (inuse_count <= 0) return 0;
 
     RowBitmap in_use = {};
@@ -38,7 +42,7 @@ int32_t search_free_row() SARN_REQUIRES(state_lock) {
     if (stored == REBUILDS_OFF || static_cast<uint32_t>(stored) < static_cast<uint64_t>(last_sync_time)) {
         return SARN_ERR_STALE;
     }
-    return inuse_count >= ROW_COUNT ? SARN_ERR_NO_ROW : SEARCH_AGAIN;
+    return is_full() ? SARN_ERR_NO_ROW : SEARCH_AGAIN;
 }
 
 }  // namespace

@@ -20,7 +20,8 @@
  *     call keeps all of its writes to a row or none, and a device that another process removes or replaces meanwhile
  *     counts as one without a row (a query by MAC names it: SARN_ERR_ROW_LOST_DEVICE). Some calls are several such
  *     steps: a new device's report is its row, then the report; a detail update is the findings, the display type, the
- *     composed name, the notification; a name is the user's name, then the composed name.
+ *     composed name, the notification; a name is the user's name, then the composed name; the upgrade status is the
+ *     flag, then the firmware switch.
  *
  * Caveats:
  *
@@ -137,9 +138,9 @@ enum sarn_result {
 /*
  * Opens the store and builds the library's picture of it. The first process after the store came up also removes rows
  * that hold a MAC twice: the row with the newest "Timestamp" stays; of equally old ones the higher row within the same
- * word of the bitmap, else the lower one; what it had not removed when it was killed no later start removes. Frees rows
- * of offline devices when more than 179 rows are in use. May be called again after sarn_uninit, and then begins with an
- * empty picture.
+ * word of the bitmap, else the lower one; what it had not removed when it was killed no later start removes. What
+ * another process reports meanwhile of a device with two rows may go with one of them. Frees rows of offline devices
+ * when more than 179 rows are in use. May be called again after sarn_uninit, and then begins with an empty picture.
  *   0                             done; so also when a row could not be read: the rows before it are known
  *   SARN_ERR_ALREADY_INITIALISED  nothing done
  *   SARN_ERR_STORE_OPEN           the store cannot be opened

@@ -22,6 +22,7 @@ int32_t remove_device(removal_request &request);
 MacText read_asked_mac(const removal_request &request);
 bool is_up(int32_t row) SARN_REQUIRES(state_lock);
 int32_t refusal_of(int32_t row) SARN_REQUIRES(state_lock);
+int32_t refusal_in_group(int32_t row) SARN_REQUIRES(state_lock);
 
 int32_t remove_device(removal_request &request) {
     const Exclusive hold(state_lock);
@@ -36,10 +37,11 @@ int32_t remove_device(removal_request &request) {
     upper_case(mac.text, sizeof request.mac);
     const int32_t row = lowest_row_of(mac.text);
     if (!is_row(row)) return SARN_ERR_NO_ROW;
-    if (is_up(row)) return SARN_ERR_DEVICE_UP;
+    const int32_t refusal = read_group([&]() SARN_REQUIRES(state_lock) { return refusal_of(row); });
+    if (refusal != SARN_OK) return refusal;
 
     SARN_LOG(RemovalResets);
-    const int32_t reset = reset_device_entry(row, refusal_of);
+    const int32_t reset = reset_device_entry(row, refusal_in_group);
     if (reset != SARN_OK) return reset;
     return pass_entry_gate(HANDLER_NAME) == SARN_OK ? SARN_OK : SARN_ERR_REBUILD;
 }
@@ -56,10 +58,11 @@ bool is_up(int32_t row) { return holds_word(Field::Sarnsignature_Devicestate, ro
 
 // Another process may have removed the device meanwhile, or seen it come up.
 int32_t refusal_of(int32_t row) {
-    if (!has_groups()) return SARN_OK;
     if (!holds_known_device(row)) return SARN_ERR_NO_ROW;
     return is_up(row) ? SARN_ERR_DEVICE_UP : SARN_OK;
 }
+
+int32_t refusal_in_group(int32_t row) { return has_groups() ? refusal_of(row) : SARN_OK; }
 
 }  // namespace
 

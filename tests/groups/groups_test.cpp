@@ -46,6 +46,34 @@ TEST_F(Groups, ACreationOrReportThatComesTooLateBeginsAgain) {
     EXPECT_EQ(fake::get("DeviceIdList", 3, "DeviceMAC"), mac_of(99));
 }
 
+TEST_F(Groups, ARowThatAnotherProcessFreesMeanwhileIsFound) {
+    for (const int builds : {4, 5}) {
+        SetUp();
+        fake::set("general", 0, "SARNSyncTimestamp", "1");
+        start();
+        put_devices(255);
+        put_device(255, mac_of(400), "DOWN");
+        // Each clean-up comes too late for the device that it saw there.
+        fake::on_operation([=, begun = std::make_shared<int>(0)](const std::string &line) {
+            if (line != "begin writing" || ++*begun > builds) return;
+            *begun == builds ? put_device(255, NO_DEVICE, "unknown") : put_device(255, mac_of(400 + *begun), "DOWN");
+        });
+        EXPECT_EQ(report(mac_of(300)), SARN_OK) << builds;
+        EXPECT_EQ(mac_in(255), mac_of(300)) << builds;
+        TearDown();
+    }
+    SetUp();
+}
+
+TEST_F(Groups, ARemovalIsNotRefusedForAnotherDevice) {
+    start();
+    EXPECT_EQ(get_total_sarn_entries_used(), 6);
+    fake::on_operation([](const std::string &line) {
+        if (line.starts_with("begin") || line == "get Sarnsignature 3 Devicestate") replace_device();
+    });
+    EXPECT_EQ(sarn_remove_macaddress_entry(MAC), SARN_ERR_NO_ROW);
+}
+
 TEST_F(Groups, OtherWritersRefuseALostDeviceAndWriteNothing) {
     for (const Operation &operation : OPERATIONS) {
         for (const auto other_process : {remove_device, replace_device}) {
@@ -154,7 +182,7 @@ TEST_F(Groups, NoCallOnAnUnchangedStoreReadsWhatIsKnown) {
     EXPECT_EQ(count(get_total_sarn_entries_used, 6), "");
     EXPECT_EQ(count([] { return set_field<SARN_FIELD_UUID>("02:00:00:00:00:01", 0); }, SARN_OK), "begin w 1 set 1 ");
     EXPECT_EQ(count([] { return sarn_remove_macaddress_entry("02:00:00:00:00:02"); }, SARN_OK),
-              "begin w 1 get 2 set 41 ");
+              "begin r 1 begin w 1 get 2 set 41 ");
     EXPECT_EQ(count(get_total_sarn_entries_used, 5), "");
     EXPECT_EQ(count([] { return report(mac_of(1)); }, SARN_OK), "begin w 1 set 7 ");
 }
