@@ -62,12 +62,11 @@ bool watch_process(Refusal &out_why) {
     return (is_watching_fork && watch_threads()) || refuse(out_why, "store %.300s: no memory", store_path.text);
 }
 
-// With `opening` and `writing` held, and all readers, which it gives back.
+// With `opening`, `writing` and all readers held.
 bool open_store(Refusal &out_why) {
     if (environment.lmdb != nullptr) close_environment(store_path, environment);
     forget_change_number();
     const bool is_opened = watch_process(out_why) && open_environment(store_path, environment, out_why);
-    give_all_readers();
     is_to_be_opened.store(!is_opened && handle_count > 0, std::memory_order_release);
     if (is_opened) is_failure_logged.store(false, std::memory_order_relaxed);
     return is_opened;
@@ -76,9 +75,8 @@ bool open_store(Refusal &out_why) {
 // With `opening` held, and the last handle closed.
 void close_store() {
     const Lock lock(writing);
-    (void)take_all_readers(true);
+    const AllReaders readers(true);
     if (environment.lmdb != nullptr) close_environment(store_path, environment);
-    give_all_readers();
     is_to_be_opened.store(false, std::memory_order_relaxed);
 }
 
@@ -140,7 +138,7 @@ uintptr_t open_handle(Refusal &out_why) {
     }
     if (environment.lmdb == nullptr) {
         const Lock no_writer(writing);
-        (void)take_all_readers(true);
+        const AllReaders readers(true);
         if (!open_store(out_why)) return 0;
     }
     const uintptr_t handle = add_handle();
@@ -158,7 +156,7 @@ bool make_usable() {
         const Lock lock(opening);
         if (is_to_be_opened.load(std::memory_order_relaxed)) {
             const Lock no_writer(writing);  // not long: without an environment none waits for another process
-            (void)take_all_readers(true);
+            const AllReaders readers(true);
             is_opened = open_store(why);
         }
     }
@@ -171,7 +169,7 @@ void look_after_file(const void *handle) {
     Refusal found, why;
     const bool is_gone = handle_count > 0 && !is_in_place();
     if (is_gone && pthread_mutex_trylock(&writing) == 0) {
-        if (take_all_readers(false)) note_reopening(open_store(why), found);
+        if (const AllReaders readers(false); readers.are_held()) note_reopening(open_store(why), found);
         pthread_mutex_unlock(&writing);
     }
     pthread_mutex_unlock(&opening);

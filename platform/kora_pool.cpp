@@ -4,6 +4,8 @@
 #include <sched.h>
 #include <time.h>
 
+#include <iterator>
+
 #include "kora_pause.h"
 #include "kora_snapshot.h"
 
@@ -57,6 +59,25 @@ void drop_transaction(Reader &reader) {
     reader.walk = Walk{};
 }
 
+void give_before(const Reader *end) {
+    for (Reader *reader = readers; reader != end; ++reader) give_reader(*reader);
+}
+
+bool take_all(bool is_waiting) {
+    int pauses = 0;
+    for (Reader &reader : readers) {
+        while (!try_take(reader)) {
+            if (!is_waiting && ++pauses > PAUSES_OF_A_TRY) {
+                give_before(&reader);
+                return false;
+            }
+            pause_for(PAUSE);
+        }
+        drop_transaction(reader);
+    }
+    return true;
+}
+
 }  // namespace
 
 Reader &take_reader() {
@@ -96,23 +117,10 @@ int begin_snapshot(Environment &environment, Reader &reader) {
 
 void end_snapshot(Reader &reader) { end_snapshot(reader.walk.txn); }
 
-bool take_all_readers(bool is_waiting) {
-    int pauses = 0;
-    for (Reader &reader : readers) {
-        while (!try_take(reader)) {
-            if (!is_waiting && ++pauses > PAUSES_OF_A_TRY) {
-                for (Reader *taken = readers; taken != &reader; ++taken) give_reader(*taken);
-                return false;
-            }
-            pause_for(PAUSE);
-        }
-        drop_transaction(reader);
-    }
-    return true;
-}
+AllReaders::AllReaders(bool is_waiting) : are_held_(take_all(is_waiting)) {}
 
-void give_all_readers() {
-    for (Reader &reader : readers) give_reader(reader);
+AllReaders::~AllReaders() {
+    if (are_held_) give_before(std::end(readers));
 }
 
 void forget_all_readers() {

@@ -28,10 +28,19 @@ void give_reader(Reader &reader);
 int begin_snapshot(Environment &environment, Reader &reader);
 void end_snapshot(Reader &reader);
 
-// Takes every reader and ends its transaction: then nobody uses the environment but for a writer. Without `is_waiting`
-// false, and none is taken, where somebody keeps one for longer than an operation takes.
-bool take_all_readers(bool is_waiting);
-void give_all_readers();
+// Every reader, with its transaction ended: while they are held nobody uses the environment but for a writer. Without
+// `is_waiting` none is held where somebody keeps one for longer than an operation takes.
+class AllReaders {
+public:
+    explicit AllReaders(bool is_waiting);
+    ~AllReaders();
+    AllReaders(const AllReaders &) = delete;
+    AllReaders &operator=(const AllReaders &) = delete;
+    bool are_held() const { return are_held_; }
+
+private:
+    bool are_held_;
+};
 
 // After fork, in the child: the transactions are the parent's.
 void forget_all_readers();
