@@ -44,7 +44,7 @@ TEST_F(MappingTable, GivesTheLowestFreeRowAndFindsItInAnyCase) {
     std::erase_if(writes, [](const auto &line) { return line.find(" 17 ") == line.npos && line[0] != 'g'; });
     ASSERT_EQ(writes.size(), 4U);
     for (size_t i = 0; i < 3; ++i) EXPECT_TRUE(writes[i].ends_with(" 17 DeviceMAC " + mac_of(500))) << writes[i];
-    EXPECT_TRUE(writes[3].starts_with("general 0 SARNSyncTimestamp "));
+    EXPECT_EQ(writes[3], "general 0 SARNSyncTimestamp 1800000000");
     EXPECT_EQ(find_row(mac_of(501)), SARN_ERR_LOOKUP_ONLY);
     EXPECT_EQ(get_total_sarn_entries_used(), 41);
 }
@@ -93,7 +93,7 @@ TEST_F(MappingTable, ResetWritesEveryFieldOfTheRowAndTheMacsFirst) {
     const Lines writes = fake::take_writes();
     EXPECT_EQ(std::set<std::string>(writes.begin(), writes.end()).size(), sarn::DEVICE_FIELD_COUNT + 1U);
     for (size_t i = 0; i < 3; ++i) EXPECT_TRUE(writes[i].ends_with(" 255 DeviceMAC 00:00:00:00:00:00"));
-    EXPECT_TRUE(writes[3].starts_with("general 0 SARNSyncTimestamp "));
+    EXPECT_EQ(writes[3], "general 0 SARNSyncTimestamp 1800000000");
     for (const char *line : {"Sarnsignature 255 AllowOrBlock allow", "Sarnsignature 255 Devicestate unknown",
                              "Sarnsignature 255 IsTagged untag", "DeviceIdList 255 Producerid 100"})
         EXPECT_EQ(std::count(writes.begin(), writes.end(), line), 1) << line;

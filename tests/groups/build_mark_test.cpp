@@ -1,15 +1,10 @@
 // Leaving out a rebuild that would find nothing new must not show: the same random calls, with other processes writing
 // in between, once with the store's change number and once without.
-#include <ctime>
 #include <random>
 
 #include "core/row_bitmap.h"
 #include "support/library_test.h"
 #include "support/operations.h"
-
-// Both runs see the same times, however long they take and however often they ask.
-static time_t now;
-extern "C" time_t time(time_t *) noexcept { return now; }
 
 class BuildMark : public LibraryTest {
 protected:
@@ -57,7 +52,7 @@ protected:
         EXPECT_EQ(sarn_init(), SARN_OK);
         std::vector<std::string> pictures;
         for (int i = 0; i < 120; ++i) {
-            now = 1700000000 + i / 3;
+            fake::controls.now = 1'700'000'000 + i / 3;  // the same in both runs, however often they ask
             let_another_process_write();
             std::string picture = std::to_string(make_any_call());
             const auto add = [&](const auto &...state) {

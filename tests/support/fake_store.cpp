@@ -182,6 +182,8 @@ void detach_threads(bool detach) {
 
 extern "C" {
 
+time_t time(time_t *) noexcept { return controls.now; }
+
 void *kora_init_ex(void *) {
     if (controls.fail_open) return nullptr;
     ++controls.handles;

@@ -4,6 +4,7 @@
 #define SARN_TESTS_FAKE_STORE_H
 
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
@@ -25,7 +26,9 @@ struct Controls {
     int fail_at = 0;  // the operation with this number fails, and if `fail_forever` all after it
     bool fail_forever = false, fail_open = false;
     bool offer_changes = true;  // the number that moves with every change of what a rebuild reads
-    int operations = 0;         // reads, writes, begins and ends of groups
+    // The clock's seconds, which stand still: one that ends amid a call means other operations.
+    time_t now = 1'800'000'000;
+    int operations = 0;  // reads, writes, begins and ends of groups
     int handles = 0;
     int violations = 0;  // what a group must not meet: a log line, a group inside it, a write in a reading one
 };
