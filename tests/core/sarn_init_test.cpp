@@ -25,7 +25,9 @@ TEST_F(Lifecycle, FirstStartKeepsTheNewestOfEachMac) {
         fake::set("sarngeneral", 0, "MappingComplete", progress);
         put_device(100, mac_of(100));
         for (const auto &[row, time] : times) put_device(row, mac_of(1), "UP", time);
-        start();
+        EXPECT_EQ(sarn_init(), SARN_OK);
+        const std::string writes = testing::PrintToString(fake::take_writes());
+        EXPECT_EQ(writes.find("MappingComplete going") != writes.npos, progress == "init");
         std::vector<int> found;
         for (int row = 0; row < 256; ++row) {
             if (mac_in(row) == mac_of(1)) found.push_back(row);

@@ -153,6 +153,7 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
                       earlier = "from before the last restart; set aside as", far = "\xff\xff\xff";
     const std::tuple<const char *, std::string, std::function<void()>> cases[] = {
         {"no folder", "its folder cannot be made", [&] { use(folder + "/none/none/store"); }},
+        {"folder", "names a folder", [&] { use(folder + "/own/"); }},
         {"long name", "name too long", [&] { use(folder + "/" + std::string(250, 'n')); }},
         {"letters of the right size", foreign, [&] { write_file(path, std::string(STORE_SIZE, 'x')); }},
         {"a byte too long", "cut short", [&] { ASSERT_EQ(truncate(path.c_str(), STORE_SIZE + 1), 0); }},
@@ -185,6 +186,16 @@ TEST_F(Open, WhatIsNotToBeTrustedIsRefusedOrSetAsideAndRestored) {
         EXPECT_TRUE(content_of(path + (is_set_aside ? "~" : "")) == spoiled);
         kora_destroy(handle);
     }
+}
+
+TEST_F(Open, ARelativeNameIsOfTheFolderOfTheOpening) {
+    const auto set_elsewhere = [&] {
+        use("store.mdb");
+        if (chdir(folder.c_str()) == 0) handle = kora_init_ex(nullptr);
+        return chdir("/") != 0 || set("by a relative name") != 0;
+    };
+    EXPECT_EQ(run_process(set_elsewhere), 0);
+    EXPECT_NE(content_of(folder + "/store.mdb").find("by a relative name"), std::string::npos);
 }
 
 TEST_F(Open, WhatIsRemovedJustBeforeLmdbOpensItIsMadeAnew) {

@@ -93,6 +93,7 @@ TEST_F(Hook, StoresWhatItIsToldAndKeepsTheRest) {
         {"", "add 02:AB:00:00:00:0C 10.0.0.9", 2, "|UP||||1|10.0.0.9|"},
         {"", "old 00:00:00:00:00:00 10.0.0.9", 2, "|DOWN||||1|10.0.0.9|"},
         {"DNSMASQ_DATA_MISSING=1", "old 02:AB:00:00:00:0B 10.0.0.6", 1, "lease|UP|br0||v|6,3|10.0.0.6|"},
+        {"", "old 02:AB:00:00:00:0B 10.0.0.7", 1, "lease|UP|br0||v|6,3|10.0.0.7|"},
         {"", "del 02:AB:00:00:00:0D 10.0.0.9", 4, "none"},
     };
     for (const auto &[environment, arguments, row, shown] : ROWS) {

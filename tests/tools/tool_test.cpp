@@ -63,7 +63,7 @@ TEST(SarnTool, RefusesBeforeTheLibraryIsAsked) {
     const std::string long_text(65, 'x');
     for (const char *row : {"256", "1x", "''", "0001"})
         expect({{"show " + std::string(row), "neither a row (0 to 255) nor a MAC"}});
-    for (const char *producer : {"7", "110", "1e1"})
+    for (const char *producer : {"7", "110", "10x"})
         expect({{"name $MAC x --producer " + std::string(producer), "not a producer"}});
     expect({
         {"", "a command is required"},
@@ -147,10 +147,11 @@ TEST_F(ToolOnStore, EachCommandWritesItsFields) {
         {"name $MAC -- --x=", R"("DisplayNameCustom": "--x=")"},
         {"name $MAC " + dots, R"("DisplayNameCustom": ")" + dots.substr(1) + '"'},
         {"name $MAC '' --producer 010", R"("DisplayNameCustom": "")"},
-        {"type $MAC TV", R"("DeviceTypeCustom": "TV")"},
+        {"type $MAC TV --producer 100", R"("DeviceTypeCustom": "TV")"},
         {"model $MAC m", R"("DisplayModelCustom": "m")"},
         {"brand $MAC b", R"("DisplayBrandCustom": "b")"},
         {"set $MAC ssid ''", R"("ConnSSID": "")"},
+        {"set $MAC access allow", R"("AllowOrBlock": "allow")"},
         {"set $MAC ap-mac 2-0-0-0-0-3", R"("ConnAPMac": "02:00:00:00:00:03")"},
     };
     std::istringstream fields(
@@ -199,6 +200,19 @@ TEST_F(ToolOnStore, ListsAndNeverTakesTheStoreForItsOutput) {
             << closed;
     }
     EXPECT_EQ(tool("list >&-").exit_code, 5);
+}
+
+TEST_F(ToolOnStore, FitsATerminalAndColoursIt) {
+    const std::string report = "report signature $MAC --ip 10.0.0.7 --state UP --dhcp-options 1 --dhcp-vendor ";
+    ASSERT_EQ(tool(report + std::string(60, 'v')).exit_code, 0);
+    const auto has_on = [](const std::string &columns, const std::string &environment, const std::string &words) {
+        const std::string command = "stty cols " + columns + "; " SARN_TOOL " list";
+        return has(run("script", "-qec '" + command + "' /dev/null", environment).out, words);
+    };
+    EXPECT_TRUE(
+        has_on("90", "NO_COLOR= TERM=linux", "\x1b[32mUP\x1b[0m     allow   -     " + std::string(28, 'v') + "…\r"));
+    for (const char *environment : {"NO_COLOR=1 TERM=linux", "NO_COLOR= TERM=dumb"})
+        EXPECT_TRUE(has_on("40", environment, "UP     allow   -     " + std::string(18, 'v') + "…\r"));
 }
 
 TEST_F(ToolOnStore, TypesAreAllThereAndTheFirstOfTwoKeysCounts) {
