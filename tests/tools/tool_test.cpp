@@ -182,7 +182,8 @@ TEST_F(ToolOnStore, ForgetsBlocksAndCounts) {
     EXPECT_EQ(status.substr(status.find('\n')),
               "\nrows used       3 of 256\n  up            1\n  offline       1\n  other state   1\n"
               "rows free       253\naccess control  off\nupgrade         on\n");
-    EXPECT_TRUE(json_of("status")["size"] > 0 && json_of("status")["stuck_writer"].is_null());
+    const json counts = json_of("status");
+    EXPECT_TRUE(counts["size"] > 0 && counts["free"] == 253 && counts["stuck_writer"].is_null()) << counts;
     EXPECT_EQ(json_of("list --state down")[0]["DeviceMAC"], "02:00:00:00:00:0B");
     EXPECT_EQ(tool("forget $MAC").exit_code, 4);
     EXPECT_EQ(tool("forget 2:0:0:0:0:b").exit_code, 0);
