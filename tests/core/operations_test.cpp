@@ -48,9 +48,11 @@ TEST_F(Operations, AskTheStoreInAnOrderThatIsKnown) {
     for (const auto &[mac, producer_id] : {std::pair{DEVICE, 0}, {DEVICE, 15}, {"02-00", 0}}) {
         for (const Operation &operation : OPERATIONS) (void)operation.call(mac, producer_id);
     }
-    for (const std::string &line : fake::take_log()) asked += line;
-    std::erase_if(asked, [](char byte) { return byte >= '0' && byte <= '9'; });
-    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 1782302231 : 2623435476) << IF_MEANT << asked;
+    for (std::string line : fake::take_log()) {
+        std::erase_if(line, [](char byte) { return byte >= '0' && byte <= '9'; });
+        asked += line;
+    }
+    EXPECT_EQ(checksum_of(asked), sarn::has_groups() ? 1102936385 : 968924765) << IF_MEANT << asked;
 }
 
 TEST_F(Operations, RefuseInTheirOwnWordsAndWriteNothing) {

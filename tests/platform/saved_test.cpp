@@ -1,3 +1,4 @@
+#include "platform/kora_folder.h"
 #include "tests/platform/support.h"
 
 namespace {
@@ -261,8 +262,7 @@ TEST_F(Saved, AForkBesideASaveLeavesTheChildNoCopyOfItsFolder) {
     const auto has_folder = [&] {
         struct stat found = {};
         for (int fd = 0; fd < 256; ++fd) {
-            if (fstat(fd, &found) == 0 && found.st_dev == looked_for.st_dev && found.st_ino == looked_for.st_ino)
-                return true;
+            if (fstat(fd, &found) == 0 && kora::is_same_file(found, looked_for)) return true;
         }
         return false;
     };
