@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 
 #include "bench/folder.h"
@@ -126,6 +127,14 @@ private:
 
 void create_and_join() {
     run_in_thread([] {});
+}
+
+void create_busy_and_join() {
+    using Clock = std::chrono::steady_clock;
+    run_in_thread([] {
+        const Clock::time_point end = Clock::now() + std::chrono::microseconds(4);
+        while (Clock::now() < end) continue;
+    });
 }
 
 std::unique_ptr<ByHand> make_by_hand(int devices) { return std::make_unique<Lmdb>(devices); }

@@ -12,6 +12,9 @@ namespace bench {
 // One thread's creation and join.
 void create_and_join();
 
+// The same for a thread that keeps its processor for 4 us, about as long as a record does, and touches nothing.
+void create_busy_and_join();
+
 // What one would do by hand in a thread: a record is one snapshot of an LMDB file, the number that tells whether rows
 // moved, and 35 reads; a field is one transaction, the number, whose row it is, and one write.
 class ByHand {

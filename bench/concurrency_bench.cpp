@@ -1,6 +1,7 @@
 // Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; records alone; the
-// same number of them that create and join a thread and do nothing else; each where the kernel puts it and on a CPU
-// that it keeps; and records while another process writes. Prints a line of comma-separated medians for each case:
+// same number of them that create and join a thread that does nothing, or nothing but spin; each where the kernel puts
+// it and on a CPU that it keeps; and records while another process writes. Prints a line of comma-separated medians for
+// each case:
 // who,workers,calls per second,record p50,record p99,signature p50,signature p99 (nanoseconds)
 #include <sched.h>
 #include <signal.h>
@@ -82,7 +83,8 @@ void keep_cpu(int number) {
     require(sched_setaffinity(0, sizeof kept, &kept) == 0, "sched_setaffinity");
 }
 
-enum class Task { Calls, Records, NoCalls };
+enum class Task { Calls, Records, NoCalls, BusyThreads };
+bool is_without_calls(Task task) { return task == Task::NoCalls || task == Task::BusyThreads; }
 enum class Place { Anywhere, OnItsCpu };
 
 void read_record(int device) {
@@ -93,7 +95,7 @@ void read_record(int device) {
 // What a new process pays once, such as the opening of the store, is none of the calls' cost.
 void warm_up(int number, Task task) {
     create_and_join();
-    if (task == Task::NoCalls) return;
+    if (is_without_calls(task)) return;
     for (int device = 0; device < DEVICES; ++device) read_record(device);
     if (task == Task::Calls) report_signature(number, -1);
 }
@@ -108,8 +110,8 @@ void work(int number, Task task, Place place) {
     const int64_t end = now_ns() + ROUND_LENGTH;
     int64_t began = now_ns();
     for (int64_t turn = 0; began < end; ++turn, began = now_ns()) {
-        if (task == Task::NoCalls) {
-            create_and_join();
+        if (is_without_calls(task)) {
+            task == Task::NoCalls ? create_and_join() : create_busy_and_join();
             keep(worker.reads, worker.read_count, began);
         } else if (task == Task::Calls && turn % SIGNATURE_EVERY == 0) {
             report_signature(number, turn);
@@ -161,6 +163,8 @@ constexpr Case CASES[] = {
     {"processes, records alone", Kind::Processes, Task::Records, Place::Anywhere},
     {"threads without calls", Kind::Threads, Task::NoCalls, Place::Anywhere},
     {"processes without calls", Kind::Processes, Task::NoCalls, Place::Anywhere},
+    {"threads that are busy without calls", Kind::Threads, Task::BusyThreads, Place::Anywhere},
+    {"processes that are busy without calls", Kind::Processes, Task::BusyThreads, Place::Anywhere},
     {"threads that keep their CPU", Kind::Threads, Task::Calls, Place::OnItsCpu},
     {"processes that keep their CPU", Kind::Processes, Task::Calls, Place::OnItsCpu},
     {"processes that keep their CPU, records alone", Kind::Processes, Task::Records, Place::OnItsCpu},
