@@ -1,7 +1,7 @@
 // Threads and processes beside each other: 80 % records by MAC, 20 % signatures of known devices; records alone; the
-// same number of them that create and join a thread that does nothing, or nothing but spin; each where the kernel puts
-// it and on a CPU that it keeps; and records while another process writes. Prints a line of comma-separated medians for
-// each case:
+// same number of them that create and join a thread that does nothing; each where the kernel puts it and on a CPU that
+// it keeps. Where the kernel puts them, also threads that do nothing but spin, and records while another process
+// writes. Prints a line of comma-separated medians for each case:
 // who,workers,calls per second,record p50,record p99,signature p50,signature p99 (nanoseconds)
 #include <sched.h>
 #include <signal.h>
