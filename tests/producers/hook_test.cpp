@@ -120,6 +120,8 @@ TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
     EXPECT_EQ(run(SARN_DHCP, "del 02:00:00:00:00:07 192.168.1.7").exit_code, 0);
     EXPECT_EQ(run(SARN_DHCP, "add 02:00:00:00:01:00 10.0.0.5").exit_code, 0);
     EXPECT_EQ(device(8), "|UP|||||10.0.0.5|");
+    EXPECT_EQ(run(SARN_DHCP, "del 02:00:00:00:00:06 192.168.1.7").exit_code, 0);
+    EXPECT_EQ(run(SARN_DHCP, "old 02:00:00:00:01:02 10.0.0.6").exit_code, 0);  // none knows whether it is there
 }
 
 TEST_F(Hook, TellsAWriteThatTheStoreRefused) {
@@ -131,6 +133,8 @@ TEST_F(Hook, TellsAWriteThatTheStoreRefused) {
         const Result unwritten = run(SARN_DHCP_ON_REFUSING_STORE, event);
         EXPECT_TRUE(unwritten.exit_code == 3 && has(unwritten.out, "the list does not show it")) << unwritten.out;
     }
+    const Result unended = run(SARN_DHCP_ON_REFUSING_STORE, "old 00:00:00:00:00:00 10.0.0.5");
+    EXPECT_TRUE(unended.exit_code == 3 && has(unended.out, "may still show as up")) << unended.out;
 }
 
 TEST_F(Hook, SeesEachFieldThatTheStoreDidNotTake) {
