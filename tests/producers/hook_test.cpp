@@ -121,7 +121,7 @@ TEST_F(Hook, TellsAFullListFromADeviceThatTheFullListGivesUp) {
     EXPECT_EQ(run(SARN_DHCP, "add 02:00:00:00:01:00 10.0.0.5").exit_code, 0);
     EXPECT_EQ(device(8), "|UP|||||10.0.0.5|");
     EXPECT_EQ(run(SARN_DHCP, "del 02:00:00:00:00:06 192.168.1.7").exit_code, 0);
-    EXPECT_EQ(run(SARN_DHCP, "old 02:00:00:00:01:02 10.0.0.6").exit_code, 0);  // none knows whether it is there
+    EXPECT_EQ(run(SARN_DHCP, "old 02:00:00:00:01:02 10.0.0.6").exit_code, 0);  // "unknown": given up at once
 }
 
 TEST_F(Hook, TellsAWriteThatTheStoreRefused) {
